@@ -1,0 +1,26 @@
+# One place for language level, warnings and sanitizers. Every target of ours links dravo_compiler.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+find_program(DRAVO_CCACHE ccache)
+if(DRAVO_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${DRAVO_CCACHE})
+endif()
+
+add_library(dravo_compiler INTERFACE)
+target_compile_options(dravo_compiler INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+  -Woverloaded-virtual -Wold-style-cast -Wimplicit-fallthrough
+  # The same floats on every processor: no fused multiply-add the source does not ask for.
+  -ffp-contract=off)
+if(DRAVO_WARNINGS_AS_ERRORS)
+  target_compile_options(dravo_compiler INTERFACE -Werror)
+endif()
+if(DRAVO_SANITIZE)
+  target_compile_options(dravo_compiler INTERFACE
+    -fsanitize=${DRAVO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(dravo_compiler INTERFACE -fsanitize=${DRAVO_SANITIZE})
+endif()

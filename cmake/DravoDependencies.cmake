@@ -1,0 +1,28 @@
+# Everything the build asks of the system, in one place. A missing one is named with its Debian package.
+find_package(Threads REQUIRED)
+find_package(PkgConfig)
+if(NOT PkgConfig_FOUND)
+  message(FATAL_ERROR "pkg-config is missing. On Debian: apt install pkg-config")
+endif()
+
+# dravo_pkg(TARGET pkg-config-name debian-package)
+function(dravo_pkg target name package)
+  pkg_check_modules(${target} QUIET IMPORTED_TARGET GLOBAL ${name})
+  if(NOT ${target}_FOUND)
+    message(FATAL_ERROR "${name} is missing. On Debian: apt install ${package}")
+  endif()
+endfunction()
+
+dravo_pkg(SYSTEMD libsystemd libsystemd-dev)
+dravo_pkg(XCB xcb libxcb1-dev)
+dravo_pkg(XCB_RANDR xcb-randr libxcb-randr0-dev)
+dravo_pkg(XCB_SYNC xcb-sync libxcb-sync-dev)
+
+find_path(DRAVO_NLOHMANN_INCLUDE nlohmann/json.hpp)
+if(NOT DRAVO_NLOHMANN_INCLUDE)
+  message(FATAL_ERROR "nlohmann-json is missing. On Debian: apt install nlohmann-json3-dev")
+endif()
+find_path(DRAVO_TOML_INCLUDE toml++/toml.h)
+if(NOT DRAVO_TOML_INCLUDE)
+  message(FATAL_ERROR "toml++ is missing. On Debian: apt install libtomlplusplus-dev")
+endif()

@@ -1,0 +1,1 @@
+#include "display/gamma_table.h"

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "base/result.h"
+
+namespace dravo {
+
+/// The desktop's system-wide grayscale mode.
+///
+/// Thread: main thread.
+class GrayscaleService {
+public:
+    virtual ~GrayscaleService() = default;
+
+    /// Whether everything on screen is gray now.
+    /// Errors: `Unsupported` (this desktop has no such mode).
+    [[nodiscard]] virtual Result<bool> isEnabled() = 0;
+
+    /// Errors: `Unsupported`, `PermissionDenied`, `Disconnected`: the caller goes on without.
+    virtual Result<void> setEnabled(bool enabled) = 0;
+};
+
+}  // namespace dravo

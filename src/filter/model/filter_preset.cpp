@@ -1,0 +1,1 @@
+#include "filter/model/filter_preset.h"

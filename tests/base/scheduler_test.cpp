@@ -1,0 +1,80 @@
+#include "base/scheduler.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "platform/memory/virtual_scheduler.h"
+
+namespace dravo {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(SchedulerTest, RunsTimersByDeadlineThenByCreationAndPostsInOrder) {
+    memory::VirtualScheduler scheduler;
+    std::string log;
+    const auto late = scheduler.after(20ms, [&] { log += "c"; });
+    const auto first = scheduler.after(10ms, [&] {
+        log += "a";
+        scheduler.post([&] { log += "1"; });
+    });
+    const auto second = scheduler.after(10ms, [&] { log += "b"; });
+    scheduler.post([&] { log += "0"; });
+    scheduler.advance(30ms);
+    EXPECT_EQ(log, "0ab1c");
+}
+
+TEST(SchedulerTest, CancelsATimerWhoseTimeHasCome) {
+    memory::VirtualScheduler scheduler;
+    int fired = 0;
+    Timer victim;
+    const auto killer = scheduler.after(10ms, [&] { victim.cancel(); });
+    victim = scheduler.after(10ms, [&] { ++fired; });
+    scheduler.advance(20ms);
+    EXPECT_EQ(fired, 0);
+}
+
+TEST(SchedulerTest, LetsACallbackReplaceItsOwnTimer) {
+    memory::VirtualScheduler scheduler;
+    int fired = 0;
+    Timer timer;
+    timer = scheduler.after(10ms, [&] {
+        ++fired;
+        timer = scheduler.after(10ms, [&] { ++fired; });
+    });
+    scheduler.advance(15ms);
+    EXPECT_TRUE(timer.isPending());
+    scheduler.advance(15ms);
+    EXPECT_EQ(fired, 2);
+    EXPECT_FALSE(timer.isPending());
+}
+
+TEST(SchedulerTest, MakesUpMissedTicksByOneAndKeepsTheRhythm) {
+    memory::VirtualScheduler scheduler;
+    int ticks = 0;
+    const auto timer = scheduler.every(1s, [&] { ++ticks; });
+    scheduler.advance(3s);
+    EXPECT_EQ(ticks, 3);
+    scheduler.stall(8h + 300ms);
+    scheduler.advance(0s);
+    EXPECT_EQ(ticks, 4);
+    scheduler.advance(700ms);
+    EXPECT_EQ(ticks, 5);
+}
+
+TEST(SchedulerTest, StandsStillInSleep) {
+    memory::VirtualScheduler scheduler;
+    int fired = 0;
+    const auto before = scheduler.now();
+    const auto timer = scheduler.after(1min, [&] { ++fired; });
+    scheduler.sleep(8h);
+    scheduler.advance(59s);
+    EXPECT_EQ(fired, 0);
+    EXPECT_EQ(scheduler.now() - before, 8h + 59s);
+    scheduler.advance(1s);
+    EXPECT_EQ(fired, 1);
+}
+
+}  // namespace
+}  // namespace dravo
