@@ -1,0 +1,126 @@
+#include "platform/posix/sd_event_loop.h"
+
+#include <sys/epoll.h>
+#include <time.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+namespace dravo::posix {
+
+namespace {
+
+// Without memory or descriptors for its loop the program cannot keep any promise; it ends before it touches a display.
+void require(int result, const char* what) {
+    if (result >= 0) return;
+    std::fprintf(stderr, "dravo: the event loop cannot %s: %s\n", what, std::strerror(-result));
+    std::abort();
+}
+
+std::uint64_t toMicroseconds(SteadyTime time) {
+    const auto sinceStart = std::chrono::ceil<std::chrono::microseconds>(time.time_since_epoch()).count();
+    return static_cast<std::uint64_t>(std::max<decltype(sinceStart)>(sinceStart, 0));
+}
+
+}  // namespace
+
+SdEventLoop::SdEventLoop() {
+    sd_event* event = nullptr;
+    require(sd_event_new(&event), "start");
+    event_.reset(event);
+
+    sd_event_source* source = nullptr;
+    constexpr std::uint64_t kAccuracyMicroseconds = 1;
+    require(sd_event_add_time(event, &source, CLOCK_MONOTONIC, UINT64_MAX, kAccuracyMicroseconds, onTimer, this),
+            "add its timer");
+    timerSource_.reset(source);
+    require(sd_event_add_defer(event, &source, onPosted, this), "add its queue");
+    postSource_.reset(source);
+    require(sd_event_source_set_enabled(source, SD_EVENT_OFF), "switch its queue off");
+
+    queue_.setOnChange([this] { rearm(); });
+}
+
+SdEventLoop::~SdEventLoop() { queue_.setOnChange(nullptr); }
+
+WallTime SdEventLoop::now() const { return std::chrono::system_clock::now(); }
+SteadyTime SdEventLoop::steadyNow() const { return std::chrono::steady_clock::now(); }
+
+Timer SdEventLoop::after(Duration delay, std::function<void()> action) {
+    return queue_.add(steadyNow() + std::max(delay, Duration::zero()), std::nullopt, std::move(action));
+}
+
+Timer SdEventLoop::every(Duration period, std::function<void()> action) {
+    return queue_.add(steadyNow() + period, period, std::move(action));
+}
+
+void SdEventLoop::post(std::function<void()> action) { queue_.post(std::move(action)); }
+
+Subscription SdEventLoop::whenReadable(int descriptor, std::function<void()> callback) {
+    struct Watch {
+        std::function<void()> callback;
+        Source source;
+    };
+    auto watch = std::make_shared<Watch>(Watch{std::move(callback), nullptr});
+    const auto onReadable = [](sd_event_source*, int, std::uint32_t, void* data) {
+        const auto running = static_cast<Watch*>(data)->callback;  // the callback may end its own watch
+        running();
+        return 0;
+    };
+    sd_event_source* source = nullptr;
+    require(sd_event_add_io(event_.get(), &source, descriptor, EPOLLIN, onReadable, watch.get()), "watch a descriptor");
+    watch->source.reset(source);
+    return Subscription([watch] { watch->source.reset(); });
+}
+
+int SdEventLoop::run() {
+    const int result = sd_event_loop(event_.get());
+    require(result, "run");
+    return result;
+}
+
+void SdEventLoop::quit(int exitCode) {
+    int given = 0;
+    if (sd_event_get_exit_code(event_.get(), &given) >= 0) return;
+    require(sd_event_exit(event_.get(), exitCode), "end");
+}
+
+int SdEventLoop::onTimer(sd_event_source*, std::uint64_t, void* self) {
+    auto& loop = *static_cast<SdEventLoop*>(self);
+    loop.armedFor_ = SteadyTime::max();
+    loop.queue_.runDue(loop.steadyNow());
+    loop.rearm();
+    return 0;
+}
+
+int SdEventLoop::onPosted(sd_event_source*, void* self) {
+    auto& loop = *static_cast<SdEventLoop*>(self);
+    loop.postArmed_ = false;
+    loop.queue_.runPosted();
+    loop.rearm();
+    return 0;
+}
+
+// Both sources are one-shot: a tick of a repeating timer re-arms for the next, and nothing is armed without need.
+void SdEventLoop::rearm() {
+    const SteadyTime deadline = queue_.nextDeadline().value_or(SteadyTime::max());
+    if (deadline != armedFor_) {
+        armedFor_ = deadline;
+        if (deadline == SteadyTime::max()) {
+            require(sd_event_source_set_enabled(timerSource_.get(), SD_EVENT_OFF), "disarm its timer");
+        } else {
+            require(sd_event_source_set_time(timerSource_.get(), toMicroseconds(deadline)), "set its timer");
+            require(sd_event_source_set_enabled(timerSource_.get(), SD_EVENT_ONESHOT), "arm its timer");
+        }
+    }
+    if (queue_.hasPosted() != postArmed_) {
+        postArmed_ = queue_.hasPosted();
+        require(sd_event_source_set_enabled(postSource_.get(), postArmed_ ? SD_EVENT_ONESHOT : SD_EVENT_OFF),
+                "arm its queue");
+    }
+}
+
+}  // namespace dravo::posix

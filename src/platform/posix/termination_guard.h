@@ -1,0 +1,54 @@
+#pragma once
+
+#include <atomic>
+#include <csignal>
+#include <functional>
+#include <thread>
+
+namespace dravo::posix {
+
+/// Gives the displays back when the process is told to end by SIGTERM, SIGINT, SIGHUP or SIGQUIT, also while the main
+/// loop is stuck, and lets the process end by that very signal.
+///
+/// `blockTerminationSignals()` comes first thing in `main`, before any thread. The guard's thread then waits for the
+/// signals with `sigwait`, so no program code ever runs in signal context. It calls `restore` once, resets the signal's
+/// disposition, unblocks it and raises it.
+///
+/// `prepare` and `restore` run on the guard's thread: they may use only what they own or what is guarded by a lock that
+/// the main thread never holds for long; `restore` must return within about two seconds.
+class TerminationGuard {
+public:
+    /// Blocks the four signals in the calling thread and those it starts, and ignores SIGPIPE: a server that closes
+    /// our connection must not end us before the displays are given back.
+    static void blockTerminationSignals();
+
+    /// The signals as they were before `blockTerminationSignals`, for children.
+    [[nodiscard]] static sigset_t guardedSignals();
+
+    /// Starts the thread, which first runs `prepare`, beside what the main thread goes on with.
+    TerminationGuard(std::function<void()> prepare, std::function<void()> restore);
+    ~TerminationGuard();
+    TerminationGuard(const TerminationGuard&) = delete;
+    TerminationGuard& operator=(const TerminationGuard&) = delete;
+
+    /// Waits until `prepare` is through. Comes before the first write to a display.
+    void waitUntilReady() const { ready_.wait(false, std::memory_order_acquire); }
+
+    /// True once a signal is being served: the main thread must not write, report a lost connection or exit any more.
+    [[nodiscard]] bool isEnding() const { return ending_.load(std::memory_order_acquire); }
+
+    /// Parks the calling thread if a signal is being served; the process ends under it. Otherwise returns at once.
+    void standStillIfEnding() const;
+
+private:
+    void waitForSignal();
+
+    std::function<void()> prepare_;
+    std::function<void()> restore_;
+    std::atomic<bool> ready_{false};
+    std::atomic<bool> ending_{false};
+    std::atomic<bool> stopped_{false};
+    std::thread thread_;
+};
+
+}  // namespace dravo::posix
