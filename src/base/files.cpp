@@ -1,0 +1,172 @@
+#include "base/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <system_error>
+
+#include "base/unique_fd.h"
+
+namespace dravo {
+
+namespace {
+
+ErrorCode codeFor(int number) {
+    switch (number) {
+        case ENOENT:
+        case ENOTDIR:
+            return ErrorCode::NotFound;
+        case EACCES:
+        case EPERM:
+        case EROFS:
+            return ErrorCode::PermissionDenied;
+        case EEXIST:
+            return ErrorCode::Busy;
+        default:
+            return ErrorCode::Internal;
+    }
+}
+
+Error failure(std::string_view verb, const std::filesystem::path& path, int number) {
+    return {codeFor(number),
+            "cannot " + std::string(verb) + " " + path.string() + ": " + std::generic_category().message(number),
+            number};
+}
+
+std::filesystem::path folderOf(const std::filesystem::path& path) {
+    const auto folder = path.parent_path();
+    return folder.empty() ? std::filesystem::path(".") : folder;
+}
+
+int writeAll(int fd, std::string_view text) {
+    while (!text.empty()) {
+        const ::ssize_t written = ::write(fd, text.data(), text.size());
+        if (written < 0) {
+            if (errno == EINTR) continue;
+            return errno;
+        }
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return 0;
+}
+
+/// A file beside `target` that holds the text whole, and goes away again unless it was moved.
+class TemporaryFile {
+public:
+    TemporaryFile() = default;
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile() {
+        if (!name_.empty()) ::unlink(name_.c_str());
+    }
+
+    /// 0, or the errno of what failed.
+    int create(const std::filesystem::path& target, std::string_view text, const WriteOptions& options) {
+        std::string name = (folderOf(target) / ("." + target.filename().string() + ".XXXXXX")).string();
+        UniqueFd fd(::mkostemp(name.data(), O_CLOEXEC));
+        if (!fd) return errno;
+        name_ = std::move(name);
+        if (::fchmod(fd.get(), options.mode) != 0) return errno;
+        if (const int number = writeAll(fd.get(), text)) return number;
+        if (options.sync && ::fsync(fd.get()) != 0) return errno;
+        // Some file systems report a full disk or quota only here.
+        return ::close(fd.release()) == 0 ? 0 : errno;
+    }
+
+    [[nodiscard]] const char* name() const { return name_.c_str(); }
+    void moved() { name_.clear(); }
+
+private:
+    std::string name_;
+};
+
+void syncFolderOf(const std::filesystem::path& path) {
+    const UniqueFd folder(::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // The file is in place by now; a file system that cannot sync folders makes that no failure.
+    if (folder) static_cast<void>(::fsync(folder.get()));
+}
+
+}  // namespace
+
+Result<std::string> readFile(const std::filesystem::path& path, std::size_t maxBytes) {
+    // Non-blocking, so that a pipe put in the file's place cannot hold us up in open().
+    const UniqueFd fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!fd) return failure("read", path, errno);
+    struct ::stat status {};
+    if (::fstat(fd.get(), &status) != 0) return failure("read", path, errno);
+    if (!S_ISREG(status.st_mode))
+        return Error{ErrorCode::InvalidInput, "cannot read " + path.string() + ": not a regular file"};
+
+    std::string text;
+    std::array<char, 16384> buffer;
+    for (;;) {
+        const ::ssize_t count = ::read(fd.get(), buffer.data(), buffer.size());
+        if (count == 0) return text;
+        if (count < 0) {
+            if (errno == EINTR) continue;
+            return failure("read", path, errno);
+        }
+        text.append(buffer.data(), static_cast<std::size_t>(count));
+        if (text.size() > maxBytes) {
+            return Error{ErrorCode::InvalidInput,
+                         "cannot read " + path.string() + ": longer than " + std::to_string(maxBytes) + " bytes"};
+        }
+    }
+}
+
+Result<void> writeFileAtomically(const std::filesystem::path& path, std::string_view text,
+                                 const WriteOptions& options) {
+    std::error_code unresolved;
+    auto target = std::filesystem::canonical(path, unresolved);
+    if (unresolved) target = path;
+
+    TemporaryFile temporary;
+    if (const int number = temporary.create(target, text, options)) return failure("write", path, number);
+    if (::rename(temporary.name(), target.c_str()) != 0) return failure("write", path, errno);
+    temporary.moved();
+    if (options.sync) syncFolderOf(target);
+    return {};
+}
+
+Result<void> writeFileIfAbsent(const std::filesystem::path& path, std::string_view text, const WriteOptions& options) {
+    TemporaryFile temporary;
+    if (const int number = temporary.create(path, text, options)) return failure("write", path, number);
+    if (::link(temporary.name(), path.c_str()) != 0) return failure("write", path, errno);
+    if (options.sync) syncFolderOf(path);
+    return {};
+}
+
+Result<void> ensureDirectory(const std::filesystem::path& path, ::mode_t mode) {
+    if (::mkdir(path.c_str(), mode) == 0) return {};
+    int number = errno;
+    const auto parent = path.parent_path();
+    if (number == ENOENT && !parent.empty() && parent != path) {
+        if (auto made = ensureDirectory(parent, mode); !made) return made;
+        if (::mkdir(path.c_str(), mode) == 0) return {};
+        number = errno;
+    }
+    struct ::stat status {};
+    // Asked before the reason counts: mkdir answers for an existing folder on a read-only disk with EROFS.
+    if (::stat(path.c_str(), &status) == 0) {
+        if (S_ISDIR(status.st_mode)) return {};
+        return Error{ErrorCode::InvalidInput, path.string() + " is not a folder", ENOTDIR};
+    }
+    return failure("create", path, number);
+}
+
+Result<void> removeFile(const std::filesystem::path& path) {
+    if (::unlink(path.c_str()) == 0 || errno == ENOENT || errno == ENOTDIR) return {};
+    return failure("delete", path, errno);
+}
+
+Result<void> setAsideAsBad(const std::filesystem::path& path) {
+    if (::rename(path.c_str(), (path.string() + ".bad").c_str()) == 0) return {};
+    return failure("keep a copy of", path, errno);
+}
+
+}  // namespace dravo
