@@ -1,9 +1,11 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <vector>
 
 #include "filter/model/filter_preset.h"
+#include "filter/model/rgb.h"
 
 namespace dravo {
 
@@ -19,17 +21,16 @@ struct GammaTable {
     [[nodiscard]] std::size_t size() const { return red.size(); }
     bool operator==(const GammaTable&) const = default;
 
+    /// The three channels in their order, for what treats them alike.
+    static constexpr std::array<std::vector<float> GammaTable::*, 3> channels();
+
     /// The neutral table of 256 entries: entry i is i / 255 in 32-bit arithmetic.
     [[nodiscard]] static GammaTable identity();
 };
 
-/// A colour with components 0..1.
-struct Rgb {
-    double red = 0;
-    double green = 0;
-    double blue = 0;
-    bool operator==(const Rgb&) const = default;
-};
+constexpr std::array<std::vector<float> GammaTable::*, 3> GammaTable::channels() {
+    return {&GammaTable::red, &GammaTable::green, &GammaTable::blue};
+}
 
 /// The person's live adjustments of a preset.
 struct Adjustments {
@@ -41,7 +42,7 @@ struct Adjustments {
 };
 
 /// The colour of a black body of `kelvin` degrees, relative to its brightest channel, by a published fit of the
-/// Planckian locus in sRGB (logarithms below 6600 K, powers above). At or below 0 K green and blue are 0.
+/// Planckian locus in sRGB (logarithms up to 6600 K, powers above). At or below 0 K green and blue are 0; NaN is black.
 [[nodiscard]] Rgb kelvinToRGB(double kelvin);
 
 /// What each channel of a white point of `kelvin` keeps, relative to 6500 K and never above 1.
@@ -50,11 +51,13 @@ struct Adjustments {
 /// The factor of one channel: 1 at intensity 0, `factor` at intensity 1 and channel weight 1.
 [[nodiscard]] double channelScale(double factor, double channelWeight, double intensity);
 
-/// The output 0..1 of one channel at input level `x` (0..1). NaN at the clamps becomes 0.
+/// The output 0..1 of one channel at input level `x` (0..1): scaled, tinted and dimmed, then contrast about mid-grey,
+/// then black lifted to `blackPoint`, then `gamma` as the exponent. NaN at the clamps becomes 0.
 [[nodiscard]] double channelOutput(double x, double scale, double tint, double dimming, double contrast,
                                    double blackPoint, double gamma);
 
-/// The 256-entry table of a preset under the four adjustments. The preset's own adjustments are not read.
+/// The table of 256 entries of a preset under the four adjustments: entry i is `channelOutput` of i / 255, to the bit.
+/// The preset's own adjustments are not read, nor is `isGrayscale`. Much faster when the preset's gamma is 1.
 [[nodiscard]] GammaTable computeTable(const FilterPreset& preset, double intensity, double dimming, double blackPoint,
                                       double contrast);
 
@@ -62,7 +65,7 @@ struct Adjustments {
 [[nodiscard]] GammaTable interpolate(const GammaTable& from, const GammaTable& to, float t);
 
 /// The same curve at `size` entries, by linear interpolation over the whole range. A table of that size is returned
-/// as it is; entries below 2 on either side give an empty table.
+/// as it is; fewer than 2 entries on either side give an empty table.
 [[nodiscard]] GammaTable resample(const GammaTable& table, std::size_t size);
 
 }  // namespace dravo

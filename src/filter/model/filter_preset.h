@@ -6,8 +6,8 @@ namespace dravo {
 
 /// The named recipe from which the whole-screen filter is computed.
 struct FilterPreset {
-    std::string id;
-    std::string name;
+    std::string id{};
+    std::string name{};
     double redFactor = 1;
     double greenFactor = 1;
     double blueFactor = 1;

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "base/result.h"
+#include "display/display_server.h"
+#include "display/gamma_table.h"
+
+namespace dravo {
+
+/// Transfer tables as JSON text, compact. One table is `{"red":[0,0.003921569,...],"green":[...],"blue":[...]}`, each
+/// level the shortest number that reads back as the same 32-bit float.
+///
+/// Thread: any.
+
+/// One table. Levels outside 0..1 are written as the nearer end, NaN as 0.
+[[nodiscard]] std::string encodeTable(const GammaTable& table);
+
+/// One object with a table for each display, under its id in decimal.
+[[nodiscard]] std::string encodeTables(const std::map<DisplayId, GammaTable>& tables);
+
+/// Reads what `encodeTables` writes, also after a person had a hand in it: ids may start with "+"; entries whose key is
+/// no 32-bit number are left out; unknown keys inside an entry are ignored; of channels of unequal length the first
+/// entries count, as many as the shortest has, and a table of fewer than 2 is left out; levels are held to 0..1.
+/// Errors: `InvalidInput` (not JSON, an entry without its three arrays, a level that is no number or too large for a
+/// 32-bit float): nothing of the text is to be used.
+[[nodiscard]] Result<std::map<DisplayId, GammaTable>> decodeTables(std::string_view text);
+
+}  // namespace dravo

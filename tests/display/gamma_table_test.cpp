@@ -1,0 +1,181 @@
+#include "display/gamma_table.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+
+namespace dravo {
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+/// The transfer written out as plainly as possible, step by step.
+double plainOutput(double x, double scale, double tint, const Adjustments& wanted, double gamma) {
+    double v = x * scale;
+    v = v * tint;
+    v = v * (1 - wanted.dimming);
+    v = (v - 0.5) * (wanted.contrast + 1) + 0.5;
+    v = v * (1 - wanted.blackPoint) + wanted.blackPoint;
+    if (std::isnan(v) || v <= 0) v = 0;
+    if (v > 1) v = 1;
+    const double y = std::pow(v, gamma);
+    if (std::isnan(y) || y <= 0) return 0;
+    return y > 1 ? 1 : y;
+}
+
+GammaTable plainTable(const FilterPreset& preset, const Adjustments& wanted) {
+    const Rgb colour = kelvinToRGB(preset.colorTemperature);
+    const Rgb neutral = kelvinToRGB(6500);
+    GammaTable table;
+    const auto fill = [&](std::vector<float>& entries, double factor, double weight, double tint) {
+        const double scale = 1 - (1 - factor) * (weight * wanted.intensity);
+        for (int i = 0; i < 256; ++i)
+            entries.push_back(static_cast<float>(plainOutput(i / 255.0, scale, tint, wanted, preset.gamma)));
+    };
+    fill(table.red, preset.redFactor, preset.redIntensity, std::min(colour.red / neutral.red, 1.0));
+    fill(table.green, preset.greenFactor, preset.greenIntensity, std::min(colour.green / neutral.green, 1.0));
+    fill(table.blue, preset.blueFactor, preset.blueIntensity, std::min(colour.blue / neutral.blue, 1.0));
+    return table;
+}
+
+GammaTable table(const FilterPreset& preset, const Adjustments& wanted) {
+    return computeTable(preset, wanted.intensity, wanted.dimming, wanted.blackPoint, wanted.contrast);
+}
+
+bool everyEntryIs(const GammaTable& found, float level) {
+    return std::ranges::all_of(GammaTable::channels(), [&](auto channel) {
+        return (found.*channel).size() == 256 && std::ranges::count(found.*channel, level) == 256;
+    });
+}
+
+TEST(GammaTableTest, LeavesEverythingAsItIsWhenAllIsNeutral) {
+    const GammaTable identity = GammaTable::identity();
+    ASSERT_EQ(identity.size(), 256U);
+    EXPECT_EQ(identity.green[51], 0.2F);
+    EXPECT_EQ(table({}, {}), identity);
+}
+
+TEST(GammaTableTest, EqualsThePlainFormulaBitForBit) {
+    std::mt19937_64 random(20241);
+    std::uniform_real_distribution<double> usual(0, 1), wide(-3, 4), kelvin(-1000, 12000);
+    const double oddities[] = {0, 1, -1, 0.5, 2.2, 6500, kNaN, kInfinity, -kInfinity, 1e300};
+    for (int round = 0; round < 3000; ++round) {
+        const auto number = [&](double often) {
+            if (random() % 40 == 0) return oddities[random() % std::size(oddities)];
+            return round % 2 ? wide(random) : often;
+        };
+        FilterPreset preset;
+        for (auto* field : {&preset.redFactor, &preset.greenFactor, &preset.blueFactor, &preset.redIntensity,
+                            &preset.greenIntensity, &preset.blueIntensity})
+            *field = number(usual(random));
+        preset.gamma = round % 3 ? 1 : number(0.5 + usual(random));
+        preset.colorTemperature = number(kelvin(random));
+        const Adjustments wanted{number(usual(random)), number(usual(random)), number(usual(random)),
+                                 number(usual(random) - 0.5)};
+        ASSERT_EQ(table(preset, wanted), plainTable(preset, wanted)) << "round " << round;
+    }
+}
+
+TEST(GammaTableTest, NeverFallsAndNeverLeavesTheRangeWithinTheSliders) {
+    std::mt19937 random(7);
+    std::uniform_real_distribution<double> unit(0, 1);
+    for (int round = 0; round < 200; ++round) {
+        FilterPreset preset{.redFactor = unit(random), .greenFactor = unit(random), .blueFactor = unit(random)};
+        preset.gamma = 0.5 + 1.5 * unit(random);
+        preset.colorTemperature = 2700 + 3800 * unit(random);
+        const GammaTable found =
+            table(preset, {unit(random), 0.8 * unit(random), 0.2 * unit(random), unit(random) - 0.5});
+        for (const auto channel : GammaTable::channels()) {
+            const auto& entries = found.*channel;
+            EXPECT_TRUE(std::ranges::is_sorted(entries));
+            EXPECT_GE(entries.front(), 0.0F);
+            EXPECT_LE(entries.back(), 1.0F);
+        }
+    }
+}
+
+TEST(GammaTableTest, AppliesEachAdjustmentByItself) {
+    const GammaTable tinted = table({.redFactor = 1, .greenFactor = 0.6, .blueFactor = 0.2}, {.intensity = 1});
+    EXPECT_EQ(tinted.red[255], 1.0F);
+    EXPECT_EQ(tinted.green[255], 0.6F);
+    EXPECT_EQ(tinted.blue[255], 0.2F);
+
+    const GammaTable lifted = table({}, {.blackPoint = 0.1});
+    EXPECT_EQ(lifted.red[0], 0.1F);
+    EXPECT_EQ(lifted.blue[255], 1.0F);
+
+    EXPECT_TRUE(everyEntryIs(table({.gamma = 1.7}, {.dimming = 1}), 0));
+    EXPECT_TRUE(everyEntryIs(table({.gamma = 0}, {.dimming = 0.4}), 1));
+    EXPECT_TRUE(everyEntryIs(table({.gamma = 1.1}, {.blackPoint = 0.1, .contrast = -1}),
+                             static_cast<float>(std::pow(0.5 * 0.9 + 0.1, 1.1))));
+    EXPECT_TRUE(everyEntryIs(table({}, {.intensity = kNaN}), 0));
+    EXPECT_TRUE(everyEntryIs(table({.gamma = kNaN}, {.dimming = 0.5}), 0));
+}
+
+TEST(GammaTableTest, KnowsTheColourOfTemperatures) {
+    EXPECT_EQ(kelvinToRGB(6500), (Rgb{1.0, 0.9965101329635118, 0.980556503404006}));
+    EXPECT_EQ(temperatureTint(6500), (Rgb{1, 1, 1}));
+    const Rgb warm = kelvinToRGB(2700);
+    const Rgb tint = temperatureTint(2700);
+    EXPECT_EQ(warm.red, 1.0);
+    EXPECT_NEAR(warm.green, 0.6538038, 1e-7);
+    EXPECT_NEAR(warm.blue, 0.3427666, 1e-7);
+    EXPECT_EQ(tint.red, 1.0);
+    EXPECT_NEAR(tint.green, 0.6560935, 1e-7);
+    EXPECT_NEAR(tint.blue, 0.3495634, 1e-7);
+}
+
+TEST(GammaTableTest, HoldsAtTheBranchesOfTheTemperatureFit) {
+    EXPECT_EQ(kelvinToRGB(1900).blue, 0.0);
+    EXPECT_GT(kelvinToRGB(2000).blue, 0.0);
+    EXPECT_EQ(kelvinToRGB(6600).blue, 1.0);
+    EXPECT_EQ(kelvinToRGB(6600).red, 1.0);
+    for (const double dark : {0.0, -500.0}) EXPECT_EQ(kelvinToRGB(dark), (Rgb{1, 0, 0}));
+    EXPECT_EQ(kelvinToRGB(kNaN), (Rgb{0, 0, 0}));
+    // A cold white is bluish: red lowest, blue full, green between; all brighter than a half.
+    const Rgb cold = kelvinToRGB(10000);
+    EXPECT_NEAR(cold.red, 0.7909, 1e-3);
+    EXPECT_NEAR(cold.green, 0.8552, 1e-3);
+    EXPECT_EQ(cold.blue, 1.0);
+}
+
+TEST(GammaTableTest, BlendsEntryByEntryOverTheShorterLength) {
+    const GammaTable from = GammaTable::identity();
+    const GammaTable dark = table({}, {.dimming = 0.5});
+    EXPECT_EQ(interpolate(from, dark, 0), from);
+    EXPECT_EQ(interpolate(from, dark, 0.25F).red[200], from.red[200] + (dark.red[200] - from.red[200]) * 0.25F);
+    const GammaTable shorter{std::vector<float>(200, 1.0F), std::vector<float>(200, 0.5F), std::vector<float>(200)};
+    const GammaTable blend = interpolate(from, shorter, 0.5F);
+    EXPECT_EQ(blend.blue.size(), 200U);
+    EXPECT_EQ(blend.red[0], 0.5F);
+    EXPECT_EQ(interpolate(from, {}, 0.5F).size(), 0U);
+}
+
+TEST(GammaTableTest, ResamplesOverTheWholeRange) {
+    const GammaTable curve = table({.gamma = 1.4}, {.dimming = 0.3, .blackPoint = 0.05});
+    EXPECT_EQ(resample(curve, 256), curve);
+    // 4081 = 255 x 16 + 1: every sixteenth entry is one of ours, so the way back finds the same floats.
+    EXPECT_EQ(resample(resample(curve, 4081), 256), curve);
+    for (const std::size_t size : {2U, 64U, 1024U, 4096U}) {
+        const GammaTable other = resample(curve, size);
+        ASSERT_EQ(other.size(), size);
+        EXPECT_EQ(other.red.front(), curve.red.front());
+        EXPECT_EQ(other.red.back(), curve.red.back());
+        EXPECT_TRUE(std::ranges::is_sorted(other.red));
+        const std::size_t probe = size / 3;
+        const double position = 255.0 * static_cast<double>(probe) / static_cast<double>(size - 1);
+        const auto before = static_cast<std::size_t>(position);
+        EXPECT_GE(other.green[probe], curve.green[before]);
+        EXPECT_LE(other.green[probe], curve.green[before + 1]);
+    }
+    EXPECT_EQ(resample({{0, 1}, {0, 1}, {0, 1}}, 3).blue, (std::vector<float>{0, 0.5F, 1}));
+    EXPECT_EQ(resample(curve, 1).size(), 0U);
+    EXPECT_EQ(resample({{1}, {1}, {1}}, 256).size(), 0U);
+}
+
+}  // namespace
+}  // namespace dravo
