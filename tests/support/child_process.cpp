@@ -1,0 +1,125 @@
+#include "support/child_process.h"
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <ostream>
+#include <system_error>
+
+namespace dravo::testing {
+
+namespace {
+
+[[noreturn]] void fail(const std::string& what) { throw std::system_error(errno, std::generic_category(), what); }
+
+std::vector<char*> pointersTo(std::vector<std::string>& strings) {
+    std::vector<char*> pointers;
+    for (auto& string : strings) pointers.push_back(string.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+int openFor(const std::filesystem::path& file, int flags) {
+    const int descriptor = open(file.c_str(), flags | O_CLOEXEC, 0600);
+    if (descriptor < 0) fail(file);
+    return descriptor;
+}
+
+void resetSignals() {
+    for (int number = 1; number < NSIG; ++number) std::signal(number, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+// dup2 onto the same number would leave the close-on-exec flag set.
+void place(int descriptor, int number) {
+    if (descriptor == number) {
+        fcntl(descriptor, F_SETFD, 0);
+    } else {
+        dup2(descriptor, number);
+    }
+}
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& out, const ExitStatus& status) {
+    if (status.signal) return out << "killed by signal " << *status.signal;
+    return out << "exit code " << status.code.value_or(-1);
+}
+
+ChildProcess::ChildProcess(const std::filesystem::path& program, Options options) {
+    std::vector<std::string> arguments = std::move(options.arguments);
+    arguments.insert(arguments.begin(), program.string());
+    std::vector<std::string> environment;
+    for (const auto& [name, value] : options.environment) environment.push_back(name + "=" + value);
+    const auto argv = pointersTo(arguments);
+    const auto envp = pointersTo(environment);
+
+    const int in = openFor("/dev/null", O_RDONLY);
+    const int out = options.outputTo.empty() ? openFor(output_ / "stdout", O_WRONLY | O_CREAT | O_APPEND)
+                                             : openFor(options.outputTo, O_WRONLY);
+    const int err = openFor(output_ / "stderr", O_WRONLY | O_CREAT | O_APPEND);
+    int execFailed[2];
+    if (pipe2(execFailed, O_CLOEXEC) != 0) fail("pipe2");
+
+    // fork, not posix_spawn: only here can the child ask to die with its parent, so that a test killed by its time
+    // limit leaves no server behind.
+    pid_ = fork();
+    if (pid_ == 0) {
+        prctl(PR_SET_PDEATHSIG, options.signalAtOurDeath);
+        setpgid(0, 0);
+        resetSignals();
+        place(in, 0);
+        place(out, 1);
+        place(err, 2);
+        if (options.descriptorThree >= 0) place(options.descriptorThree, 3);
+        execve(program.c_str(), argv.data(), envp.data());
+        const int reason = errno;
+        [[maybe_unused]] const auto written = write(execFailed[1], &reason, sizeof reason);
+        _exit(127);
+    }
+    const int forkError = errno;
+    close(in);
+    close(out);
+    close(err);
+    close(execFailed[1]);
+    int reason = pid_ < 0 ? forkError : 0;
+    if (pid_ > 0) {
+        [[maybe_unused]] const auto got = read(execFailed[0], &reason, sizeof reason);
+    }
+    close(execFailed[0]);
+    if (reason != 0) {
+        if (pid_ > 0) waitpid(pid_, nullptr, 0);
+        errno = reason;
+        fail(program);
+    }
+}
+
+ChildProcess::~ChildProcess() {
+    kill(-pid_, SIGKILL);
+    if (!status_) waitpid(pid_, nullptr, 0);
+}
+
+void ChildProcess::signal(int number) {
+    if (!status_) kill(pid_, number);
+}
+
+std::optional<ExitStatus> ChildProcess::exitStatus() {
+    int status = 0;
+    if (!status_ && waitpid(pid_, &status, WNOHANG) == pid_) {
+        status_ =
+            WIFSIGNALED(status) ? ExitStatus::killedBy(WTERMSIG(status)) : ExitStatus::exited(WEXITSTATUS(status));
+    }
+    return status_;
+}
+
+std::optional<ExitStatus> ChildProcess::waitForExit(std::chrono::milliseconds patience) {
+    waitUntil([this] { return !isRunning(); }, patience, std::chrono::microseconds{500});
+    return status_;
+}
+
+}  // namespace dravo::testing

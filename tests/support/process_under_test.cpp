@@ -1,0 +1,58 @@
+#include "support/process_under_test.h"
+
+#include <cstdlib>
+#include <fstream>
+
+namespace dravo::testing {
+
+namespace fs = std::filesystem;
+
+TestHome::TestHome() {
+    fs::create_directory(path());
+    fs::create_directory(runtimeFolder());
+    fs::permissions(runtimeFolder(), fs::perms::owner_all);
+}
+
+void TestHome::write(const fs::path& name, const std::string& text) const {
+    fs::create_directories((path() / name).parent_path());
+    std::ofstream(path() / name, std::ios::binary) << text;
+}
+
+std::map<std::string, std::string> TestHome::environment() const {
+    std::map<std::string, std::string> variables{
+        {"HOME", path()},
+        {"XDG_CONFIG_HOME", path() / ".config"},
+        {"XDG_DATA_HOME", path() / ".local/share"},
+        {"XDG_RUNTIME_DIR", runtimeFolder()},
+        {"DBUS_SESSION_BUS_ADDRESS", "disabled:"},
+        {"DBUS_SYSTEM_BUS_ADDRESS", "disabled:"},
+        {"PATH", "/usr/bin:/bin"},
+        {"LANG", "C.UTF-8"},
+        {"TZ", "UTC"},
+    };
+    // How the sanitizers report is the caller's decision.
+    for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS"}) {
+        if (const char* value = std::getenv(name)) variables.emplace(name, value);
+    }
+    return variables;
+}
+
+namespace {
+
+ChildProcess::Options optionsFor(const TestHome& home, std::vector<std::string> arguments,
+                                 const std::map<std::string, std::string>& more, fs::path outputTo) {
+    ChildProcess::Options options;
+    options.arguments = std::move(arguments);
+    options.environment = home.environment();
+    for (const auto& [name, value] : more) options.environment.insert_or_assign(name, value);
+    options.outputTo = std::move(outputTo);
+    return options;
+}
+
+}  // namespace
+
+ProcessUnderTest::ProcessUnderTest(const TestHome& home, std::vector<std::string> arguments,
+                                   const std::map<std::string, std::string>& more, fs::path outputTo)
+    : ChildProcess(DRAVO_PROGRAM, optionsFor(home, std::move(arguments), more, std::move(outputTo))) {}
+
+}  // namespace dravo::testing

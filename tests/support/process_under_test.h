@@ -1,0 +1,40 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "support/child_process.h"
+
+namespace dravo::testing {
+
+/// A person's home made for one test, in a temporary folder: what the program would find and leave there.
+class TestHome {
+public:
+    TestHome();
+
+    [[nodiscard]] std::filesystem::path path() const { return folder_ / "home"; }
+    [[nodiscard]] std::filesystem::path runtimeFolder() const { return folder_ / "run"; }
+
+    /// Writes `text` to the file at `name` below the home, making its folders.
+    void write(const std::filesystem::path& name, const std::string& text) const;
+    /// Writes the program's preferences.
+    void writePreferences(const std::string& toml) const { write(".config/dravo/preferences.toml", toml); }
+
+    /// Everything a process needs to live in this home alone: no display server, no message bus, English, UTC.
+    [[nodiscard]] std::map<std::string, std::string> environment() const;
+
+private:
+    TemporaryFolder folder_;
+};
+
+/// The real program, run in a home of the test's with nothing of the caller's session.
+class ProcessUnderTest : public ChildProcess {
+public:
+    /// `more` adds to the home's environment, e.g. DISPLAY.
+    ProcessUnderTest(const TestHome& home, std::vector<std::string> arguments,
+                     const std::map<std::string, std::string>& more = {}, std::filesystem::path outputTo = {});
+};
+
+}  // namespace dravo::testing
