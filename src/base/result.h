@@ -29,11 +29,11 @@ struct Error {
 /// Either a value or an error, spelled like `std::expected`.
 ///
 /// REQUIRES for `value()`, `*` and `->`: `hasValue()`. For `error()`: not `hasValue()`.
-template <typename T>
+template <typename T, typename E = Error>
 class [[nodiscard]] Result {
 public:
     Result(T value) : state_(std::in_place_index<0>, std::move(value)) {}
-    Result(Error error) : state_(std::in_place_index<1>, std::move(error)) {}
+    Result(E error) : state_(std::in_place_index<1>, std::move(error)) {}
 
     [[nodiscard]] bool hasValue() const { return state_.index() == 0; }
     explicit operator bool() const { return hasValue(); }
@@ -47,7 +47,7 @@ public:
     T* operator->() { return &checked(); }
     const T* operator->() const { return &value(); }
 
-    [[nodiscard]] const Error& error() const {
+    [[nodiscard]] const E& error() const {
         assert(!hasValue());
         return *std::get_if<1>(&state_);
     }
@@ -58,24 +58,24 @@ private:
         return *std::get_if<0>(&state_);
     }
 
-    std::variant<T, Error> state_;
+    std::variant<T, E> state_;
 };
 
-template <>
-class [[nodiscard]] Result<void> {
+template <typename E>
+class [[nodiscard]] Result<void, E> {
 public:
     Result() = default;
-    Result(Error error) : error_(std::move(error)) {}
+    Result(E error) : error_(std::move(error)) {}
 
     [[nodiscard]] bool hasValue() const { return !error_.has_value(); }
     explicit operator bool() const { return hasValue(); }
-    [[nodiscard]] const Error& error() const {
+    [[nodiscard]] const E& error() const {
         assert(error_);
         return *error_;
     }
 
 private:
-    std::optional<Error> error_;
+    std::optional<E> error_;
 };
 
 }  // namespace dravo

@@ -34,7 +34,12 @@ DisplayId next(DisplayId id) {
 
 }  // namespace
 
-void DisplayIdentities::know(std::span<const DisplayId> ids) { known_.insert(ids.begin(), ids.end()); }
+void DisplayIdentities::know(std::span<const DisplayId> ids) {
+    declared_.insert(ids.begin(), ids.end());
+    known_ = declared_;
+    remembered_.clear();
+    lastOnline_.clear();
+}
 
 std::vector<DisplayId> DisplayIdentities::assign(std::span<const OutputIdentity> online) {
     struct Candidate {

@@ -27,7 +27,7 @@ struct OutputIdentity {
 /// Thread: one thread.
 class DisplayIdentities {
 public:
-    /// Declares numbers that an earlier run gave.
+    /// Declares numbers that an earlier run gave. What this run has given so far is forgotten: assign again.
     void know(std::span<const DisplayId> ids);
 
     /// The numbers of the outputs that are on now, in their order; no two are equal. The order of the outputs does
@@ -44,7 +44,8 @@ public:
 private:
     using Monitor = std::pair<std::string, std::uint16_t>;  ///< Connector and EDID half.
 
-    std::set<DisplayId> known_;
+    std::set<DisplayId> declared_;
+    std::set<DisplayId> known_;  ///< Declared or given in this run.
     std::map<Monitor, DisplayId> remembered_;
     std::map<Monitor, DisplayId> lastOnline_;
 };

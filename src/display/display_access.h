@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "base/result.h"
+#include "display/display_server.h"
+#include "display/gamma_table.h"
+
+namespace dravo {
+
+/// Why a display could not be reached. Callers in the engine drop it: the operation is skipped and tried again later.
+struct DisplayGammaError {
+    enum class Case { getOnlineDisplayListFailed, getTransferFailed, setTransferFailed };
+
+    Case failed{};
+    ErrorCode code = ErrorCode::Internal;  ///< The display server's.
+
+    /// The case's fixed text, followed by the code's name.
+    [[nodiscard]] std::string description() const;
+};
+
+/// The displays that are on and can be filtered, in the server's order, at most `kMaxDisplays`.
+[[nodiscard]] Result<std::vector<DisplayId>, DisplayGammaError> onlineDisplayIDs(DisplayServer& server);
+
+/// What a display holds now: at most 256 entries, taken over the whole range of a longer hardware table.
+[[nodiscard]] Result<GammaTable, DisplayGammaError> readTransfer(DisplayServer& server, DisplayId display);
+
+}  // namespace dravo

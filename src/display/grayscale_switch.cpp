@@ -1,0 +1,29 @@
+#include "display/grayscale_switch.h"
+
+namespace dravo {
+
+void GrayscaleSwitch::set(bool enabled) {
+    if (settled_ == enabled) return;
+    const Result<void> done = enabled ? switchOn() : switchOff();
+    settled_.reset();
+    if (done || done.error().code == ErrorCode::Unsupported) settled_ = enabled;
+}
+
+Result<void> GrayscaleSwitch::switchOn() {
+    if (isOurs_) return {};
+    const auto before = service_.isEnabled();
+    if (!before) return before.error();
+    if (*before) return {};
+    auto done = service_.setEnabled(true);
+    isOurs_ = done.hasValue();
+    return done;
+}
+
+Result<void> GrayscaleSwitch::switchOff() {
+    if (!isOurs_) return {};
+    auto done = service_.setEnabled(false);
+    isOurs_ = !done.hasValue();
+    return done;
+}
+
+}  // namespace dravo

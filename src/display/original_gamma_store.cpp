@@ -1,0 +1,140 @@
+#include "display/original_gamma_store.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "base/files.h"
+#include "base/report.h"
+#include "display/display_access.h"
+#include "display/table_json.h"
+
+namespace dravo {
+namespace {
+
+constexpr const char* kFileName = "original_gamma.json";
+/// Sixteen displays of the longest hardware tables need a tenth of it.
+constexpr std::size_t kMaxFileSize = 16U << 20U;
+
+bool exists(const std::filesystem::path& path) {
+    std::error_code ignored;
+    return std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
+}
+
+}  // namespace
+
+OriginalGammaStore::OriginalGammaStore(DisplayServer& server, DataFolder folder)
+    : server_(server), folder_(std::move(folder)) {}
+
+void OriginalGammaStore::ensureDirectory() {
+    if (!folder_.home.empty()) static_cast<void>(dravo::ensureDirectory(folder_.home, 0700));
+}
+
+void OriginalGammaStore::saveIfAbsent() {
+    ensureDirectory();
+    if (isDamaged_) return;
+    const auto files = paths();
+    if (!isBehind_ && std::ranges::any_of(files, exists)) return;
+    const auto displays = onlineDisplayIDs(server_);
+    if (!displays) return;
+    addTables(*displays);
+    write();
+}
+
+void OriginalGammaStore::includeDisplays(std::span<const DisplayId> displays) {
+    if (!isDamaged_ && addTables(displays) && !ours_.empty()) write();
+}
+
+bool OriginalGammaStore::restoreIfNeeded() {
+    for (const auto& path : paths()) takeOver(path);
+    const bool restores = !ours_.empty();
+    isBehind_ = restores;
+    if (isDamaged_) server_.distrustFoundTables();
+    if (restores) server_.declareOwnTables(tables_);
+    if (restores || isDamaged_) loadOwnTables(isDamaged_);
+    return restores;
+}
+
+void OriginalGammaStore::clear() {
+    for (const auto& path : paths()) static_cast<void>(removeFile(path));
+    tables_.clear();
+    ours_.clear();
+    isBehind_ = false;
+    isDamaged_ = false;
+}
+
+std::vector<std::filesystem::path> OriginalGammaStore::paths() const {
+    std::vector<std::filesystem::path> files;
+    for (const auto& folder : {folder_.home, folder_.runtime})
+        if (!folder.empty()) files.push_back(folder / kFileName);
+    return files;
+}
+
+void OriginalGammaStore::takeOver(const std::filesystem::path& path) {
+    const auto text = readFile(path, kMaxFileSize);
+    // Another user's file says nothing about how our own runs ended.
+    if (!text && (text.error().code == ErrorCode::NotFound || text.error().code == ErrorCode::PermissionDenied)) return;
+    auto tables = text ? decodeTables(*text) : Result<std::map<DisplayId, GammaTable>>(text.error());
+    if (!tables) {
+        isDamaged_ = true;
+        reportOnce("damaged-tables", path.string() + " cannot be used (" + tables.error().message +
+                                         "); displays without a color profile are given a neutral table");
+        return;
+    }
+    // The folder in the home directory comes first, and its entries win.
+    tables_.merge(*tables);
+    ours_.insert(path);
+}
+
+void OriginalGammaStore::loadOwnTables(bool alsoUnknown) {
+    const auto displays = onlineDisplayIDs(server_);
+    if (!displays) return;
+    std::vector<DisplayTable> loads;
+    for (const DisplayId display : *displays) {
+        if (const auto saved = tables_.find(display); saved != tables_.end()) {
+            loads.push_back({display, saved->second});
+        } else if (alsoUnknown) {
+            if (auto own = server_.ownTable(display)) loads.push_back({display, std::move(*own)});
+        }
+    }
+    // A display that refuses stays in the file, and the server knows its own table.
+    if (!loads.empty()) static_cast<void>(server_.loadTables(loads));
+}
+
+bool OriginalGammaStore::addTables(std::span<const DisplayId> displays) {
+    bool added = false;
+    for (const DisplayId display : displays) {
+        if (tables_.contains(display)) continue;
+        auto own = server_.ownTable(display);
+        if (!own || own->size() < 2) continue;
+        tables_.emplace(display, std::move(*own));
+        added = true;
+    }
+    return added;
+}
+
+void OriginalGammaStore::write() {
+    const std::string text = encodeTables(tables_);
+    isBehind_ = !ours_.empty();
+    std::string reason = "there is no home directory";
+    for (const auto& path : paths()) {
+        static_cast<void>(dravo::ensureDirectory(path.parent_path(), 0700));
+        const auto written = ours_.contains(path) ? writeFileAtomically(path, text) : writeFileIfAbsent(path, text);
+        if (!written) {
+            reason = written.error().message;
+            continue;
+        }
+        if (folder_.home.empty() || path.parent_path() != folder_.home)
+            reportOnce("tables-in-runtime-folder",
+                       reason + "; the displays' own tables are saved in " + path.string() + " until you log out");
+        for (const auto& other : ours_)
+            if (other != path) static_cast<void>(removeFile(other));
+        ours_ = {path};
+        isBehind_ = false;
+        return;
+    }
+    reportOnce("tables-not-saved",
+               reason + "; the displays' own tables are not saved, and a crash would leave the filter on screen");
+}
+
+}  // namespace dravo
