@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "base/result.h"
+#include "cli/output.h"
+#include "display/display_server.h"
+#include "filter/model/filter_preset.h"
+
+namespace dravo::cli {
+
+class PictureService;
+
+/// What the commands ask of the world. A factory is called only by a command that needs what it makes, so that the
+/// others start at once; what it returns lives until the process ends.
+///
+/// Lifetime: outlives the command's run.
+struct CommandContext {
+    Output& out;
+    Output& err;
+
+    /// Errors: `NotFound` (no display server to talk to), `Unsupported` (one that cannot do it), `PermissionDenied`.
+    std::function<Result<DisplayServer*>()> displays;
+
+    /// The person's own presets; none is an empty list.
+    std::function<Result<std::vector<FilterPreset>>()> userPresets;
+
+    /// Errors: `NotFound`, `Unsupported`: this installation cannot make pictures.
+    std::function<Result<PictureService*>()> pictures;
+};
+
+}  // namespace dravo::cli

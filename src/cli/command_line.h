@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string_view>
+
+#include "cli/command.h"
+#include "cli/command_context.h"
+#include "cli/exit_code.h"
+
+namespace dravo::cli {
+
+/// Whether the command line asks to filter the screen instead of naming a command.
+[[nodiscard]] bool asksToFilter(int argc, char** argv);
+
+/// Runs the command that the command line names. Output and errors go to the context's streams and are complete when
+/// this returns. REQUIRES: not `asksToFilter(argc, argv)`.
+[[nodiscard]] ExitCode runCommandLine(int argc, char** argv, CommandContext& context);
+
+/// Writes "dravo NAME: message" as one line to standard error and returns `code`.
+[[nodiscard]] ExitCode fail(CommandContext& context, const Command& command, ExitCode code, std::string_view message);
+
+/// The same for wrong usage, with a hint at the command's help.
+[[nodiscard]] ExitCode misused(CommandContext& context, const Command& command, std::string_view message);
+
+}  // namespace dravo::cli

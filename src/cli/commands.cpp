@@ -1,0 +1,31 @@
+#include "cli/commands.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "cli/text.h"
+
+namespace dravo::cli {
+
+std::span<const Command* const> commands() {
+    static constexpr const Command* kRows[] = {
+        &kPresetsCommand, &kTableCommand, &kPreviewCommand, &kDisplaysCommand, &kHelpCommand,
+    };
+    return kRows;
+}
+
+const Command* findCommand(std::string_view name) {
+    const auto rows = commands();
+    const auto row = std::ranges::find_if(rows, [&](const Command* command) { return command->name == name; });
+    return row == rows.end() ? nullptr : *row;
+}
+
+std::string unknownCommand(std::string_view name) {
+    std::vector<std::string_view> names;
+    for (const Command* const command : commands()) names.emplace_back(command->name);
+    const std::string_view meant = nearest(name, names);
+    return "unknown command " + quoted(name) + (meant.empty() ? "" : "; did you mean '" + std::string(meant) + "'?");
+}
+
+}  // namespace dravo::cli

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "cli/command.h"
+
+namespace dravo::cli {
+
+extern const Command kPresetsCommand;
+extern const Command kTableCommand;
+extern const Command kDisplaysCommand;
+extern const Command kPreviewCommand;
+extern const Command kHelpCommand;
+
+/// The command table, in the order of the help.
+[[nodiscard]] std::span<const Command* const> commands();
+
+/// The row with that name, or null.
+[[nodiscard]] const Command* findCommand(std::string_view name);
+
+/// "unknown command 'x'", with the name that was probably meant.
+[[nodiscard]] std::string unknownCommand(std::string_view name);
+
+}  // namespace dravo::cli

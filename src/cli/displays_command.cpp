@@ -1,0 +1,73 @@
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include "cli/arguments.h"
+#include "cli/command_line.h"
+#include "cli/commands.h"
+#include "cli/display_list.h"
+#include "cli/display_list_json.h"
+#include "cli/text.h"
+
+namespace dravo::cli {
+
+namespace {
+
+std::string hexColour(const Rgb& colour) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    std::string result = "#";
+    for (const double level : {colour.red, colour.green, colour.blue}) {
+        const auto byte = static_cast<std::size_t>(std::lround(std::clamp(level, 0.0, 1.0) * 255));
+        result += kDigits[byte / 16];
+        result += kDigits[byte % 16];
+    }
+    return result;
+}
+
+std::string whiteText(const DisplayRow& row) {
+    if (!row.white) return row.description.problem;
+    return "white " + hexColour(*row.white) + " (" + fixed(row.white->red, 3) + " " + fixed(row.white->green, 3) + " " +
+           fixed(row.white->blue, 3) + ")";
+}
+
+std::string displaysListing(const DisplayList& list) {
+    std::size_t nameWidth = 0;
+    for (const DisplayRow& row : list.rows) nameWidth = std::max(nameWidth, row.description.name.size());
+    std::string result;
+    for (const DisplayRow& row : list.rows) {
+        constexpr std::size_t kIdWidth = 10;  // the digits of the greatest 32-bit number
+        constexpr std::size_t kSizeWidth = 14;
+        result += list.backend + "  " + padded(row.description.name, nameWidth + 2) + "ID " +
+                  padded(std::to_string(static_cast<std::uint32_t>(row.description.id)), kIdWidth + 2) +
+                  padded(std::to_string(row.description.tableSize) + " entries", kSizeWidth) +
+                  padded(stateName(row), 13) + whiteText(row) + "\n";
+    }
+    return result.empty() ? list.backend + "  no display is on\n" : result;
+}
+
+ExitCode runDisplays(const Arguments& arguments, CommandContext& context) {
+    const auto server = context.displays();
+    if (!server) return failForDisplays(context, kDisplaysCommand, server.error());
+    const auto list = listDisplays(**server);
+    if (!list) return failForDisplays(context, kDisplaysCommand, list.error());
+    context.out.write(arguments.has("json") ? displayListJson(*list) + "\n" : displaysListing(*list));
+    return ExitCode::Ok;
+}
+
+constexpr const char* kDisplaysUsages[] = {"[--json]"};
+constexpr Option kDisplaysOptions[] = {kJsonOption};
+
+}  // namespace
+
+const Command kDisplaysCommand{
+    .name = "displays",
+    .summary = "List the displays and what they hold now",
+    .usages = kDisplaysUsages,
+    .description =
+        "A line for each display: the kind of display server, the display's name, ID and table size, whether\n"
+        "it can be filtered, and the colour that it shows for white.",
+    .options = kDisplaysOptions,
+    .run = runDisplays,
+};
+
+}  // namespace dravo::cli

@@ -1,0 +1,84 @@
+#include "cli/preset_lookup.h"
+
+#include <algorithm>
+#include <string>
+
+#include "base/files.h"
+#include "cli/command_line.h"
+#include "cli/text.h"
+#include "filter/model/preset_json.h"
+
+namespace dravo::cli {
+
+namespace {
+
+/// Room for a preset with a very long name, and no more.
+constexpr std::size_t kLargestPresetFile = 1 << 20;
+
+Result<FilterPreset> readPreset(const std::string& path) {
+    const auto text = readFile(path, kLargestPresetFile);
+    if (!text) return Error{ErrorCode::InvalidInput, text.error().message, text.error().nativeCode};
+    auto preset = decodePreset(*text);
+    if (!preset) return Error{ErrorCode::InvalidInput, path + ": " + preset.error().message};
+    return preset;
+}
+
+std::string unknownPreset(std::string_view id, const std::vector<FilterPreset>& own) {
+    std::vector<std::string_view> ids;
+    for (const auto* const presets : {&FilterPreset::builtIn(), &own}) {
+        for (const FilterPreset& preset : *presets) ids.emplace_back(preset.id);
+    }
+    std::string message = "no preset " + quoted(id);
+    if (const std::string_view meant = nearest(id, ids); !meant.empty()) {
+        return message + "; did you mean '" + std::string(meant) + "'?";
+    }
+    message += "; there are";
+    for (const std::string_view known : ids) message += " " + std::string(known);
+    return message;
+}
+
+}  // namespace
+
+Result<std::vector<FilterPreset>> allPresets(CommandContext& context) {
+    std::vector<FilterPreset> result = FilterPreset::builtIn();
+    auto own = context.userPresets();
+    if (!own) return own.error();
+    std::ranges::move(*own, std::back_inserter(result));
+    return result;
+}
+
+Result<FilterPreset> presetOf(std::string_view operand, CommandContext& context) {
+    if (operand.find('/') != std::string_view::npos || operand.ends_with(".json")) {
+        return readPreset(std::string(operand));
+    }
+    // A built-in preset is there even when the person's own cannot be read.
+    if (const FilterPreset* const found = findPreset(operand, {})) return *found;
+    const auto own = context.userPresets();
+    if (!own) return own.error();
+    if (const FilterPreset* const found = findPreset(operand, *own)) return *found;
+    return Error{ErrorCode::NotFound, unknownPreset(operand, *own)};
+}
+
+PresetOutcome choosePreset(const Command& command, std::string_view operand, const Arguments& arguments,
+                           CommandContext& context) {
+    const auto preset = presetOf(operand, context);
+    if (!preset) {
+        const std::string& message = preset.error().message;
+        if (preset.error().code == ErrorCode::NotFound) return {{}, misused(context, command, message)};
+        return {{}, fail(context, command, ExitCode::FileTrouble, message)};
+    }
+    const Adjustments adjustments{
+        .intensity = arguments.number("intensity").value_or(preset->intensity),
+        .dimming = arguments.number("dimming").value_or(preset->dimming),
+        .blackPoint = arguments.number("black-point").value_or(preset->blackPoint),
+        .contrast = arguments.number("contrast").value_or(preset->contrast),
+    };
+    return {PresetChoice{*preset, adjustments}, ExitCode::Ok};
+}
+
+GammaTable tableOf(const PresetChoice& choice) {
+    const Adjustments& by = choice.adjustments;
+    return computeTable(choice.preset, by.intensity, by.dimming, by.blackPoint, by.contrast);
+}
+
+}  // namespace dravo::cli

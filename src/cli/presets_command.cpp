@@ -1,0 +1,62 @@
+#include <algorithm>
+#include <string>
+
+#include "cli/arguments.h"
+#include "cli/command_line.h"
+#include "cli/commands.h"
+#include "cli/preset_lookup.h"
+#include "cli/text.h"
+#include "filter/model/preset_json.h"
+
+namespace dravo::cli {
+
+namespace {
+
+std::string presetListing(const std::vector<FilterPreset>& presets) {
+    std::size_t idWidth = 0;
+    std::size_t nameWidth = 0;
+    for (const FilterPreset& preset : presets) {
+        idWidth = std::max(idWidth, preset.id.size());
+        nameWidth = std::max(nameWidth, preset.localizedName().size());
+    }
+    std::string result;
+    for (const FilterPreset& preset : presets) {
+        result += padded(preset.id, idWidth + 2) + padded(preset.localizedName(), nameWidth + 2);
+        if (preset.isGrayscale) {
+            result += "grayscale";
+        } else {
+            result += "red " + fixed(preset.redFactor, 2) + "  green " + fixed(preset.greenFactor, 2) + "  blue " +
+                      fixed(preset.blueFactor, 2) + "  intensity " + fixed(preset.intensity * 100, 0) + "%";
+        }
+        result += "\n";
+    }
+    return result;
+}
+
+ExitCode runPresets(const Arguments& arguments, CommandContext& context) {
+    const auto presets = allPresets(context);
+    if (!presets) return fail(context, kPresetsCommand, ExitCode::FileTrouble, presets.error().message);
+    if (!arguments.has("json")) {
+        context.out.write(presetListing(*presets));
+        return ExitCode::Ok;
+    }
+    const auto json = encodePresets(*presets);
+    if (!json) return fail(context, kPresetsCommand, ExitCode::FileTrouble, json.error().message);
+    context.out.write(*json + "\n");
+    return ExitCode::Ok;
+}
+
+constexpr const char* kPresetsUsages[] = {"[--json]"};
+constexpr Option kPresetsOptions[] = {kJsonOption};
+
+}  // namespace
+
+const Command kPresetsCommand{
+    .name = "presets",
+    .summary = "List the presets, the built-in ones and your own",
+    .usages = kPresetsUsages,
+    .options = kPresetsOptions,
+    .run = runPresets,
+};
+
+}  // namespace dravo::cli

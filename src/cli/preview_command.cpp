@@ -1,0 +1,157 @@
+#include <sys/stat.h>
+
+#include <string>
+
+#include "base/files.h"
+#include "cli/arguments.h"
+#include "cli/command_line.h"
+#include "cli/commands.h"
+#include "cli/display_list.h"
+#include "cli/picture_service.h"
+#include "cli/preset_lookup.h"
+#include "cli/text.h"
+
+namespace dravo::cli {
+
+namespace {
+
+std::string percent(double fraction) { return fixed(fraction * 100, 0) + "%"; }
+
+std::string presetNote(const FilterPreset& preset) {
+    std::string note =
+        preset.isGrayscale ? "with the desktop's grayscale mode" : "intensity " + percent(preset.intensity);
+    if (preset.dimming != 0) note += " · dimming " + percent(preset.dimming);
+    if (preset.blackPoint != 0) note += " · black point " + percent(preset.blackPoint);
+    if (preset.contrast != 0) note += " · contrast " + percent(preset.contrast);
+    if (preset.gamma != 1) note += " · gamma " + shortest(preset.gamma);
+    if (preset.colorTemperature != 6500) note += " · " + fixed(preset.colorTemperature, 0) + " K";
+    return note;
+}
+
+PresetCell presetCell(const FilterPreset& preset) {
+    const PresetChoice choice{preset, {preset.intensity, preset.dimming, preset.blackPoint, preset.contrast}};
+    return {preset.localizedName(), preset.id, presetNote(preset), preset.swatchColor(), tableOf(choice)};
+}
+
+DisplayCell displayCell(const DisplayRow& row) {
+    constexpr std::size_t kEntries = 256;
+    if (!row.white) return {row.description.name, row.description.problem, {}};
+    const std::string note = "ID " + std::to_string(static_cast<std::uint32_t>(row.description.id)) + " · " +
+                             std::to_string(row.table.size()) + " entries";
+    return {row.description.name, note, resample(row.table, kEntries)};
+}
+
+/// The mode that this user's new files have.
+::mode_t ordinaryFileMode() {
+    const ::mode_t mask = ::umask(0);
+    ::umask(mask);
+    return 0666 & ~mask;
+}
+
+ExitCode save(PictureService& pictures, const Picture& picture, std::string_view path, CommandContext& context) {
+    const auto bytes = pictures.encode(picture);
+    if (!bytes) return fail(context, kPreviewCommand, ExitCode::FileTrouble, bytes.error().message);
+    const auto written = writeFileAtomically(path, *bytes, {.mode = ordinaryFileMode(), .sync = false});
+    if (!written) return fail(context, kPreviewCommand, ExitCode::FileTrouble, written.error().message);
+    return ExitCode::Ok;
+}
+
+/// Saves what was drawn, or says why nothing was.
+ExitCode finish(PictureService& pictures, const Result<Picture>& drawn, std::string_view path,
+                CommandContext& context) {
+    if (!drawn) return fail(context, kPreviewCommand, ExitCode::FileTrouble, drawn.error().message);
+    return save(pictures, *drawn, path, context);
+}
+
+Result<Picture> readPicture(PictureService& pictures, std::string_view path) {
+    const auto bytes = readFile(path, kMostPictureBytes);
+    if (!bytes) return bytes.error();
+    auto picture = pictures.decode(*bytes);
+    if (!picture) return Error{ErrorCode::InvalidInput, std::string(path) + ": " + picture.error().message};
+    return picture;
+}
+
+ExitCode drawAllPresets(PictureService& pictures, std::string_view path, CommandContext& context) {
+    const auto presets = allPresets(context);
+    if (!presets) return fail(context, kPreviewCommand, ExitCode::FileTrouble, presets.error().message);
+    std::vector<PresetCell> cells;
+    for (const FilterPreset& preset : *presets) cells.push_back(presetCell(preset));
+    return finish(pictures, pictures.presetSheet(cells), path, context);
+}
+
+ExitCode drawDisplays(PictureService& pictures, std::string_view path, CommandContext& context) {
+    const auto server = context.displays();
+    if (!server) return failForDisplays(context, kPreviewCommand, server.error());
+    const auto list = listDisplays(**server);
+    if (!list) return failForDisplays(context, kPreviewCommand, list.error());
+    std::vector<DisplayCell> cells;
+    for (const DisplayRow& row : list->rows) cells.push_back(displayCell(row));
+    return finish(pictures, pictures.beforeAndAfter(cells), path, context);
+}
+
+ExitCode drawPreset(PictureService& pictures, const Arguments& arguments, CommandContext& context) {
+    const auto& operands = arguments.operands();
+    const auto [choice, code] = choosePreset(kPreviewCommand, operands.back(), arguments, context);
+    if (!choice) return code;
+    auto picture = operands.size() == 3 ? readPicture(pictures, operands[0]) : pictures.testCard();
+    if (picture) applyTable(*picture, tableOf(*choice));
+    return finish(pictures, picture, operands[operands.size() - 2], context);
+}
+
+bool isPngName(std::string_view path) { return path.ends_with(".png") || path.ends_with(".PNG"); }
+
+/// What is wrong with the combination of options and operands, or nothing.
+std::string whatIsWrong(const Arguments& arguments) {
+    const bool isSheet = arguments.has("all") || arguments.has("displays");
+    const std::size_t count = arguments.operands().size();
+    if (arguments.has("all") && arguments.has("displays")) return "--all and --displays exclude each other";
+    if (isSheet) {
+        for (const char* const option : {"intensity", "dimming", "black-point", "contrast"}) {
+            if (arguments.has(option)) return std::string("--") + option + " needs a PRESET";
+        }
+        if (count != 1) return "only OUT.png may follow";
+    } else if (count < 2) {
+        return "OUT.png and PRESET are needed";
+    }
+    const std::string_view target = arguments.operands()[isSheet ? 0 : count - 2];
+    return isPngName(target) ? "" : "the picture is written as PNG: " + quoted(target) + " must end in .png";
+}
+
+ExitCode runPreview(const Arguments& arguments, CommandContext& context) {
+    if (const std::string wrong = whatIsWrong(arguments); !wrong.empty()) {
+        return misused(context, kPreviewCommand, wrong);
+    }
+    const auto pictures = context.pictures();
+    if (!pictures) return fail(context, kPreviewCommand, ExitCode::FileTrouble, pictures.error().message);
+    if (arguments.has("all")) return drawAllPresets(**pictures, arguments.operands()[0], context);
+    if (arguments.has("displays")) return drawDisplays(**pictures, arguments.operands()[0], context);
+    return drawPreset(**pictures, arguments, context);
+}
+
+constexpr const char* kPreviewUsages[] = {"[IN] OUT.png PRESET [OPTIONS]", "--all OUT.png", "--displays OUT.png"};
+constexpr Option kPreviewOptions[] = {
+    kIntensityOption,
+    kDimmingOption,
+    kBlackPointOption,
+    kContrastOption,
+    {"all", "", "Draw one sheet with every preset"},
+    {"displays", "", "Draw a test card without and with what each display holds now"},
+};
+
+}  // namespace
+
+const Command kPreviewCommand{
+    .name = "preview",
+    .summary = "Write a picture as a preset would show it",
+    .usages = kPreviewUsages,
+    .description =
+        "IN is a PNG or JPEG picture; without it a built-in test card is taken. OUT.png may be IN. PRESET is\n"
+        "an id that 'dravo presets' lists, or the path of a file with one preset. What no option adjusts is\n"
+        "as the preset has it.",
+    .options = kPreviewOptions,
+    .leastOperands = 1,
+    .mostOperands = 3,
+    .run = runPreview,
+};
+
+}  // namespace dravo::cli

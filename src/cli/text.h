@@ -1,0 +1,28 @@
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace dravo::cli {
+
+/// Reads all of `text` as a finite decimal number, whatever the locale. A leading "+" is allowed.
+[[nodiscard]] std::optional<double> parseNumber(std::string_view text);
+
+/// The shortest text that reads back as `value`.
+[[nodiscard]] std::string shortest(double value);
+
+/// `value` with exactly `decimals` digits after the point, whatever the locale.
+[[nodiscard]] std::string fixed(double value, int decimals);
+
+/// `text` in single quotes, control characters replaced: whatever a person typed, the message stays one line.
+[[nodiscard]] std::string quoted(std::string_view text);
+
+/// `text` filled up with spaces to `width` characters.
+[[nodiscard]] std::string padded(std::string_view text, std::size_t width);
+
+/// The candidate that `typed` was probably meant to be: few typing errors away. Empty when nothing is near.
+[[nodiscard]] std::string_view nearest(std::string_view typed, std::span<const std::string_view> candidates);
+
+}  // namespace dravo::cli

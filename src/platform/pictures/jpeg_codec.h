@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string_view>
+
+#include "base/result.h"
+#include "cli/picture.h"
+
+namespace dravo::pictures {
+
+[[nodiscard]] bool isJpeg(std::string_view file);
+
+/// Any JPEG in colour or grey; one that is damaged anywhere is refused as a whole.
+/// Errors: `InvalidInput`.
+[[nodiscard]] Result<cli::Picture> decodeJpeg(std::string_view file);
+
+}  // namespace dravo::pictures

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include "base/result.h"
+#include "cli/picture.h"
+
+namespace dravo::pictures {
+
+/// Whether a picture of that size may be read. Comes before any memory is taken for it.
+[[nodiscard]] inline Result<void> checkSize(std::uint64_t width, std::uint64_t height) {
+    if (width <= cli::kLongestPictureSide && height <= cli::kLongestPictureSide &&
+        width * height * 4 <= cli::kMostPictureBytes) {
+        return {};
+    }
+    return Error{ErrorCode::InvalidInput,
+                 "the picture is too large: " + std::to_string(width) + " x " + std::to_string(height) + " pixels"};
+}
+
+}  // namespace dravo::pictures
