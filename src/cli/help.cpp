@@ -24,7 +24,9 @@ std::string twoColumns(const Rows& rows) {
 
 std::string helpText(const Option& option) {
     std::string result = option.help;
-    if (option.kind == Option::Kind::Number) result += ", " + shortest(option.least) + " to " + shortest(option.most);
+    if (option.kind == Option::Kind::Number) {
+        result += " (" + shortest(option.least) + " to " + shortest(option.most) + ")";
+    }
     return result;
 }
 

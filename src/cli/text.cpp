@@ -83,7 +83,7 @@ std::string_view nearest(std::string_view typed, std::span<const std::string_vie
     if (typed.size() > kLongestTyped) return {};
     const std::string wanted = lowered(typed);
     std::string_view best;
-    std::size_t bestDistance = std::max<std::size_t>(1, typed.size() / 3) + 1;
+    std::size_t bestDistance = typed.size() / 3 + 2;
     for (const std::string_view candidate : candidates) {
         const std::size_t distance = editDistance(wanted, lowered(candidate));
         if (distance < bestDistance) {
