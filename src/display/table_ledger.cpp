@@ -122,7 +122,7 @@ void TableLedger::restored(CrtcId id) {
 std::vector<CrtcLevels> TableLedger::calibrations() const {
     std::vector<CrtcLevels> all;
     for (const auto& [id, crtc] : crtcs_)
-        if (crtc.showing || crtc.dirty) all.push_back(calibrationOn(id, crtc));
+        if (crtc.dirty || crtc.owed) all.push_back(calibrationOn(id, crtc));
     return all;
 }
 

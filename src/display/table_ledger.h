@@ -87,8 +87,8 @@ public:
     /// The server has confirmed that `crtc` holds its calibration.
     void restored(CrtcId crtc);
 
-    /// The calibration of every CRTC that has a display or is dirty: what a guard needs that ends the program in the
-    /// middle of anything. Changes with `appeared`, `left`, `removed`, `firstLook`, `setProfile` and the declarations.
+    /// What restoring would write now to each CRTC that carries ours: what a guard needs that ends the program in the
+    /// middle of anything. Displays that others may be tinting while the filter is off are not in it.
     [[nodiscard]] std::vector<CrtcLevels> calibrations() const;
 
     /// The display's own table: declared; else of the CRTC on which it appeared if that held our table; else found.

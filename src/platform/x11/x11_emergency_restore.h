@@ -1,0 +1,54 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "display/table_ledger.h"
+#include "platform/x11/x11_connection.h"
+
+namespace dravo::x11 {
+
+/// Everything a sudden end needs to know, immutable once handed over.
+struct EmergencyTargets {
+    /// A window of the engine's connection: killing its client drops the writes that connection still has queued,
+    /// which would otherwise land after the restore.
+    xcb_window_t engineWindow = XCB_NONE;
+    std::vector<CrtcLevels> calibrations;
+    /// Outputs whose colour matrix we set, to be given the neutral one.
+    std::vector<xcb_randr_output_t> matrixOutputs;
+    xcb_atom_t matrix = XCB_NONE;
+};
+
+/// Gives the displays back on its own connection, whatever the main thread is doing.
+///
+/// `open` and `restore` run on the guard's thread, `setTargets` on the main thread.
+class EmergencyRestore {
+public:
+    /// `display` as for `connect`.
+    explicit EmergencyRestore(std::string display) : display_(std::move(display)) {}
+
+    /// Connects. Errors: `Disconnected`.
+    Result<void> open();
+
+    /// Swaps in what `restore` is to do. Called before the main thread's first write to a CRTC.
+    void setTargets(std::shared_ptr<const EmergencyTargets> targets);
+
+    /// Takes the engine's connection away, loads every ramp and waits for the server's confirmation, two seconds at
+    /// most. Does nothing before the first targets.
+    void restore();
+
+private:
+    std::string display_;
+    Connection connection_;
+    std::mutex mutex_;
+    std::shared_ptr<const EmergencyTargets> targets_;
+};
+
+/// Asks for a neutral colour matrix on `output`. The request is only queued.
+void sendNeutralMatrix(xcb_connection_t* connection, xcb_randr_output_t output, xcb_atom_t matrix);
+
+/// Asks the server to load `ramp`; checked, so that errors come to the cookie's owner.
+xcb_void_cookie_t sendRamp(xcb_connection_t* connection, const CrtcLevels& ramp);
+
+}  // namespace dravo::x11
