@@ -40,10 +40,11 @@ public:
 
     [[nodiscard]] T& value() & { return checked(); }
     [[nodiscard]] const T& value() const& { return const_cast<Result*>(this)->checked(); }
-    [[nodiscard]] T&& value() && { return std::move(checked()); }
+    /// By value, so that looping over the value of a temporary is safe.
+    [[nodiscard]] T value() && { return std::move(checked()); }
     T& operator*() & { return checked(); }
     const T& operator*() const& { return value(); }
-    T&& operator*() && { return std::move(checked()); }
+    T operator*() && { return std::move(checked()); }
     T* operator->() { return &checked(); }
     const T* operator->() const { return &value(); }
 
