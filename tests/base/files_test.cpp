@@ -3,40 +3,29 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
-#include <fstream>
 #include <iterator>
+
+#include "support/temporary_folder.h"
 
 namespace dravo {
 namespace {
 
 namespace fs = std::filesystem;
 
-class FilesTest : public testing::Test {
+class FilesTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        std::string name = (fs::temp_directory_path() / "dravo_files_XXXXXX").string();
-        ASSERT_NE(::mkdtemp(name.data()), nullptr);
-        folder_ = name;
-    }
-    void TearDown() override { fs::remove_all(folder_); }
-
-    [[nodiscard]] std::string contents(const fs::path& path) const {
-        std::ifstream stream(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
     [[nodiscard]] std::size_t entries() const {
-        return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder_), fs::directory_iterator()));
+        return static_cast<std::size_t>(
+            std::distance(fs::directory_iterator(folder_.path()), fs::directory_iterator()));
     }
-    [[nodiscard]] ::mode_t mode(const fs::path& path) const {
+    [[nodiscard]] static ::mode_t mode(const fs::path& path) {
         struct ::stat status {};
         return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
     }
 
-    fs::path folder_;
+    testing::TemporaryFolder folder_;
 };
 
 TEST_F(FilesTest, ReadsBackEveryByteUpToTheLimit) {
@@ -51,7 +40,7 @@ TEST_F(FilesTest, ReadsBackEveryByteUpToTheLimit) {
 TEST_F(FilesTest, NamesTheReasonWhenItCannotRead) {
     EXPECT_EQ(readFile(folder_ / "none", 10).error().code, ErrorCode::NotFound);
     EXPECT_NE(readFile(folder_ / "none", 10).error().message.find("none"), std::string::npos);
-    EXPECT_EQ(readFile(folder_, 10).error().code, ErrorCode::InvalidInput);
+    EXPECT_EQ(readFile(folder_.path(), 10).error().code, ErrorCode::InvalidInput);
     ASSERT_EQ(::mkfifo((folder_ / "pipe").c_str(), 0600), 0);
     EXPECT_EQ(readFile(folder_ / "pipe", 10).error().code, ErrorCode::InvalidInput);
 }
@@ -59,7 +48,7 @@ TEST_F(FilesTest, NamesTheReasonWhenItCannotRead) {
 TEST_F(FilesTest, ReplacesAFileWithoutLeavingAnythingBeside) {
     ASSERT_TRUE(writeFileAtomically(folder_ / "a", "old and longer"));
     ASSERT_TRUE(writeFileAtomically(folder_ / "a", "new", {.mode = 0644, .sync = false}));
-    EXPECT_EQ(contents(folder_ / "a"), "new");
+    EXPECT_EQ(testing::contentOf(folder_ / "a"), "new");
     EXPECT_EQ(mode(folder_ / "a"), 0644U);
     EXPECT_EQ(entries(), 1U);
 }
@@ -70,7 +59,7 @@ TEST_F(FilesTest, WritesThroughASymbolicLink) {
     fs::create_symlink("real/a", folder_ / "link");
     ASSERT_TRUE(writeFileAtomically(folder_ / "link", "new"));
     EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
-    EXPECT_EQ(contents(folder_ / "real" / "a"), "new");
+    EXPECT_EQ(testing::contentOf(folder_ / "real" / "a"), "new");
 }
 
 TEST_F(FilesTest, KeepsTheOldFileWhenTheNewOneDoesNotFit) {
@@ -89,7 +78,7 @@ TEST_F(FilesTest, KeepsTheOldFileWhenTheNewOneDoesNotFit) {
     ASSERT_FALSE(replaced);
     EXPECT_EQ(replaced.error().code, ErrorCode::Internal);
     EXPECT_FALSE(created);
-    EXPECT_EQ(contents(folder_ / "a"), "old");
+    EXPECT_EQ(testing::contentOf(folder_ / "a"), "old");
     EXPECT_EQ(entries(), 1U);
 }
 
@@ -97,7 +86,7 @@ TEST_F(FilesTest, NeverReplacesWhatIsThereWhenAskedForAnAbsentFile) {
     ASSERT_TRUE(writeFileIfAbsent(folder_ / "a", "first"));
     EXPECT_EQ(mode(folder_ / "a"), 0600U);
     EXPECT_EQ(writeFileIfAbsent(folder_ / "a", "second").error().code, ErrorCode::Busy);
-    EXPECT_EQ(contents(folder_ / "a"), "first");
+    EXPECT_EQ(testing::contentOf(folder_ / "a"), "first");
     EXPECT_EQ(entries(), 1U);
     fs::create_symlink("nowhere", folder_ / "dangling");
     EXPECT_EQ(writeFileIfAbsent(folder_ / "dangling", "x").error().code, ErrorCode::Busy);
@@ -117,11 +106,11 @@ TEST_F(FilesTest, SetsABrokenFileAsideAndDeletes) {
     ASSERT_TRUE(writeFileAtomically(folder_ / "a.bad", "older"));
     ASSERT_TRUE(writeFileAtomically(folder_ / "a", "broken"));
     ASSERT_TRUE(setAsideAsBad(folder_ / "a"));
-    EXPECT_EQ(contents(folder_ / "a.bad"), "broken");
+    EXPECT_EQ(testing::contentOf(folder_ / "a.bad"), "broken");
     EXPECT_FALSE(fs::exists(folder_ / "a"));
     EXPECT_TRUE(removeFile(folder_ / "a.bad"));
     EXPECT_TRUE(removeFile(folder_ / "a.bad"));
-    EXPECT_FALSE(removeFile(folder_));
+    EXPECT_FALSE(removeFile(folder_.path()));
     EXPECT_EQ(entries(), 0U);
 }
 
