@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <vector>
 
 #include "base/result.h"
@@ -9,9 +8,14 @@
 #include "display/display_server.h"
 #include "filter/model/filter_preset.h"
 
-namespace dravo::cli {
+namespace dravo {
+
+class OriginalGammaStore;
+
+namespace cli {
 
 class PictureService;
+class RunningInstance;
 
 /// What the commands ask of the world. A factory is called only by a command that needs what it makes, so that the
 /// others start at once; what it returns lives until the process ends.
@@ -27,8 +31,17 @@ struct CommandContext {
     /// The person's own presets; none is an empty list.
     std::function<Result<std::vector<FilterPreset>>()> userPresets;
 
+    /// Whoever filters already; one that never runs where nothing can.
+    std::function<RunningInstance&()> runningInstance;
+
+    /// What an earlier run saved, and the right to change it.
+    /// Errors: `Busy` (a Dravo has been started meanwhile), `PermissionDenied`, `Internal`.
+    std::function<Result<OriginalGammaStore*>(DisplayServer&)> savedTables;
+
     /// Errors: `NotFound`, `Unsupported`: this installation cannot make pictures.
     std::function<Result<PictureService*>()> pictures;
 };
 
-}  // namespace dravo::cli
+}  // namespace cli
+
+}  // namespace dravo

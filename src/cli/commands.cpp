@@ -10,7 +10,7 @@ namespace dravo::cli {
 
 std::span<const Command* const> commands() {
     static constexpr const Command* kRows[] = {
-        &kPresetsCommand, &kTableCommand, &kPreviewCommand, &kDisplaysCommand, &kHelpCommand,
+        &kPresetsCommand, &kTableCommand, &kPreviewCommand, &kDisplaysCommand, &kRestoreCommand, &kHelpCommand,
     };
     return kRows;
 }

@@ -11,6 +11,7 @@ extern const Command kPresetsCommand;
 extern const Command kTableCommand;
 extern const Command kDisplaysCommand;
 extern const Command kPreviewCommand;
+extern const Command kRestoreCommand;
 extern const Command kHelpCommand;
 
 /// The command table, in the order of the help.

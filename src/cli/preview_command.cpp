@@ -21,9 +21,7 @@ std::string presetNote(const FilterPreset& preset) {
     std::string note =
         preset.isGrayscale ? "with the desktop's grayscale mode" : "intensity " + percent(preset.intensity);
     if (preset.dimming != 0) note += " · dimming " + percent(preset.dimming);
-    if (preset.blackPoint != 0) note += " · black point " + percent(preset.blackPoint);
     if (preset.contrast != 0) note += " · contrast " + percent(preset.contrast);
-    if (preset.gamma != 1) note += " · gamma " + shortest(preset.gamma);
     if (preset.colorTemperature != 6500) note += " · " + fixed(preset.colorTemperature, 0) + " K";
     return note;
 }

@@ -55,6 +55,12 @@ bool OriginalGammaStore::restoreIfNeeded() {
     return restores;
 }
 
+std::vector<DisplayId> OriginalGammaStore::knownDisplays() const {
+    std::vector<DisplayId> displays;
+    for (const auto& [display, table] : tables_) displays.push_back(display);
+    return displays;
+}
+
 void OriginalGammaStore::clear() {
     for (const auto& path : paths()) static_cast<void>(removeFile(path));
     tables_.clear();

@@ -42,6 +42,9 @@ public:
     /// found on the displays is distrusted, and they get their calibration.
     bool restoreIfNeeded();
 
+    /// Displays whose own tables the file names, also absent ones. Empty before `restoreIfNeeded` or `saveIfAbsent`.
+    [[nodiscard]] std::vector<DisplayId> knownDisplays() const;
+
     /// Removes the file: the displays have been given back, and the server has confirmed it.
     void clear();
 

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "base/result.h"
+
+namespace dravo::cli {
+
+/// The Dravo of this user that filters the screen now, if there is one.
+///
+/// Thread: main thread.
+class RunningInstance {
+public:
+    virtual ~RunningInstance() = default;
+
+    /// Asks it to switch the filter off, and waits until it has. False if none runs.
+    /// Errors: `Busy` (one runs and does not do it), `Disconnected` (it went away meanwhile).
+    [[nodiscard]] virtual Result<bool> switchOff() = 0;
+};
+
+}  // namespace dravo::cli
