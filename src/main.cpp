@@ -4,10 +4,17 @@
 
 #include <csignal>
 #include <cstdio>
+#include <memory>
+#include <optional>
 
+#include "base/data_folder.h"
 #include "cli/command_context.h"
 #include "cli/command_line.h"
+#include "cli/running_instance.h"
+#include "display/original_gamma_store.h"
 #include "platform/pictures/picture_module.h"
+#include "platform/posix/instance_lock.h"
+#include "platform/x11/x11_display_server.h"
 
 namespace {
 
@@ -21,19 +28,67 @@ void fillStandardDescriptors() {
     }
 }
 
-Result<DisplayServer*> connectDisplays() { return Error{ErrorCode::NotFound, "no display server to talk to"}; }
+/// Another run, known by the lock that it holds.
+class LockHolder : public cli::RunningInstance {
+public:
+    explicit LockHolder(const DataFolder& folder) : lockFile_(folder.lockFile()) {}
 
-Result<std::vector<FilterPreset>> userPresets() { return std::vector<FilterPreset>{}; }
+    Result<bool> switchOff() override {
+        const pid_t holder = posix::InstanceLock::holder(lockFile_);
+        if (holder == 0) return false;
+        return Error{ErrorCode::Busy, "Dravo is running (process " + std::to_string(holder) +
+                                          ") and keeps the filter on; end it, and the displays get their tables back"};
+    }
+
+private:
+    std::string lockFile_;
+};
+
+/// What the commands ask for, made when one of them does.
+class CommandWorld {
+public:
+    Result<DisplayServer*> displays() {
+        if (!server_) {
+            auto server = x11::X11DisplayServer::create("", nullptr);
+            if (!server) return server.error();
+            server_ = std::move(*server);
+        }
+        return server_.get();
+    }
+
+    cli::RunningInstance& runningInstance() { return instance_ ? *instance_ : instance_.emplace(folder()); }
+
+    Result<OriginalGammaStore*> savedTables(DisplayServer& server) {
+        OriginalGammaStore& saved = saved_.emplace(server, folder());
+        saved.ensureDirectory();
+        auto lock = posix::InstanceLock::acquire(folder().lockFile());
+        if (!lock) return lock.error();
+        lock_.emplace(std::move(*lock));
+        return &saved;
+    }
+
+private:
+    const DataFolder& folder() { return folder_ ? *folder_ : folder_.emplace(DataFolder::ofThisUser()); }
+
+    std::optional<DataFolder> folder_;
+    std::optional<LockHolder> instance_;
+    std::optional<posix::InstanceLock> lock_;
+    std::unique_ptr<DisplayServer> server_;
+    std::optional<OriginalGammaStore> saved_;
+};
 
 int runCommand(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     cli::Output out(stdout);
     cli::Output err(stderr);
+    CommandWorld world;
     cli::CommandContext context{
         .out = out,
         .err = err,
-        .displays = connectDisplays,
-        .userPresets = userPresets,
+        .displays = [&] { return world.displays(); },
+        .userPresets = [] { return std::vector<FilterPreset>{}; },
+        .runningInstance = [&]() -> cli::RunningInstance& { return world.runningInstance(); },
+        .savedTables = [&](DisplayServer& server) { return world.savedTables(server); },
         .pictures = [] { return pictures::loadPictureModule(DRAVO_VERSION); },
     };
     return static_cast<int>(cli::runCommandLine(argc, argv, context));

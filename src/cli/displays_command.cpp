@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <string>
 
@@ -31,16 +32,18 @@ std::string whiteText(const DisplayRow& row) {
 }
 
 std::string displaysListing(const DisplayList& list) {
-    std::size_t nameWidth = 0;
-    for (const DisplayRow& row : list.rows) nameWidth = std::max(nameWidth, row.description.name.size());
-    std::string result;
+    std::vector<std::array<std::string, 5>> lines;
+    std::array<std::size_t, 5> widths{};
     for (const DisplayRow& row : list.rows) {
-        constexpr std::size_t kIdWidth = 10;  // the digits of the greatest 32-bit number
-        constexpr std::size_t kSizeWidth = 14;
-        result += list.backend + "  " + padded(row.description.name, nameWidth + 2) + "ID " +
-                  padded(std::to_string(static_cast<std::uint32_t>(row.description.id)), kIdWidth + 2) +
-                  padded(std::to_string(row.description.tableSize) + " entries", kSizeWidth) +
-                  padded(stateName(row), 13) + whiteText(row) + "\n";
+        const auto& line = lines.emplace_back(std::array<std::string, 5>{
+            list.backend, row.description.name, "ID " + std::to_string(static_cast<std::uint32_t>(row.description.id)),
+            std::to_string(row.description.tableSize) + " entries", std::string(stateName(row))});
+        for (std::size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], line[i].size());
+    }
+    std::string result;
+    for (std::size_t k = 0; k < lines.size(); ++k) {
+        for (std::size_t i = 0; i < widths.size(); ++i) result += padded(lines[k][i], widths[i] + 2);
+        result += whiteText(list.rows[k]) + "\n";
     }
     return result.empty() ? list.backend + "  no display is on\n" : result;
 }

@@ -95,8 +95,9 @@ const Command kRestoreCommand{
     .name = "restore",
     .summary = "Give every display back its own table",
     .usages = kRestoreUsages,
-    .description = "A running Dravo is asked to switch off. When none runs, every display gets the table saved by an\n"
-                   "earlier run that did not end cleanly, else its colour profile's calibration, else a neutral one.",
+    .description =
+        "A running Dravo is asked to switch off. When none runs, every display gets the table saved by an\n"
+        "earlier run that did not end cleanly, else its colour profile's calibration, else a neutral one.",
     .run = runRestore,
 };
 
