@@ -1,0 +1,41 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "base/calendar.h"
+#include "base/descriptor_watch.h"
+#include "base/observable.h"
+#include "base/unique_fd.h"
+
+namespace dravo::posix {
+
+/// The calendar of the C library: the zone that `TZ` names, else the one /etc/localtime leads to.
+///
+/// A change of either file takes effect at the next split, and subscribers hear of it; the folder is watched from the
+/// first subscription on. `TZ` itself is the caller's and is read anew at every split.
+class SystemCalendar : public Calendar {
+public:
+    /// Without a watch it answers all the same, and never tells of a change. Lifetime: `watch` outlives this.
+    explicit SystemCalendar(DescriptorWatch* watch = nullptr);
+
+    [[nodiscard]] LocalFields fields(WallTime instant) const override;
+    [[nodiscard]] WallTime instant(const LocalFields& fields) const override;
+    [[nodiscard]] Subscription onZoneChange(std::function<void()> callback) override;
+
+private:
+    void watchZoneFile();
+    void readEvents();
+
+    DescriptorWatch* watch_;
+    std::string watchedName_;
+    UniqueFd inotify_;
+    SubscriberList<> zoneChanges_;
+    Subscription readable_;
+};
+
+/// The file that decides the zone now: the one `TZ` names (relative names lie in the zone database), else
+/// /etc/localtime. Empty when `TZ` describes its rules itself ("CET-1CEST").
+[[nodiscard]] std::filesystem::path zoneFile();
+
+}  // namespace dravo::posix
