@@ -1,0 +1,299 @@
+#include "schedule/location_provider.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <vector>
+
+#include "platform/memory/memory_location.h"
+#include "platform/memory/memory_user_defaults.h"
+#include "platform/memory/virtual_scheduler.h"
+
+namespace dravo {
+namespace {
+
+using namespace std::chrono_literals;
+using enum LocationAuthorization;
+using Status = LocationProvider::Status;
+
+constexpr Position kBerlin{52.5, 13.367};
+constexpr Position kApia{-13.833, -171.733};
+
+/// A calendar of which only the zone's changes are of interest.
+class MovingCalendar final : public Calendar {
+public:
+    LocalFields fields(WallTime) const override { return {}; }
+    WallTime instant(const LocalFields&) const override { return {}; }
+    Subscription onZoneChange(std::function<void()> callback) override { return moves_.add(std::move(callback)); }
+    void move() { moves_.deliver(); }
+
+private:
+    SubscriberList<> moves_;
+};
+
+class LocationProviderTest : public ::testing::Test {
+protected:
+    LocationProvider& provider() {
+        if (!provider_) {
+            provider_.emplace(scheduler, preferences, service, zones, calendar);
+            provider_->setOnUpdate([this] { ++updates; });
+        }
+        return *provider_;
+    }
+    Status status() { return provider().status(); }
+    std::optional<Position> stored() {
+        const auto latitude = preferences.lastLatitude();
+        const auto longitude = preferences.lastLongitude();
+        return latitude && longitude ? std::optional(Position{*latitude, *longitude}) : std::nullopt;
+    }
+    void keep(const Position& position) {
+        preferences.setLastLatitude(position.latitude);
+        preferences.setLastLongitude(position.longitude);
+    }
+    void followTheSun() {
+        preferences.setScheduleEnabled(true);
+        preferences.setScheduleMode(ScheduleMode::sunsetToSunrise);
+    }
+    void destroyProvider() { provider_.reset(); }
+
+    memory::VirtualScheduler scheduler;
+    memory::MemoryUserDefaults defaults;
+    PreferencesStore preferences{defaults};
+    memory::MemoryLocationService service;
+    memory::MemoryZonePosition zones;
+    MovingCalendar calendar;
+    int updates = 0;
+
+private:
+    std::optional<LocationProvider> provider_;
+};
+
+TEST_F(LocationProviderTest, AsksNothingAtCreation) {
+    EXPECT_EQ(status(), Status::idle);
+    EXPECT_EQ(service.permissionRequests + service.fixRequests + service.looks, 0);
+}
+
+TEST_F(LocationProviderTest, GetsAFirstFixAfterPermissionIsGiven) {
+    provider().start();
+    EXPECT_EQ(status(), Status::waiting);
+    EXPECT_EQ(service.permissionRequests, 1);
+    EXPECT_EQ(service.fixRequests, 0);
+    service.authorize(authorizedAlways);
+    EXPECT_EQ(status(), Status::waiting);
+    EXPECT_EQ(service.fixRequests, 1);
+    service.deliver({});
+    EXPECT_EQ(status(), Status::waiting);
+    service.deliver({kApia, kBerlin});
+    EXPECT_EQ(stored(), kBerlin);
+    EXPECT_EQ(status(), Status::available);
+    EXPECT_EQ(updates, 1);
+}
+
+TEST_F(LocationProviderTest, AnswersEachAuthorisationWithAndWithoutAStoredPosition) {
+    struct Row {
+        LocationAuthorization authorization;
+        Status startEmpty, startStored, changeEmpty, changeStored;
+        int startFixes, changeFixes;
+    };
+    const Row rows[] = {
+        {notDetermined, Status::waiting, Status::waiting, Status::idle, Status::available, 0, 0},
+        {restricted, Status::denied, Status::available, Status::denied, Status::available, 0, 0},
+        {denied, Status::denied, Status::available, Status::denied, Status::available, 0, 0},
+        {authorizedAlways, Status::waiting, Status::available, Status::waiting, Status::waiting, 1, 1},
+        {authorizedWhenInUse, Status::waiting, Status::available, Status::idle, Status::available, 1, 0},
+    };
+    for (const auto& row : rows) {
+        for (const bool hasPosition : {false, true}) {
+            SCOPED_TRACE(static_cast<int>(row.authorization) * 10 + hasPosition);
+            destroyProvider();
+            defaults.replaceFromOutside({});
+            if (hasPosition) keep(kBerlin);
+            service.fixRequests = 0;
+            service.assume(row.authorization);
+            provider().start();
+            EXPECT_EQ(status(), hasPosition ? row.startStored : row.startEmpty);
+            EXPECT_EQ(service.fixRequests, row.startFixes);
+
+            destroyProvider();
+            provider();
+            service.fixRequests = 0;
+            service.authorize(row.authorization);
+            EXPECT_EQ(status(), hasPosition ? row.changeStored : row.changeEmpty);
+            EXPECT_EQ(service.fixRequests, row.changeFixes);
+        }
+    }
+}
+
+TEST_F(LocationProviderTest, LooksAgainWhetherARefusalHoldsWhenItIsStartedAgain) {
+    service.assume(denied);
+    provider().start();
+    EXPECT_EQ(service.looks, 1);
+    service.authorize(authorizedAlways);
+    EXPECT_EQ(status(), Status::waiting);
+    EXPECT_EQ(service.fixRequests, 1);
+}
+
+TEST_F(LocationProviderTest, RetriesTwentySecondsAfterTheLastFailureForever) {
+    service.assume(authorizedAlways);
+    provider().start();
+    service.fail(ErrorCode::Internal);
+    scheduler.advance(15s);
+    service.fail(ErrorCode::Disconnected);
+    EXPECT_EQ(status(), Status::waiting);
+    scheduler.advance(20s - 1ms);
+    EXPECT_EQ(service.fixRequests, 1);
+    scheduler.advance(1ms);
+    EXPECT_EQ(service.fixRequests, 2);
+    for (int round = 0; round < 100; ++round) {
+        service.fail(ErrorCode::Internal);
+        scheduler.advance(20s);
+    }
+    EXPECT_EQ(service.fixRequests, 102);
+    scheduler.advance(1h);
+    EXPECT_EQ(service.fixRequests, 102);
+}
+
+TEST_F(LocationProviderTest, ARetryStillFiresAfterAFixAndNeverAfterTheProviderIsGone) {
+    service.assume(authorizedAlways);
+    provider().start();
+    service.fail(ErrorCode::Internal);
+    service.deliver({kBerlin});
+    scheduler.advance(20s);
+    EXPECT_EQ(service.fixRequests, 2);
+    preferences.setLocationSource(LocationSource::service);
+    defaults.replaceFromOutside({});
+    service.fail(ErrorCode::Internal);
+    destroyProvider();
+    scheduler.advance(1h);
+    EXPECT_EQ(service.fixRequests, 2);
+}
+
+TEST_F(LocationProviderTest, GivesUpAfterARefusalAndKeepsAStoredPosition) {
+    service.assume(authorizedAlways);
+    provider().start();
+    service.fail(ErrorCode::PermissionDenied);
+    EXPECT_EQ(status(), Status::denied);
+    scheduler.advance(1h);
+    EXPECT_EQ(service.fixRequests, 1);
+
+    keep(kBerlin);
+    for (const auto code : {ErrorCode::PermissionDenied, ErrorCode::Internal}) {
+        service.fail(code);
+        EXPECT_EQ(status(), Status::available);
+        scheduler.advance(1h);
+        EXPECT_EQ(service.fixRequests, 1);
+    }
+}
+
+TEST_F(LocationProviderTest, RefusesWhatIsNoPlaceOnEarth) {
+    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    service.assume(authorizedAlways);
+    provider().start();
+    for (const Position bad : {Position{kNaN, 0}, {0, kNaN}, {kInfinity, 0}, {90.001, 0}, {0, -180.001}}) {
+        const auto result = provider().useTyped(bad);
+        ASSERT_FALSE(result);
+        EXPECT_EQ(result.error().code, ErrorCode::InvalidInput);
+        service.deliver({kBerlin, bad});
+        EXPECT_EQ(stored(), std::nullopt);
+    }
+    EXPECT_EQ(preferences.locationSource(), LocationSource::service);
+    EXPECT_EQ(status(), Status::waiting);
+    EXPECT_EQ(updates, 0);
+    EXPECT_TRUE(provider().useTyped({-90, 180}));
+}
+
+TEST_F(LocationProviderTest, ATypedPositionStopsTheServiceUntilThePersonReturnsToIt) {
+    followTheSun();
+    service.assume(authorizedAlways);
+    provider().start();
+    service.fail(ErrorCode::Internal);
+    ASSERT_TRUE(provider().useTyped(kApia));
+    EXPECT_EQ(service.cancellations, 1);
+    EXPECT_EQ(updates, 1);
+
+    // A fix already on its way, the pending retry, a grant and a new start: none of them asks or moves anything.
+    service.deliver({kBerlin});
+    scheduler.advance(1h);
+    service.authorize(authorizedAlways);
+    service.fail(ErrorCode::PermissionDenied);
+    provider().start();
+    scheduler.advance(1h);
+    EXPECT_EQ(stored(), kApia);
+    EXPECT_EQ(status(), Status::available);
+    EXPECT_EQ(service.fixRequests, 1);
+
+    provider().useService();
+    EXPECT_EQ(service.fixRequests, 2);
+    EXPECT_EQ(status(), Status::available);
+    service.deliver({kBerlin});
+    EXPECT_EQ(stored(), kBerlin);
+}
+
+TEST_F(LocationProviderTest, ReturningToTheServiceAsksOnlyIfTheScheduleNeedsIt) {
+    service.assume(authorizedAlways);
+    ASSERT_TRUE(provider().useTyped(kApia));
+    provider().useService();
+    EXPECT_EQ(preferences.locationSource(), LocationSource::service);
+    EXPECT_EQ(service.fixRequests, 0);
+}
+
+TEST_F(LocationProviderTest, AZonePositionFollowsTheZone) {
+    EXPECT_FALSE(provider().useZone());
+    EXPECT_EQ(preferences.locationSource(), LocationSource::service);
+
+    zones.position = {"Europe/Berlin", kBerlin};
+    ASSERT_TRUE(provider().useZone());
+    EXPECT_EQ(stored(), kBerlin);
+    EXPECT_EQ(updates, 1);
+
+    zones.position = {"Pacific/Apia", kApia};
+    calendar.move();
+    EXPECT_EQ(stored(), kApia);
+    EXPECT_EQ(updates, 2);
+    zones.position.reset();  // a zone without a place: the last one is better than none
+    calendar.move();
+    EXPECT_EQ(stored(), kApia);
+
+    zones.position = {"Europe/Berlin", kBerlin};  // moved while the program was not running
+    destroyProvider();
+    provider().start();
+    EXPECT_EQ(stored(), kApia);
+    scheduler.runPosted();
+    scheduler.advance(0s);
+    EXPECT_EQ(stored(), kBerlin);
+    EXPECT_EQ(updates, 3);
+    EXPECT_EQ(service.permissionRequests + service.fixRequests, 0);
+
+    ASSERT_TRUE(provider().useTyped(kApia));
+    calendar.move();
+    EXPECT_EQ(stored(), kApia);
+}
+
+TEST_F(LocationProviderTest, TakesUpAHandEditedPositionAndSource) {
+    followTheSun();
+    service.assume(authorizedAlways);
+    provider().start();
+    service.fail(ErrorCode::Internal);
+
+    auto values = defaults.values();
+    values["locationSource"] = std::string("typed");
+    values["lastLatitude"] = kApia.latitude;
+    values["lastLongitude"] = kApia.longitude;
+    defaults.replaceFromOutside(values);
+    EXPECT_EQ(status(), Status::available);
+    EXPECT_EQ(updates, 1);
+    scheduler.advance(1h);
+    EXPECT_EQ(service.fixRequests, 1);
+
+    values.erase("locationSource");
+    values.erase("lastLatitude");
+    defaults.replaceFromOutside(values);
+    EXPECT_EQ(status(), Status::waiting);
+    EXPECT_EQ(service.fixRequests, 2);
+}
+
+}  // namespace
+}  // namespace dravo
