@@ -104,7 +104,10 @@ void GammaApplicator::showDueFrame() {
     const int due = static_cast<int>(std::min<decltype(framesDue)>(framesDue, kRampSteps));
     if (due > ramp_->framesShown) {
         ramp_->framesShown = due;
-        ramp_->frame = interpolate(ramp_->from, ramp_->to, static_cast<float>(due) / static_cast<float>(kRampSteps));
+        // Blending with weight 1 may miss the target by a rounding, which the next look would write once more.
+        ramp_->frame = due == kRampSteps ? ramp_->to
+                                         : interpolate(ramp_->from, ramp_->to,
+                                                       static_cast<float>(due) / static_cast<float>(kRampSteps));
         applyToAllDisplays(ramp_->frame);
     }
     // The last frame, too, stands for its time before the fade is over.

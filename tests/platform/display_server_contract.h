@@ -21,7 +21,7 @@ struct DisplayBenchMaker {
 };
 
 /// What every DisplayServer does whose tables outlive their writer.
-class DisplayServerContract : public testing::TestWithParam<DisplayBenchMaker> {
+class DisplayServerContract : public ::testing::TestWithParam<DisplayBenchMaker> {
 protected:
     void SetUp() override {
         bench = GetParam().make();

@@ -1,0 +1,182 @@
+#include "display/original_gamma_store.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "display/display_access.h"
+#include "display/engine_world.h"
+#include "display/table_json.h"
+
+namespace dravo {
+namespace {
+
+using testing::contentOf;
+using testing::EngineWorld;
+using testing::ownLevels;
+using testing::scaled;
+
+const GammaTable kDark = scaled(0.6F, 0.3F, 0.1F);
+
+std::filesystem::path homeFile(const EngineWorld& world) { return world.folder.home / "original_gamma.json"; }
+std::filesystem::path runtimeFile(const EngineWorld& world) { return world.folder.runtime / "original_gamma.json"; }
+
+std::map<DisplayId, GammaTable> saved(const std::filesystem::path& file) {
+    auto tables = decodeTables(contentOf(file));
+    return tables ? *tables : std::map<DisplayId, GammaTable>{};
+}
+
+void put(const std::filesystem::path& file, const std::string& text) {
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file) << text;
+}
+
+mode_t modeOf(const std::filesystem::path& path) {
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
+}
+
+TEST(OriginalGammaStoreTest, SavesEveryDisplayInNativeLengthForThisUserOnly) {
+    EngineWorld world({256, 1024});
+    EXPECT_FALSE(world.run->store.restoreIfNeeded());
+    world.run->store.saveIfAbsent();
+    const auto tables = saved(homeFile(world));
+    ASSERT_EQ(tables.size(), 2U);
+    EXPECT_EQ(toLevels(tables.at(world.id(1)), 1024), ownLevels(1024, 1));
+    EXPECT_EQ(tables.at(world.id(1)).size(), 1024U);
+    EXPECT_EQ(modeOf(world.folder.home), 0700U);
+    EXPECT_EQ(modeOf(homeFile(world)), 0600U);
+
+    put(homeFile(world), "{\"7\":0}");
+    world.run->store.saveIfAbsent();
+    EXPECT_EQ(contentOf(homeFile(world)), "{\"7\":0}") << "a file that is there is not replaced";
+    world.run->store.clear();
+    EXPECT_FALSE(std::filesystem::exists(homeFile(world)));
+}
+
+TEST(OriginalGammaStoreTest, TriesAgainAfterTheDisplaysCouldNotBeListed) {
+    EngineWorld world;
+    world.desk.failsListing = true;
+    world.run->store.saveIfAbsent();
+    EXPECT_FALSE(std::filesystem::exists(homeFile(world)));
+    world.desk.failsListing = false;
+    world.run->store.saveIfAbsent();
+    EXPECT_EQ(saved(homeFile(world)).size(), 1U);
+}
+
+TEST(OriginalGammaStoreTest, RestoresAfterACrashAndCarriesAbsentDisplaysOver) {
+    EngineWorld world({256, 1024});
+    world.run->launch(kDark);
+    world.desk.unplug("DP-2");
+    EXPECT_TRUE(world.crashAndStart().launch(std::nullopt));
+    EXPECT_TRUE(world.showsOwn(0));
+    EXPECT_EQ(saved(homeFile(world)).size(), 2U);
+    world.desk.plug("DP-2", world.crtcs[1]);
+    EXPECT_TRUE(world.showsOwn(1)) << "it still carried our table";
+    ASSERT_TRUE(world.run->quit());
+    EXPECT_FALSE(world.start().launch(std::nullopt));
+}
+
+TEST(OriginalGammaStoreTest, UnderstandsEditedKeysAndAnEmptyFile) {
+    EngineWorld world;
+    const std::string table = encodeTable(toTable(ownLevels(256, 0)));
+    put(homeFile(world),
+        "{\"abc\":" + table + ",\"+" + std::to_string(static_cast<std::uint32_t>(world.id(0))) + "\":" + table + "}");
+    world.desk.foreignWrite(world.crtcs[0], toLevels(kDark, 256));
+    EXPECT_TRUE(world.start().launch(std::nullopt));
+    EXPECT_TRUE(world.showsOwn(0));
+
+    put(homeFile(world), "{}");
+    EXPECT_TRUE(world.start().launch(std::nullopt));
+    EXPECT_EQ(saved(homeFile(world)).size(), 1U);
+}
+
+TEST(OriginalGammaStoreTest, LeavesADamagedFileAloneAndTrustsNoTable) {
+    for (const std::string damaged : {"", "{\"1\":{\"red\":[0,1]", "[]"}) {
+        EngineWorld world;
+        put(homeFile(world), damaged);
+        world.desk.foreignWrite(world.crtcs[0], toLevels(kDark, 256));
+        EXPECT_FALSE(world.start().launch(std::nullopt));
+        EXPECT_EQ(contentOf(homeFile(world)), damaged);
+        EXPECT_FALSE(std::filesystem::exists(runtimeFile(world)));
+        EXPECT_TRUE(world.shows(GammaTable::identity())) << "the tint of a run that nobody knows any more";
+        world.run->applicator->apply(kDark, Fade::none);
+        EXPECT_EQ(contentOf(homeFile(world)), damaged);
+        ASSERT_TRUE(world.run->quit());
+        EXPECT_TRUE(world.shows(GammaTable::identity()));
+        EXPECT_FALSE(std::filesystem::exists(homeFile(world)));
+    }
+}
+
+TEST(OriginalGammaStoreTest, AddsADisplayBeforeItsFirstWriteAndChangesNoEntry) {
+    EngineWorld world({256, 256});
+    world.desk.unplug("DP-2");
+    world.launched().apply(kDark, Fade::none);
+    ASSERT_EQ(saved(homeFile(world)).size(), 1U);
+    const GammaTable first = saved(homeFile(world)).at(world.id(0));
+
+    bool wasSaved = false;
+    const auto watch = world.desk.onShow([&](CrtcId crtc, const RampLevels& levels) {
+        if (crtc == world.crtcs[1] && levels == toLevels(kDark, 256)) wasSaved = saved(homeFile(world)).size() == 2;
+    });
+    world.desk.plug("DP-2", world.crtcs[1]);
+    EXPECT_TRUE(wasSaved);
+    EXPECT_EQ(saved(homeFile(world)).at(world.id(0)), first);
+
+    EXPECT_TRUE(world.crashAndStart().launch(std::nullopt));
+    EXPECT_TRUE(world.showsOwn(0));
+    EXPECT_TRUE(world.showsOwn(1));
+}
+
+TEST(OriginalGammaStoreTest, FallsBackToTheRuntimeFolderAndReturns) {
+    EngineWorld world;
+    put(world.folder.home, "not a folder");
+    world.run->launch(kDark);
+    EXPECT_EQ(saved(runtimeFile(world)).size(), 1U);
+    std::filesystem::remove(world.folder.home);
+    EXPECT_TRUE(world.crashAndStart().launch(std::nullopt));
+    EXPECT_TRUE(world.showsOwn(0));
+    EXPECT_EQ(saved(homeFile(world)).size(), 1U);
+    EXPECT_FALSE(std::filesystem::exists(runtimeFile(world)));
+}
+
+TEST(OriginalGammaStoreTest, UsesBothFilesAndPrefersTheOneInTheHomeFolder) {
+    EngineWorld world({256, 256});
+    put(homeFile(world), encodeTables({{world.id(0), toTable(ownLevels(256, 0))}}));
+    put(runtimeFile(world), encodeTables({{world.id(0), kDark}, {world.id(1), toTable(ownLevels(256, 1))}}));
+    for (const CrtcId crtc : world.crtcs) world.desk.foreignWrite(crtc, toLevels(kDark, 256));
+    EXPECT_TRUE(world.start().launch(std::nullopt));
+    EXPECT_TRUE(world.showsOwn(0));
+    EXPECT_TRUE(world.showsOwn(1));
+}
+
+TEST(OriginalGammaStoreTest, FiltersWithoutAnyFolder) {
+    EngineWorld world;
+    put(world.folder.home, "not a folder");
+    put(world.folder.runtime, "neither");
+    EXPECT_FALSE(world.run->launch(kDark));
+    EXPECT_TRUE(world.shows(kDark));
+    EXPECT_TRUE(world.run->quit());
+    EXPECT_TRUE(world.showsOwn(0));
+}
+
+TEST(DisplayAccessTest, SaysWhatFailedAndWhy) {
+    EngineWorld world;
+    const DisplayId id = world.id(0);
+    world.desk.shutDown();
+    EXPECT_EQ(onlineDisplayIDs(world.run->server).error().description(), "CGGetOnlineDisplayList failed: Disconnected");
+    EXPECT_EQ(readTransfer(world.run->server, id).error().description(),
+              "CGGetDisplayTransferByTable failed: Disconnected");
+}
+
+TEST(DisplayAccessTest, ReadsALongTableOverItsWholeRange) {
+    EngineWorld world({1024});
+    const auto table = readTransfer(world.run->server, world.id(0)).value();
+    ASSERT_EQ(table.size(), 256U);
+    EXPECT_EQ(table.red.back(), toTable(ownLevels(1024, 0)).red.back());
+}
+
+}  // namespace
+}  // namespace dravo
