@@ -21,6 +21,11 @@ bool isOnEarth(const Position& position) {
     return std::abs(position.latitude) <= 90 && std::abs(position.longitude) <= 180;
 }
 
+Result<void> requireOnEarth(const Position& position) {
+    if (isOnEarth(position)) return {};
+    return Error{ErrorCode::InvalidInput, "latitude lies from -90 to 90 and longitude from -180 to 180 degrees"};
+}
+
 LocationProvider::LocationProvider(Scheduler& scheduler, PreferencesStore& preferences, LocationService& service,
                                    ZonePositionSource& zones, Calendar& calendar)
     : scheduler_(scheduler), preferences_(preferences), service_(service), zones_(zones) {
@@ -55,9 +60,7 @@ void LocationProvider::start() {
 }
 
 Result<void> LocationProvider::useTyped(const Position& position) {
-    if (!isOnEarth(position))
-        return Error{ErrorCode::InvalidInput,
-                     "a latitude lies from -90 to 90 and a longitude from -180 to 180 degrees"};
+    if (auto refused = requireOnEarth(position); !refused) return refused;
     stopAsking();
     preferences_.setLocationSource(LocationSource::typed);
     store(position);

@@ -19,6 +19,9 @@ struct Position {
 /// False for what is not finite or beyond the poles or the date line.
 [[nodiscard]] bool isOnEarth(const Position& position);
 
+/// The same with a sentence for whoever named the place. Errors: `InvalidInput`.
+[[nodiscard]] Result<void> requireOnEarth(const Position& position);
+
 /// Whether this program may ask where it is; the values are the platform's numbers.
 enum class LocationAuthorization {
     notDetermined = 0,        ///< Nobody has asked yet.
