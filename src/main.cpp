@@ -8,10 +8,12 @@
 #include <optional>
 
 #include "base/data_folder.h"
+#include "base/report.h"
 #include "cli/command_context.h"
 #include "cli/command_line.h"
 #include "cli/running_instance.h"
 #include "display/original_gamma_store.h"
+#include "filter/model/custom_preset_store.h"
 #include "platform/pictures/picture_module.h"
 #include "platform/posix/instance_lock.h"
 #include "platform/x11/x11_display_server.h"
@@ -56,6 +58,13 @@ public:
         return server_.get();
     }
 
+    std::vector<FilterPreset> userPresets() {
+        auto presets = readCustomPresets(folder().home);
+        if (presets) return std::move(*presets);
+        if (presets.error().code != ErrorCode::NotFound) reportOnce("own presets", presets.error().message);
+        return {};
+    }
+
     cli::RunningInstance& runningInstance() { return instance_ ? *instance_ : instance_.emplace(folder()); }
 
     Result<OriginalGammaStore*> savedTables(DisplayServer& server) {
@@ -86,7 +95,7 @@ int runCommand(int argc, char** argv) {
         .out = out,
         .err = err,
         .displays = [&] { return world.displays(); },
-        .userPresets = [] { return std::vector<FilterPreset>{}; },
+        .userPresets = [&] { return world.userPresets(); },
         .runningInstance = [&]() -> cli::RunningInstance& { return world.runningInstance(); },
         .savedTables = [&](DisplayServer& server) { return world.savedTables(server); },
         .pictures = [] { return pictures::loadPictureModule(DRAVO_VERSION); },

@@ -28,8 +28,8 @@ struct CommandContext {
     /// Errors: `NotFound` (no display server to talk to), `Unsupported` (one that cannot do it), `PermissionDenied`.
     std::function<Result<DisplayServer*>()> displays;
 
-    /// The person's own presets; none is an empty list.
-    std::function<Result<std::vector<FilterPreset>>()> userPresets;
+    /// The person's own presets; a file of them that cannot be used counts as none, and is complained about.
+    std::function<std::vector<FilterPreset>()> userPresets;
 
     /// Whoever filters already; one that never runs where nothing can.
     std::function<RunningInstance&()> runningInstance;

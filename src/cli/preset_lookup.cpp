@@ -23,11 +23,9 @@ Result<FilterPreset> readPreset(const std::string& path) {
     return preset;
 }
 
-std::string unknownPreset(std::string_view id, const std::vector<FilterPreset>& own) {
+std::string unknownPreset(std::string_view id, const std::vector<FilterPreset>& presets) {
     std::vector<std::string_view> ids;
-    for (const auto* const presets : {&FilterPreset::builtIn(), &own}) {
-        for (const FilterPreset& preset : *presets) ids.emplace_back(preset.id);
-    }
+    for (const FilterPreset& preset : presets) ids.emplace_back(preset.id);
     std::string message = "no preset " + quoted(id);
     if (const std::string_view meant = nearest(id, ids); !meant.empty()) {
         return message + "; did you mean '" + std::string(meant) + "'?";
@@ -39,11 +37,9 @@ std::string unknownPreset(std::string_view id, const std::vector<FilterPreset>& 
 
 }  // namespace
 
-Result<std::vector<FilterPreset>> allPresets(CommandContext& context) {
+std::vector<FilterPreset> allPresets(CommandContext& context) {
     std::vector<FilterPreset> result = FilterPreset::builtIn();
-    auto own = context.userPresets();
-    if (!own) return own.error();
-    std::ranges::move(*own, std::back_inserter(result));
+    std::ranges::move(context.userPresets(), std::back_inserter(result));
     return result;
 }
 
@@ -51,12 +47,11 @@ Result<FilterPreset> presetOf(std::string_view operand, CommandContext& context)
     if (operand.find('/') != std::string_view::npos || operand.ends_with(".json")) {
         return readPreset(std::string(operand));
     }
-    // A built-in preset is there even when the person's own cannot be read.
+    // A built-in preset needs no look at the person's file.
     if (const FilterPreset* const found = findPreset(operand, {})) return *found;
-    const auto own = context.userPresets();
-    if (!own) return own.error();
-    if (const FilterPreset* const found = findPreset(operand, *own)) return *found;
-    return Error{ErrorCode::NotFound, unknownPreset(operand, *own)};
+    const auto presets = allPresets(context);
+    if (const FilterPreset* const found = findPreset(operand, presets)) return *found;
+    return Error{ErrorCode::NotFound, unknownPreset(operand, presets)};
 }
 
 PresetOutcome choosePreset(const Command& command, std::string_view operand, const Arguments& arguments,

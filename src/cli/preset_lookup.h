@@ -12,8 +12,7 @@
 namespace dravo::cli {
 
 /// The built-in presets, then the person's own.
-/// Errors: those of the file that holds the latter.
-[[nodiscard]] Result<std::vector<FilterPreset>> allPresets(CommandContext& context);
+[[nodiscard]] std::vector<FilterPreset> allPresets(CommandContext& context);
 
 /// The preset that an operand means: a file with one preset if it has a "/" or ends in ".json", else an id.
 /// Errors: `NotFound` (no such id: wrong usage); any other: trouble with a file.

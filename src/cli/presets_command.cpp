@@ -35,12 +35,11 @@ std::string presetListing(const std::vector<FilterPreset>& presets) {
 
 ExitCode runPresets(const Arguments& arguments, CommandContext& context) {
     const auto presets = allPresets(context);
-    if (!presets) return fail(context, kPresetsCommand, ExitCode::FileTrouble, presets.error().message);
     if (!arguments.has("json")) {
-        context.out.write(presetListing(*presets));
+        context.out.write(presetListing(presets));
         return ExitCode::Ok;
     }
-    const auto json = encodePresets(*presets);
+    const auto json = encodePresets(presets);
     if (!json) return fail(context, kPresetsCommand, ExitCode::FileTrouble, json.error().message);
     context.out.write(*json + "\n");
     return ExitCode::Ok;

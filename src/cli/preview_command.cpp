@@ -70,10 +70,8 @@ Result<Picture> readPicture(PictureService& pictures, std::string_view path) {
 }
 
 ExitCode drawAllPresets(PictureService& pictures, std::string_view path, CommandContext& context) {
-    const auto presets = allPresets(context);
-    if (!presets) return fail(context, kPreviewCommand, ExitCode::FileTrouble, presets.error().message);
     std::vector<PresetCell> cells;
-    for (const FilterPreset& preset : *presets) cells.push_back(presetCell(preset));
+    for (const FilterPreset& preset : allPresets(context)) cells.push_back(presetCell(preset));
     return finish(pictures, pictures.presetSheet(cells), path, context);
 }
 

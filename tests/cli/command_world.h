@@ -1,0 +1,94 @@
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/command_context.h"
+#include "cli/command_line.h"
+#include "cli/running_instance.h"
+#include "display/original_gamma_store.h"
+#include "platform/memory/memory_display_server.h"
+#include "support/temporary_folder.h"
+
+namespace dravo::testing {
+
+/// What a command left behind.
+struct Outcome {
+    cli::ExitCode code{};
+    std::string out;
+    std::string err;
+};
+
+/// Runs commands in this process, in a world of memory. What a test does not set up is not there.
+class CommandWorld {
+public:
+    memory::VirtualDesk desk;
+    bool hasDisplayServer = true;
+    std::vector<FilterPreset> ownPresets;
+    Result<bool> runningInstanceSays = false;
+    TemporaryFolder folder;
+
+    [[nodiscard]] DataFolder dataFolder() const { return {folder / "data", {}}; }
+
+    Outcome run(std::vector<std::string> words) {
+        std::vector<char*> argv;
+        words.insert(words.begin(), "dravo");
+        for (std::string& word : words) argv.push_back(word.data());
+        argv.push_back(nullptr);
+        Capture out;
+        Capture err;
+        cli::CommandContext context{
+            .out = out.output,
+            .err = err.output,
+            .displays = [this] { return displays(); },
+            .userPresets = [this] { return ownPresets; },
+            .runningInstance = [this]() -> cli::RunningInstance& { return instance_; },
+            .savedTables = [this](DisplayServer& server) -> Result<OriginalGammaStore*> {
+                return &saved_.emplace(server, dataFolder());
+            },
+            .pictures = []() -> Result<cli::PictureService*> {
+                return Error{ErrorCode::NotFound, "pictures cannot be made"};
+            },
+        };
+        const cli::ExitCode code = cli::runCommandLine(static_cast<int>(words.size()), argv.data(), context);
+        return {code, out.text(), err.text()};
+    }
+
+private:
+    struct Capture {
+        ~Capture() {
+            std::fclose(stream);
+            std::free(buffer);
+        }
+        std::string text() {
+            std::fflush(stream);
+            return {buffer, size};
+        }
+        char* buffer = nullptr;
+        std::size_t size = 0;
+        std::FILE* stream = ::open_memstream(&buffer, &size);
+        cli::Output output{stream};
+    };
+
+    struct Instance : cli::RunningInstance {
+        explicit Instance(CommandWorld& owner) : world(owner) {}
+        Result<bool> switchOff() override { return world.runningInstanceSays; }
+        CommandWorld& world;
+    };
+
+    Result<DisplayServer*> displays() {
+        if (!hasDisplayServer) return Error{ErrorCode::NotFound, "no display server to talk to"};
+        server_ = std::make_unique<memory::MemoryDisplayServer>(desk);
+        return server_.get();
+    }
+
+    Instance instance_{*this};
+    std::unique_ptr<DisplayServer> server_;
+    std::optional<OriginalGammaStore> saved_;
+};
+
+}  // namespace dravo::testing

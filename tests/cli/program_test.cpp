@@ -1,0 +1,241 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <png.h>
+#include <sys/stat.h>
+#include <turbojpeg.h>
+
+#include <cmath>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "display/gamma_table.h"
+#include "support/process_under_test.h"
+
+namespace dravo::testing {
+namespace {
+
+using Pixels = std::vector<std::uint8_t>;
+
+/// A picture as an independent reader sees it: four bytes a pixel.
+struct Seen {
+    png_uint_32 width = 0;
+    png_uint_32 height = 0;
+    bool hasAlpha = false;
+    Pixels rgba;
+};
+
+Seen see(const std::filesystem::path& file) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    Seen seen;
+    if (!png_image_begin_read_from_file(&image, file.c_str())) return seen;
+    seen.hasAlpha = (image.format & PNG_FORMAT_FLAG_ALPHA) != 0;
+    image.format = PNG_FORMAT_RGBA;
+    seen.rgba.resize(PNG_IMAGE_SIZE(image));
+    if (!png_image_finish_read(&image, nullptr, seen.rgba.data(), 0, nullptr)) return {};
+    seen.width = image.width;
+    seen.height = image.height;
+    return seen;
+}
+
+/// Every level of every channel in some pixel, alpha included.
+constexpr unsigned kSide = 64;
+Pixels manyColours() {
+    Pixels pixels;
+    for (unsigned i = 0; i < kSide * kSide; ++i) {
+        for (const unsigned value : {i, i * 7 + 3, i * 13 + 11, 255 - i / 16}) {
+            pixels.push_back(static_cast<std::uint8_t>(value & 0xff));
+        }
+    }
+    return pixels;
+}
+
+void writePng(const std::filesystem::path& file, const Pixels& pixels, png_uint_32 format) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = kSide;
+    image.height = kSide;
+    image.format = format;
+    ASSERT_TRUE(png_image_write_to_file(&image, file.c_str(), 0, pixels.data(), 0, nullptr));
+}
+
+std::string jpegOf(const Pixels& pixels) {
+    const std::unique_ptr<void, int (*)(void*)> handle(tjInitCompress(), tjDestroy);
+    unsigned char* bytes = nullptr;
+    unsigned long size = 0;
+    tjCompress2(handle.get(), pixels.data(), kSide, 0, kSide, TJPF_RGBX, &bytes, &size, TJSAMP_444, 100, 0);
+    std::string result(reinterpret_cast<const char*>(bytes), size);
+    tjFree(bytes);
+    return result;
+}
+
+Pixels pixelsOf(const std::string& jpeg) {
+    const std::unique_ptr<void, int (*)(void*)> handle(tjInitDecompress(), tjDestroy);
+    Pixels pixels(kSide * kSide * 4);
+    tjDecompress2(handle.get(), reinterpret_cast<const unsigned char*>(jpeg.data()), jpeg.size(), pixels.data(), kSide,
+                  0, kSide, TJPF_RGBA, TJFLAG_ACCURATEDCT);
+    return pixels;
+}
+
+class ProgramTest : public ::testing::Test {
+protected:
+    struct Outcome {
+        ExitStatus status;
+        std::string out;
+        std::string err;
+    };
+
+    Outcome run(std::vector<std::string> arguments, const std::filesystem::path& outputTo = {}) {
+        ProcessUnderTest program(home_, std::move(arguments), {}, outputTo);
+        const auto status = program.waitForExit();
+        return {status.value_or(ExitStatus{}), program.standardOutput(), program.standardError()};
+    }
+
+    std::string path(const char* name) const { return (home_.path() / name).string(); }
+    void write(const char* name, const std::string& text) const { std::ofstream(path(name), std::ios::binary) << text; }
+
+    /// The pixels as `table` shows them.
+    static Pixels through(const GammaTable& table, Pixels pixels) {
+        for (std::size_t i = 0; i < pixels.size(); ++i) {
+            const auto* const channel = i % 4 == 0   ? &table.red
+                                        : i % 4 == 1 ? &table.green
+                                        : i % 4 == 2 ? &table.blue
+                                                     : nullptr;
+            if (channel) {
+                pixels[i] = static_cast<std::uint8_t>(std::lround(255 * static_cast<double>((*channel)[pixels[i]])));
+            }
+        }
+        return pixels;
+    }
+
+    static GammaTable evening() {
+        const FilterPreset& preset = FilterPreset::evening();
+        return computeTable(preset, 0.4, preset.dimming, preset.blackPoint, preset.contrast);
+    }
+
+    TestHome home_;
+};
+
+TEST_F(ProgramTest, PrintsATableThatReadsBackBitForBit) {
+    const Outcome outcome = run({"table", "fl41", "--json"});
+    EXPECT_EQ(outcome.status, ExitStatus::exited(0)) << outcome.err;
+    const auto json = nlohmann::json::parse(outcome.out);
+    const FilterPreset& preset = FilterPreset::fl41();
+    const GammaTable table = computeTable(preset, preset.intensity, preset.dimming, preset.blackPoint, preset.contrast);
+    EXPECT_EQ(json["red"].get<std::vector<float>>(), table.red);
+    EXPECT_EQ(json["green"].get<std::vector<float>>(), table.green);
+    EXPECT_EQ(json["blue"].get<std::vector<float>>(), table.blue);
+}
+
+TEST_F(ProgramTest, SaysThatThereIsNoDisplayServerOrNoRoomForItsOutput) {
+    EXPECT_EQ(run({"displays"}).status, ExitStatus::exited(3));
+    EXPECT_EQ(run({"restore"}).status, ExitStatus::exited(3));
+    const Outcome full = run({"presets", "--json"}, "/dev/full");
+    EXPECT_EQ(full.status, ExitStatus::exited(1));
+    EXPECT_EQ(full.err, "dravo: cannot write the output: No space left on device\n");
+}
+
+TEST_F(ProgramTest, ListsOnesOwnPresetsAndComplainsOnceAboutADamagedFile) {
+    const std::string preset =
+        R"("name":"Mine","redFactor":1,"greenFactor":1,"blueFactor":1,"intensity":0,"dimming":0,"blackPoint":0,)"
+        R"("gamma":1,"contrast":0,"colorTemperature":6500,"redIntensity":1,"greenIntensity":1,"blueIntensity":1,)"
+        R"("isBuiltIn":false,"isGrayscale":false}])";
+    home_.write(".dravo/custom_presets.json", R"([{"id":"MINE",)" + preset);
+    EXPECT_EQ(nlohmann::json::parse(run({"presets", "--json"}).out).back()["id"], "MINE");
+    home_.write(".dravo/custom_presets.json", R"([{"di":"MINE",)" + preset);
+    const Outcome damaged = run({"presets", "--json"});
+    EXPECT_EQ(nlohmann::json::parse(damaged.out).size(), FilterPreset::builtIn().size());
+    EXPECT_NE(damaged.err.find("custom_presets.json"), std::string::npos) << damaged.err;
+    EXPECT_EQ(std::ranges::count(damaged.err, '\n'), 1) << damaged.err;
+}
+
+TEST_F(ProgramTest, PreviewsAPictureExactlyAsTheTableSaysAndKeepsAlpha) {
+    const Pixels colours = manyColours();
+    writePng(path("in.png"), colours, PNG_FORMAT_RGBA);
+    ASSERT_EQ(run({"preview", path("in.png"), path("out.png"), "evening", "--intensity", "0.4"}).status,
+              ExitStatus::exited(0));
+    const Seen seen = see(path("out.png"));
+    EXPECT_TRUE(seen.hasAlpha);
+    ASSERT_EQ(seen.width, kSide);
+    ASSERT_EQ(seen.height, kSide);
+    EXPECT_EQ(seen.rgba, through(evening(), colours));
+
+    // In place, by a misleading name.
+    std::filesystem::rename(path("in.png"), path("same.png"));
+    std::filesystem::create_symlink(path("same.png"), path("link.png"));
+    ASSERT_EQ(run({"preview", path("link.png"), path("same.png"), "evening", "--intensity=0.4"}).status,
+              ExitStatus::exited(0));
+    EXPECT_EQ(see(path("same.png")).rgba, seen.rgba);
+
+    // Without alpha, in grey, and as JPEG: compared with what a reader makes of the input.
+    writePng(path("grey.png"), colours, PNG_FORMAT_GRAY);
+    ASSERT_EQ(run({"preview", path("grey.png"), path("out.png"), "evening", "--intensity", "0.4"}).status,
+              ExitStatus::exited(0));
+    EXPECT_EQ(see(path("out.png")).rgba, through(evening(), see(path("grey.png")).rgba));
+    EXPECT_FALSE(see(path("out.png")).hasAlpha);
+
+    write("photo.png", jpegOf(colours));
+    ASSERT_EQ(run({"preview", path("photo.png"), path("out.png"), "evening", "--intensity", "0.4"}).status,
+              ExitStatus::exited(0));
+    EXPECT_EQ(see(path("out.png")).rgba, through(evening(), pixelsOf(jpegOf(colours))));
+}
+
+TEST_F(ProgramTest, RefusesDamagedAndHostilePicturesAndLeavesTheOldOneAlone) {
+    writePng(path("good.png"), manyColours(), PNG_FORMAT_RGB);
+    const std::string png = contentOf(path("good.png"));
+    const std::string jpeg = jpegOf(manyColours());
+    std::string flipped = png;
+    flipped[png.size() / 2] = static_cast<char>(flipped[png.size() / 2] ^ 0x55);
+    std::string hugeJpeg = jpeg;  // height and width stand behind the frame marker
+    const std::size_t frame = hugeJpeg.find("\xff\xc0");
+    ASSERT_NE(frame, std::string::npos);
+    hugeJpeg.replace(frame + 5, 4, "\xff\xff\xff\xff");
+    const std::string cases[] = {
+        png.substr(0, png.size() / 2),
+        png.substr(0, png.size() - 12),
+        png.substr(0, 20),
+        flipped,
+        jpeg.substr(0, jpeg.size() / 2),
+        jpeg.substr(0, 30),
+        hugeJpeg,
+        "",
+        "GIF89a, not a PNG or JPEG",
+    };
+    write("out.png", "kept");
+    for (const std::string& damaged : cases) {
+        write("in.png", damaged);
+        const Outcome outcome = run({"preview", path("in.png"), path("out.png"), "fl41"});
+        EXPECT_EQ(outcome.status, ExitStatus::exited(1)) << damaged.size();
+        EXPECT_TRUE(outcome.err.starts_with("dravo preview: " + path("in.png") + ": ")) << outcome.err;
+        EXPECT_EQ(contentOf(path("out.png")), "kept");
+    }
+    EXPECT_EQ(run({"preview", path("missing.png"), path("out.png"), "fl41"}).status, ExitStatus::exited(1));
+    EXPECT_EQ(run({"preview", path("no/folder/out.png"), "fl41"}).status, ExitStatus::exited(1));
+    EXPECT_EQ(contentOf(path("out.png")), "kept");
+}
+
+TEST_F(ProgramTest, DrawsItsOwnTestCardAndTheSheetOfAllPresets) {
+    ASSERT_EQ(run({"preview", path("plain.png"), "migrainePrecision", "--intensity", "0"}).status,
+              ExitStatus::exited(0));
+    ASSERT_EQ(run({"preview", path("filtered.png"), "evening", "--intensity", "0.4"}).status, ExitStatus::exited(0));
+    const Seen plain = see(path("plain.png"));
+    ASSERT_GT(plain.width, 600U);
+    EXPECT_EQ(see(path("filtered.png")).rgba, through(evening(), plain.rgba));
+
+    ASSERT_EQ(run({"preview", "--all", path("all.png")}).status, ExitStatus::exited(0));
+    const Seen sheet = see(path("all.png"));
+    ASSERT_GT(sheet.width, 1000U);
+    // Only one preset has a dot of this green.
+    const FilterPreset& green = FilterPreset::greenBand();
+    bool showsGreenBand = false;
+    for (std::size_t i = 0; i < sheet.rgba.size() && !showsGreenBand; i += 4) {
+        showsGreenBand = sheet.rgba[i] == std::lround(255 * green.redFactor) &&
+                         sheet.rgba[i + 1] == std::lround(255 * green.greenFactor) &&
+                         sheet.rgba[i + 2] == std::lround(255 * green.blueFactor);
+    }
+    EXPECT_TRUE(showsGreenBand);
+    EXPECT_EQ(run({"preview", "--displays", path("displays.png")}).status, ExitStatus::exited(3));
+}
+
+}  // namespace
+}  // namespace dravo::testing
