@@ -1,9 +1,10 @@
 #include "filter/model/user_defaults.h"
 
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <limits>
+
+#include "base/shortest_text.h"
 
 namespace dravo {
 
@@ -72,12 +73,8 @@ double doubleOf(std::string_view text) {
     return std::isfinite(number) ? number : 0;
 }
 
-template <typename Number>
-std::string textOf(Number number) {
-    std::array<char, 32> buffer;
-    const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr;
-    return {buffer.data(), end};
-}
+std::string textOf(std::int64_t number) { return std::to_string(number); }
+std::string textOf(double number) { return shortestText(number); }
 
 /// One function per type a reader converts from; every other type gives `otherwise`.
 template <typename Answer, typename FromBool, typename FromNumber, typename FromText>
