@@ -1,0 +1,305 @@
+#include "platform/freedesktop/toml_user_defaults.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+#include "base/files.h"
+#include "platform/memory/virtual_scheduler.h"
+#include "platform/user_defaults_contract.h"
+#include "support/polled_descriptors.h"
+#include "support/temporary_folder.h"
+
+namespace dravo::freedesktop {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::contentOf;
+namespace fs = std::filesystem;
+
+/// A settings file in a folder of its own, and the program's runs on it.
+class TomlBench {
+public:
+    TomlBench() { reopen(); }
+
+    UserDefaults& defaults() { return *defaults_; }
+    void reopen() {
+        if (defaults_) turn();
+        defaults_.reset();
+        defaults_ = std::make_unique<TomlUserDefaults>(file, scheduler, descriptors);
+    }
+    void replaceFromOutside(const DefaultsValues& values) {
+        DefaultsChanges changes(values.begin(), values.end());
+        write(withChanges("", changes).value());
+    }
+    /// Somebody writes the file in place; we hear of it.
+    void write(std::string_view text) {
+        turn();
+        const auto other = file.string() + ".other";
+        ASSERT_TRUE(writeFileAtomically(other, text));
+        fs::copy_file(other, file, fs::copy_options::overwrite_existing);
+        fs::remove(other);
+        descriptors.poll();
+    }
+    /// The loop's turn ends: what was set is written, and what happened to the folder is noticed.
+    void turn() {
+        scheduler.advance(0ms);
+        descriptors.poll();
+    }
+
+    testing::TemporaryFolder folder;
+    fs::path file = folder / "config" / "dravo" / "preferences.toml";
+    memory::VirtualScheduler scheduler;
+    testing::PolledDescriptors descriptors;
+
+    TomlUserDefaults& toml() { return *defaults_; }
+
+private:
+    std::unique_ptr<TomlUserDefaults> defaults_;
+};
+
+class TomlUserDefaultsTest : public ::testing::Test {
+protected:
+    UserDefaults& defaults() { return bench.defaults(); }
+    std::string text() { return contentOf(bench.file); }
+    std::optional<DefaultsValue> inFile(std::string_view key) {
+        const auto values = parsePreferences(text());
+        const auto found = values.value().find(key);
+        return found == values.value().end() ? std::nullopt : std::optional(found->second);
+    }
+    /// What was written to standard error while `action` ran.
+    template <typename Action>
+    std::string said(Action action) {
+        ::testing::internal::CaptureStderr();
+        action();
+        return ::testing::internal::GetCapturedStderr();
+    }
+
+    TomlBench bench;
+    std::vector<DefaultsKeys> heard;
+    Subscription subscription = bench.defaults().onChange([this](const DefaultsKeys& keys) { heard.push_back(keys); });
+};
+
+TEST_F(TomlUserDefaultsTest, WritesOnceAtTheEndOfTheTurnAndNeverWhileItMayNot) {
+    bool ramp = true;
+    int asked = 0;
+    bench.toml().setMayWrite([&] { return ++asked, !ramp; });
+    defaults().set("a", true);
+    defaults().set("b", 0.5);
+    EXPECT_FALSE(fs::exists(bench.file));
+    bench.scheduler.advance(49ms);
+    EXPECT_EQ(asked, 1);
+    bench.scheduler.advance(101ms);
+    EXPECT_EQ(asked, 4);
+    EXPECT_FALSE(fs::exists(bench.file));
+    ramp = false;
+    bench.scheduler.advance(50ms);
+    EXPECT_EQ(inFile("a"), DefaultsValue(true));
+    EXPECT_EQ(inFile("b"), DefaultsValue(0.5));
+
+    struct ::stat before {};
+    ::stat(bench.file.c_str(), &before);
+    EXPECT_EQ(before.st_mode & 0777U, 0600U);
+    defaults().set("a", true);
+    bench.scheduler.advance(1h);
+    EXPECT_EQ(asked, 5) << "nothing changed, nothing to write";
+
+    ramp = true;
+    defaults().set("c", "at the end");
+    bench.toml().flush();
+    EXPECT_EQ(inFile("c"), DefaultsValue("at the end"));
+    bench.descriptors.poll();
+    EXPECT_TRUE(heard.empty()) << "our own writes are no edits";
+}
+
+TEST_F(TomlUserDefaultsTest, MergesAnEditByKeyAndLetsUnsavedChangesWin) {
+    bench.write("# mine\nlastIntensity = 0.5\nlastDimming = 0.1\nscheduleEnabled = false\n");
+    heard.clear();
+    defaults().set("lastDimming", 0.2);
+    ASSERT_TRUE(writeFileAtomically(bench.file, "# mine!\nlastIntensity = 0.6\nlastDimming = 0.3\n"));
+    bench.descriptors.poll();
+    EXPECT_EQ(heard, (std::vector<DefaultsKeys>{{"lastIntensity", "scheduleEnabled"}}));
+    EXPECT_EQ(defaults().object("lastDimming"), DefaultsValue(0.2));
+    bench.turn();
+    EXPECT_EQ(text(), "# mine!\nlastIntensity = 0.6\nlastDimming = 0.2\n");
+}
+
+TEST_F(TomlUserDefaultsTest, LosesNoEditWhoseEventStillWaits) {
+    defaults().set("a", true);
+    bench.turn();
+    defaults().set("b", true);
+    ASSERT_TRUE(writeFileAtomically(bench.file, "a = true\nc = true\n"));
+    bench.scheduler.advance(0ms);
+    EXPECT_EQ(text(), "a = true\nc = true\nb = true\n");
+    EXPECT_EQ(heard, (std::vector<DefaultsKeys>{{"c"}}));
+}
+
+TEST_F(TomlUserDefaultsTest, TakesAHalfWrittenFileForNothing) {
+    defaults().set("filterEnabled", false);
+    bench.turn();
+    fs::remove(bench.file);
+    std::FILE* editor = std::fopen(bench.file.c_str(), "w");
+    bench.descriptors.poll();
+    EXPECT_EQ(defaults().object("filterEnabled"), DefaultsValue(false)) << "only begun";
+    std::fputs("filterEnabled = true\n", editor);
+    std::fclose(editor);
+    bench.descriptors.poll();
+    EXPECT_EQ(defaults().object("filterEnabled"), DefaultsValue(true));
+}
+
+TEST_F(TomlUserDefaultsTest, GoesOnWithoutFileOrFolderAndMakesThemAgain) {
+    bench.write("# mine\na = 1\n");
+    for (const fs::path& gone : {bench.file, bench.file.parent_path(), bench.folder / "config"}) {
+        fs::remove_all(gone);
+        bench.turn();
+        EXPECT_EQ(defaults().object("a"), DefaultsValue(std::int64_t{1})) << gone;
+        defaults().set("b", gone.string());
+        bench.turn();
+        EXPECT_EQ(text(), "# mine\na = 1\nb = \"" + gone.string() + "\"\n");
+    }
+    heard.clear();
+    bench.write("a = 2\n");
+    EXPECT_EQ(heard, (std::vector<DefaultsKeys>{{"a", "b"}})) << "the new folder is watched";
+}
+
+TEST_F(TomlUserDefaultsTest, KeepsABrokenFileUntilTheNextWriteAndThenAsBad) {
+    constexpr std::string_view kBroken = "filterEnabled = false\nlastIntensity = 0,4\n";
+    ASSERT_TRUE(writeFileAtomically(bench.file, kBroken));
+    EXPECT_NE(said([&] { bench.reopen(); }).find("line 2, column 18"), std::string::npos);
+    EXPECT_FALSE(defaults().object("filterEnabled")) << "nothing of it counts";
+    bench.toml().flush();
+    EXPECT_EQ(text(), kBroken);
+
+    defaults().set("lastDimming", 0.5);
+    bench.turn();
+    EXPECT_EQ(contentOf(bench.file.string() + ".bad"), kBroken);
+    EXPECT_EQ(inFile("lastDimming"), DefaultsValue(0.5));
+}
+
+TEST_F(TomlUserDefaultsTest, KeepsTheSettingsInForceWhenAnEditBreaksTheFile) {
+    bench.write("# mine\nlastIntensity = 0.4\n");
+    heard.clear();
+    const auto line = said([&] { bench.write("# mine\nlastIntensity = \n"); });
+    EXPECT_NE(line.find("line 2"), std::string::npos);
+    EXPECT_EQ(defaults().object("lastIntensity"), DefaultsValue(0.4));
+    EXPECT_EQ(said([&] { bench.write("# mine\nlastIntensity = \n"); }), "") << "told once";
+    bench.write("# mine\nlastIntensity = 0.3\n");
+    EXPECT_EQ(heard, (std::vector<DefaultsKeys>{{"lastIntensity"}}));
+    EXPECT_FALSE(fs::exists(bench.file.string() + ".bad"));
+}
+
+TEST_F(TomlUserDefaultsTest, SetsATooLongFileAsideAndRefusesToMakeOne) {
+    const std::string tooLong = "a = true\n#" + std::string(kMaxPreferencesBytes, '-');
+    const auto line = said([&] { bench.write(tooLong); });
+    EXPECT_NE(line.find("longer than 16384 bytes"), std::string::npos);
+    EXPECT_FALSE(defaults().object("a"));
+    defaults().set("b", true);
+    bench.turn();
+    EXPECT_EQ(contentOf(bench.file.string() + ".bad"), tooLong);
+    EXPECT_EQ(inFile("b"), DefaultsValue(true));
+
+    const auto refused = said([&] {
+        defaults().set("c", std::string(kMaxPreferencesBytes, 'c'));
+        bench.turn();
+    });
+    EXPECT_NE(refused.find("no longer fit"), std::string::npos);
+    EXPECT_EQ(inFile("b"), DefaultsValue(true));
+    defaults().set("c", "short");
+    bench.turn();
+    EXPECT_EQ(inFile("c"), DefaultsValue("short"));
+}
+
+TEST_F(TomlUserDefaultsTest, NeverBlocksOnNorReplacesWhatIsNoFile) {
+    const std::vector<std::function<void()>> obstacles{
+        [&] { ::mkfifo(bench.file.c_str(), 0600); }, [&] { fs::create_directory(bench.file); },
+        [&] { fs::create_symlink("/dev/zero", bench.file); }, [&] { fs::create_symlink(bench.file, bench.file); }};
+    for (const auto& obstruct : obstacles) {
+        fs::remove(bench.file);
+        obstruct();
+        const auto type = fs::symlink_status(bench.file).type();
+        bench.reopen();
+        defaults().set("a", true);
+        bench.turn();
+        EXPECT_EQ(defaults().object("a"), DefaultsValue(true));
+        EXPECT_EQ(fs::symlink_status(bench.file).type(), type);
+    }
+    fs::remove(bench.file);
+    defaults().set("b", true);
+    bench.turn();
+    EXPECT_EQ(inFile("a"), DefaultsValue(true)) << "written with the next change once nothing is in the way";
+}
+
+TEST_F(TomlUserDefaultsTest, WritesThroughALinkAndWatchesWhatItLeadsTo) {
+    const fs::path kept = bench.folder / "dotfiles" / "dravo.toml";
+    fs::create_directory(kept.parent_path());
+    fs::create_symlink("../../dotfiles/dravo.toml", bench.file);
+    bench.turn();
+    defaults().set("a", true);
+    bench.turn();
+    EXPECT_TRUE(fs::is_symlink(bench.file)) << "a link that led nowhere";
+    EXPECT_EQ(parsePreferences(contentOf(kept)).value(), (DefaultsValues{{"a", true}}));
+
+    fs::permissions(kept, fs::perms{0640});
+    ASSERT_TRUE(writeFileAtomically(kept, "a = false\n", {.mode = 0640}));
+    bench.descriptors.poll();
+    EXPECT_EQ(heard, (std::vector<DefaultsKeys>{{"a"}}));
+    defaults().set("b", true);
+    bench.turn();
+    EXPECT_TRUE(fs::is_symlink(bench.file));
+    EXPECT_EQ(contentOf(kept), "a = false\nb = true\n");
+    EXPECT_EQ(fs::status(kept).permissions(), fs::perms{0640});
+}
+
+TEST_F(TomlUserDefaultsTest, StaysInMemoryWhereTheFolderCannotBeMade) {
+    const fs::path blocker = bench.folder / "a file";
+    ASSERT_TRUE(writeFileAtomically(blocker, ""));
+    std::string lines;
+    lines = said([&] {
+        TomlUserDefaults blocked(blocker / "dravo" / "preferences.toml", bench.scheduler, bench.descriptors);
+        blocked.set("a", true);
+        bench.scheduler.advance(0ms);
+        blocked.set("b", true);
+        bench.scheduler.advance(0ms);
+        EXPECT_EQ(blocked.object("a"), DefaultsValue(true));
+    });
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 1) << lines;
+
+    lines = said([&] {
+        TomlUserDefaults homeless(fs::path{}, bench.scheduler, bench.descriptors);
+        homeless.set("a", true);
+        bench.scheduler.advance(0ms);
+        homeless.flush();
+        EXPECT_EQ(homeless.object("a"), DefaultsValue(true));
+    });
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 1) << lines;
+}
+
+TEST(TomlUserDefaultsPathTest, FollowsTheVariableOnlyWhenItIsAbsolute) {
+    const struct {
+        const char* variable;
+        const char* home;
+        const char* path;
+    } rows[] = {{nullptr, "/home/a", "/home/a/.config/dravo/preferences.toml"},
+                {"", "/home/a", "/home/a/.config/dravo/preferences.toml"},
+                {"config", "/home/a", "/home/a/.config/dravo/preferences.toml"},
+                {"/etc/a", "/home/a", "/etc/a/dravo/preferences.toml"},
+                {nullptr, "", ""}};
+    const char* before = std::getenv("XDG_CONFIG_HOME");
+    const std::string saved = before ? before : "";
+    for (const auto& row : rows) {
+        row.variable ? ::setenv("XDG_CONFIG_HOME", row.variable, 1) : ::unsetenv("XDG_CONFIG_HOME");
+        EXPECT_EQ(TomlUserDefaults::defaultPath(row.home), row.path);
+    }
+    before ? ::setenv("XDG_CONFIG_HOME", saved.c_str(), 1) : ::unsetenv("XDG_CONFIG_HOME");
+}
+
+}  // namespace
+}  // namespace dravo::freedesktop
+
+namespace dravo {
+INSTANTIATE_TYPED_TEST_SUITE_P(Toml, UserDefaultsContract, freedesktop::TomlBench);
+}  // namespace dravo
