@@ -54,6 +54,15 @@ void GammaApplicator::apply(const GammaTable& table, Fade fade) {
     if (cutShort) rampEnds_.deliver();
 }
 
+Result<void> GammaApplicator::shutDown() {
+    restoreRetry_.cancel();
+    frameTimer_.cancel();
+    stopKeeping();
+    ramp_.reset();
+    currentTable_.reset();
+    return server_.restoreCalibration();
+}
+
 void GammaApplicator::reset(Fade fade) {
     restoreRetry_.cancel();
     stopKeeping();

@@ -42,6 +42,10 @@ public:
     /// Drops the current table and returns the displays to their calibration; animated, after a fade to neutral.
     void reset(Fade fade);
 
+    /// The end of a run: cancels a fade, stops all timers and returns the displays to their calibration, once.
+    /// Errors: those of `DisplayServer::restoreCalibration`; the saved tables must then stay.
+    [[nodiscard]] Result<void> shutDown();
+
     /// Loads `table` into every display now, without making it current.
     void applyToAllDisplays(const GammaTable& table);
 

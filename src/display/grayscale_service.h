@@ -17,6 +17,10 @@ public:
 
     /// Errors: `Unsupported`, `PermissionDenied`, `Disconnected`: the caller goes on without.
     virtual Result<void> setEnabled(bool enabled) = 0;
+
+    /// An earlier run of ours did not end cleanly: switches off what it left on, as far as that can be told from what
+    /// the person chose.
+    virtual void undoUncleanRun() {}
 };
 
 }  // namespace dravo

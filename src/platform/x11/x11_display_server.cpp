@@ -21,6 +21,18 @@ Result<void> outcomeOf(xcb_connection_t* connection, xcb_void_cookie_t cookie) {
     return Error{ErrorCode::Internal, "the X server refused a table", error->error_code};
 }
 
+// Of the outputs' properties only those that say who is there and how it is calibrated; a brightness key changes one
+// too.
+bool tellsOfOutputs(const xcb_generic_event_t& event, const ServerFacts& facts) {
+    const int type = (event.response_type & 0x7f) - facts.randrFirstEvent;
+    if (type == XCB_RANDR_SCREEN_CHANGE_NOTIFY) return true;
+    if (type != XCB_RANDR_NOTIFY) return false;
+    const auto& notification = reinterpret_cast<const xcb_randr_notify_event_t&>(event);
+    if (notification.subCode != XCB_RANDR_NOTIFY_OUTPUT_PROPERTY) return true;
+    const xcb_atom_t property = notification.u.op.atom;
+    return property == facts.edid || property == facts.iccProfile;
+}
+
 }  // namespace
 
 struct X11DisplayServer::PendingLoad {
@@ -49,7 +61,11 @@ Result<std::unique_ptr<X11DisplayServer>> X11DisplayServer::create(const std::st
 
 X11DisplayServer::X11DisplayServer(std::string display, Connection connection, ServerFacts facts,
                                    EmergencyRestore* emergency)
-    : displayName_(std::move(display)), connection_(std::move(connection)), facts_(facts), emergency_(emergency) {
+    : displayName_(std::move(display)),
+      connection_(std::move(connection)),
+      facts_(facts),
+      emergency_(emergency),
+      grayscale_(connection_, facts_, [this] { publishTargets(); }) {
     if (!emergency_) return;
     // The guard ends this connection by a resource of it; a client without any cannot be named.
     killHandle_ = xcb_generate_id(connection_.get());
@@ -242,25 +258,26 @@ void X11DisplayServer::declareOwnTables(const std::map<DisplayId, GammaTable>& t
     for (const auto& [id, table] : tables) ids.push_back(id);
     identities_.know(ids);
     ledger_.declareOwnTables(tables);
-    restoreIdleCrtcs(tables);
+    const auto topology = queryTopology(connection_, facts_);
+    if (!topology) return;
+    adopt(*topology);
+    restoreIdleCrtcs(*topology, tables);
 }
 
 // A display that is off keeps its place in the ramps of an idle CRTC: what an unclean run left there would come back
 // with the next plug, perhaps when no Dravo runs any more. Where only one display of that run can have been on it, the
 // CRTC gets that display's table now.
-void X11DisplayServer::restoreIdleCrtcs(const std::map<DisplayId, GammaTable>& tables) {
-    const auto topology = queryTopology(connection_, facts_);
-    if (!topology) return;
+void X11DisplayServer::restoreIdleCrtcs(const Topology& topology, const std::map<DisplayId, GammaTable>& tables) {
     std::vector<const Output*> idleOutputs;
     std::vector<OutputIdentity> identities;
-    for (const auto& output : topology->outputs) {
+    for (const auto& output : topology.outputs) {
         if (output.crtc != XCB_NONE) continue;
         idleOutputs.push_back(&output);
         identities.push_back({output.name, output.edid});
     }
     const auto ids = DisplayIdentities(identities_).assign(identities);
     std::vector<CrtcLevels> ramps;
-    for (const auto& crtc : topology->crtcs) {
+    for (const auto& crtc : topology.crtcs) {
         if (crtc.enabled || crtc.levels.size() < 2) continue;
         std::vector<const GammaTable*> candidates;
         for (std::size_t i = 0; i < idleOutputs.size(); ++i) {
@@ -291,6 +308,7 @@ Result<void> X11DisplayServer::refresh() {
 }
 
 void X11DisplayServer::adopt(const Topology& topology) {
+    grayscale_.outputsAre(topology.outputs);
     std::vector<OutputIdentity> identities;
     std::vector<Display> displays;
     std::set<CrtcId> crtcs;
@@ -320,9 +338,7 @@ void X11DisplayServer::adopt(const Topology& topology) {
 }
 
 void X11DisplayServer::note(const xcb_generic_event_t& event) {
-    const int type = event.response_type & 0x7f;
-    outputsChanged_ = outputsChanged_ || type == facts_.randrFirstEvent + XCB_RANDR_SCREEN_CHANGE_NOTIFY ||
-                      type == facts_.randrFirstEvent + XCB_RANDR_NOTIFY;
+    outputsChanged_ = outputsChanged_ || tellsOfOutputs(event, facts_);
 }
 
 // Waiting for a reply brings events along; they lie in the library's queue while the descriptor stays silent.
@@ -363,6 +379,8 @@ void X11DisplayServer::publishTargets() {
     auto targets = std::make_shared<EmergencyTargets>();
     targets->engineWindow = killHandle_;
     targets->calibrations = ledger_.calibrations();
+    targets->matrixOutputs = grayscale_.grayOutputs();
+    targets->matrix = facts_.matrix;
     guarded_.clear();
     for (const auto& calibration : targets->calibrations) guarded_.insert(calibration.crtc);
     emergency_->setTargets(std::move(targets));

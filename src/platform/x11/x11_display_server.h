@@ -15,6 +15,7 @@
 #include "display/table_ledger.h"
 #include "platform/x11/x11_emergency_restore.h"
 #include "platform/x11/x11_gamma_look.h"
+#include "platform/x11/x11_matrix_grayscale.h"
 #include "platform/x11/x11_topology.h"
 
 namespace dravo::x11 {
@@ -34,6 +35,9 @@ public:
 
     /// Starts to listen for changes of outputs and for the server's end.
     void listen(DescriptorWatch& watch, Scheduler& scheduler);
+
+    /// The grayscale mode of the same displays. Lives as long as this.
+    [[nodiscard]] GrayscaleService& grayscale() { return grayscale_; }
 
     std::string backend() const override { return "x11"; }
     Result<std::vector<DisplayId>> onlineDisplays(std::size_t capacity) override;
@@ -73,7 +77,7 @@ private:
     void write(const std::vector<CrtcLevels>& ramps, const OnOutcome& onOutcome);
     void send(const std::vector<CrtcLevels>& ramps, const OnOutcome& onOutcome);
     [[nodiscard]] bool isKept(const DisplayTable& wanted, const GammaLook::Answers& held) const;
-    void restoreIdleCrtcs(const std::map<DisplayId, GammaTable>& tables);
+    void restoreIdleCrtcs(const Topology& topology, const std::map<DisplayId, GammaTable>& tables);
     void publishTargets();
 
     std::string displayName_;
@@ -82,6 +86,7 @@ private:
     EmergencyRestore* emergency_;
     xcb_window_t killHandle_ = XCB_NONE;
 
+    MatrixGrayscale grayscale_;
     DisplayIdentities identities_;
     TableLedger ledger_;
     std::vector<Display> displays_;

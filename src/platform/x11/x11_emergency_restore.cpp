@@ -3,8 +3,9 @@
 #include <poll.h>
 #include <xcb/xcbext.h>
 
-#include <array>
 #include <chrono>
+
+#include "platform/x11/x11_matrix_grayscale.h"
 
 namespace dravo::x11 {
 
@@ -67,14 +68,6 @@ void EmergencyRestore::restore() {
     const unsigned int sequence = xcb_get_input_focus(xcb).sequence;
     xcb_flush(xcb);
     waitForReply(xcb, sequence);
-}
-
-void sendNeutralMatrix(xcb_connection_t* connection, xcb_randr_output_t output, xcb_atom_t matrix) {
-    // Nine S31.32 numbers in rows, each as two words, low word first.
-    std::array<std::uint32_t, 18> identity{};
-    for (const std::size_t diagonal : {0u, 4u, 8u}) identity[diagonal * 2 + 1] = 1;
-    xcb_randr_change_output_property(connection, output, matrix, XCB_ATOM_INTEGER, 32, XCB_PROP_MODE_REPLACE,
-                                     static_cast<std::uint32_t>(identity.size()), identity.data());
 }
 
 }  // namespace dravo::x11

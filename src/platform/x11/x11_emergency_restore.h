@@ -45,9 +45,6 @@ private:
     std::shared_ptr<const EmergencyTargets> targets_;
 };
 
-/// Asks for a neutral colour matrix on `output`. The request is only queued.
-void sendNeutralMatrix(xcb_connection_t* connection, xcb_randr_output_t output, xcb_atom_t matrix);
-
 /// Asks the server to load `ramp`; checked, so that errors come to the cookie's owner.
 xcb_void_cookie_t sendRamp(xcb_connection_t* connection, const CrtcLevels& ramp);
 

@@ -108,9 +108,9 @@ Result<ServerFacts> negotiate(const Connection& connection) {
     if (connection.isBroken()) return disconnected();
     if (!randr || !randr->present) return Error{ErrorCode::Unsupported, "this X server has no RandR extension"};
     const auto versionCookie = xcb_randr_query_version(xcb, XCB_RANDR_MAJOR_VERSION, XCB_RANDR_MINOR_VERSION);
-    xcb_randr_select_input(
-        xcb, connection.root,
-        XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE | XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
+    xcb_randr_select_input(xcb, connection.root,
+                           XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
+                               XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE | XCB_RANDR_NOTIFY_MASK_OUTPUT_PROPERTY);
 
     const auto wayland = fetchReply(xcb, xcb_query_extension_reply, waylandCookie);
     if (wayland && wayland->present) return waylandSession();
