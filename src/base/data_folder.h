@@ -10,9 +10,6 @@ struct DataFolder {
     std::filesystem::path home;     ///< `~/.dravo`; empty if the user has no home directory.
     std::filesystem::path runtime;  ///< `$XDG_RUNTIME_DIR/dravo`, for when `home` cannot be written; may be empty.
 
-    /// The lock of the one run that may change the saved tables, in the first of the two folders that is named.
-    [[nodiscard]] std::filesystem::path lockFile() const { return (home.empty() ? runtime : home) / "lock"; }
-
     /// This process's user's: the home directory is `$HOME`, else the one in the user database.
     [[nodiscard]] static DataFolder ofThisUser();
 };

@@ -1,11 +1,18 @@
 #include "platform/posix/instance_lock.h"
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/inotify.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <utility>
+#include <vector>
+
+#include "base/files.h"
 
 namespace dravo::posix {
 
@@ -24,36 +31,80 @@ pid_t holderOf(int descriptor) {
     return lock.l_pid;
 }
 
+/// Where the lock may be, the preferred place first.
+std::vector<std::filesystem::path> lockFiles(const DataFolder& folder) {
+    std::vector<std::filesystem::path> files;
+    for (const auto& place : {folder.home, folder.runtime})
+        if (!place.empty()) files.push_back(place / "lock");
+    return files;
+}
+
+std::string whyNot(const std::filesystem::path& path, int reason) {
+    return path.string() + ": " + std::strerror(reason);
+}
+
 }  // namespace
 
-Result<InstanceLock> InstanceLock::acquire(const std::string& path) {
-    const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW, 0600);
-    if (descriptor < 0) {
-        const auto code =
-            errno == EACCES || errno == EROFS || errno == EPERM ? ErrorCode::PermissionDenied : ErrorCode::Internal;
-        return Error{code, path + ": " + std::strerror(errno), errno};
+Result<InstanceLock> InstanceLock::acquire(const DataFolder& folder) {
+    Error reason{ErrorCode::Internal, "there is no home directory"};
+    for (const auto& path : lockFiles(folder)) {
+        static_cast<void>(ensureDirectory(path.parent_path(), 0700));
+        auto lock = acquireFile(path);
+        if (lock || lock.error().code == ErrorCode::Busy) return lock;
+        reason = lock.error();
     }
-    InstanceLock held(descriptor);
+    return reason;
+}
+
+Result<InstanceLock> InstanceLock::acquireFile(const std::filesystem::path& path) {
+    UniqueFd file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW, 0600));
+    if (!file) {
+        const bool isDenied = errno == EACCES || errno == EROFS || errno == EPERM;
+        return Error{isDenied ? ErrorCode::PermissionDenied : ErrorCode::Internal, whyNot(path, errno), errno};
+    }
     auto lock = wholeFileLock();
-    if (fcntl(descriptor, F_SETLK, &lock) == 0) return held;
+    if (fcntl(file.get(), F_SETLK, &lock) == 0) return InstanceLock(std::move(file));
     const int reason = errno;
-    if (reason != EAGAIN && reason != EACCES)
-        return Error{ErrorCode::Internal, path + ": " + std::strerror(reason), reason};
-    return Error{ErrorCode::Busy, "Dravo is already running", static_cast<int>(holderOf(descriptor))};
+    if (reason != EAGAIN && reason != EACCES) return Error{ErrorCode::Internal, whyNot(path, reason), reason};
+    return Error{ErrorCode::Busy, "Dravo is already running", static_cast<int>(holderOf(file.get()))};
 }
 
-pid_t InstanceLock::holder(const std::string& path) {
-    const int descriptor = open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
-    if (descriptor < 0) return 0;
-    const pid_t pid = holderOf(descriptor);
-    close(descriptor);
-    return pid;
+InstanceLock::Held InstanceLock::find(const DataFolder& folder) {
+    for (const auto& path : lockFiles(folder)) {
+        const UniqueFd file(open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+        if (!file) continue;
+        if (const pid_t pid = holderOf(file.get()); pid != 0) return {pid, path};
+    }
+    return {};
 }
 
-InstanceLock::InstanceLock(InstanceLock&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+pid_t InstanceLock::holder(const DataFolder& folder) { return find(folder).by; }
 
-InstanceLock::~InstanceLock() {
-    if (descriptor_ >= 0) close(descriptor_);
+void InstanceLock::answer(std::string_view word) const {
+    // Written over the last one in a single step; what is longer is cut off before, so that nobody reads a mix.
+    if (ftruncate(file_.get(), 0) != 0) return;
+    [[maybe_unused]] const auto written = pwrite(file_.get(), word.data(), word.size(), 0);
+}
+
+Result<std::string> InstanceLock::ask(const DataFolder& folder, int signal, std::chrono::milliseconds patience) {
+    const Held held = find(folder);
+    if (held.by == 0) return Error{ErrorCode::NotFound, "Dravo is not running"};
+    const UniqueFd changes(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    inotify_add_watch(changes.get(), held.path.c_str(), IN_MODIFY);
+    if (kill(held.by, signal) != 0) return Error{ErrorCode::PermissionDenied, std::strerror(errno), errno};
+
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    for (;;) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        pollfd waiting{changes.get(), POLLIN, 0};
+        if (left.count() <= 0 || poll(&waiting, 1, static_cast<int>(left.count())) <= 0)
+            return Error{ErrorCode::Busy, "the running Dravo does not answer"};
+        std::array<char, 4096> events{};
+        [[maybe_unused]] const auto drained = read(changes.get(), events.data(), events.size());
+        constexpr std::size_t kMaxAnswer = 64;
+        // Emptied files are the first half of an answer.
+        if (auto word = readFile(held.path, kMaxAnswer); word && !word->empty()) return *std::move(word);
+    }
 }
 
 }  // namespace dravo::posix

@@ -37,8 +37,8 @@ SdEventLoop::SdEventLoop() {
     require(sd_event_add_time(event, &source, CLOCK_MONOTONIC, UINT64_MAX, kAccuracyMicroseconds, onTimer, this),
             "add its timer");
     timerSource_.reset(source);
-    require(sd_event_add_defer(event, &source, onPosted, this), "add its queue");
-    postSource_.reset(source);
+    require(sd_event_add_defer(event, &source, onReady, this), "add its queue");
+    readySource_.reset(source);
     require(sd_event_source_set_enabled(source, SD_EVENT_OFF), "switch its queue off");
 
     queue_.setOnChange([this] { rearm(); });
@@ -96,30 +96,32 @@ int SdEventLoop::onTimer(sd_event_source*, std::uint64_t, void* self) {
     return 0;
 }
 
-int SdEventLoop::onPosted(sd_event_source*, void* self) {
+int SdEventLoop::onReady(sd_event_source*, void* self) {
     auto& loop = *static_cast<SdEventLoop*>(self);
-    loop.postArmed_ = false;
+    loop.readyArmed_ = false;
     loop.queue_.runPosted();
+    loop.queue_.runDue(loop.steadyNow());
     loop.rearm();
     return 0;
 }
 
-// Both sources are one-shot: a tick of a repeating timer re-arms for the next, and nothing is armed without need.
+// Both sources are one-shot: a tick of a repeating timer re-arms for the next, and nothing is armed without need. A
+// timer that is due already takes the way of a posted call, past the kernel's timer.
 void SdEventLoop::rearm() {
-    const SteadyTime deadline = queue_.nextDeadline().value_or(SteadyTime::max());
-    if (deadline != armedFor_) {
-        armedFor_ = deadline;
-        if (deadline == SteadyTime::max()) {
-            require(sd_event_source_set_enabled(timerSource_.get(), SD_EVENT_OFF), "disarm its timer");
-        } else {
-            require(sd_event_source_set_time(timerSource_.get(), toMicroseconds(deadline)), "set its timer");
-            require(sd_event_source_set_enabled(timerSource_.get(), SD_EVENT_ONESHOT), "arm its timer");
-        }
-    }
-    if (queue_.hasPosted() != postArmed_) {
-        postArmed_ = queue_.hasPosted();
-        require(sd_event_source_set_enabled(postSource_.get(), postArmed_ ? SD_EVENT_ONESHOT : SD_EVENT_OFF),
+    const SteadyTime next = queue_.nextDeadline().value_or(SteadyTime::max());
+    const bool isReady = queue_.hasPosted() || (next != SteadyTime::max() && next <= steadyNow());
+    if (isReady != readyArmed_) {
+        readyArmed_ = isReady;
+        require(sd_event_source_set_enabled(readySource_.get(), isReady ? SD_EVENT_ONESHOT : SD_EVENT_OFF),
                 "arm its queue");
+    }
+    if (isReady || next == armedFor_) return;
+    armedFor_ = next;
+    if (next == SteadyTime::max()) {
+        require(sd_event_source_set_enabled(timerSource_.get(), SD_EVENT_OFF), "disarm its timer");
+    } else {
+        require(sd_event_source_set_time(timerSource_.get(), toMicroseconds(next)), "set its timer");
+        require(sd_event_source_set_enabled(timerSource_.get(), SD_EVENT_ONESHOT), "arm its timer");
     }
 }
 

@@ -49,15 +49,15 @@ private:
     using Source = std::unique_ptr<sd_event_source, SourceDeleter>;
 
     static int onTimer(sd_event_source* source, std::uint64_t time, void* self);
-    static int onPosted(sd_event_source* source, void* self);
+    static int onReady(sd_event_source* source, void* self);
     void rearm();
 
     TimerQueue queue_;
     std::unique_ptr<sd_event, EventDeleter> event_;
     Source timerSource_;
-    Source postSource_;
+    Source readySource_;
     SteadyTime armedFor_ = SteadyTime::max();
-    bool postArmed_ = false;
+    bool readyArmed_ = false;
 };
 
 }  // namespace dravo::posix

@@ -3,6 +3,8 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <initializer_list>
 #include <utility>
 
 namespace dravo::posix {
@@ -10,25 +12,19 @@ namespace dravo::posix {
 namespace {
 
 // Sent to the guard's own thread only, to let it leave `sigwait` when the program ends without a signal.
-constexpr int kWakeSignal = SIGUSR2;
+int wakeSignal() { return SIGRTMIN; }
 
-sigset_t signalsToWaitFor() {
-    sigset_t signals = TerminationGuard::guardedSignals();
-    sigaddset(&signals, kWakeSignal);
+sigset_t signalSet(std::initializer_list<int> members) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : members) sigaddset(&signals, signal);
     return signals;
 }
 
 }  // namespace
 
-sigset_t TerminationGuard::guardedSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT}) sigaddset(&signals, signal);
-    return signals;
-}
-
-void TerminationGuard::blockTerminationSignals() {
-    const sigset_t signals = signalsToWaitFor();
+void TerminationGuard::blockSignals() {
+    const sigset_t signals = signalSet({SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGUSR1, SIGUSR2, wakeSignal()});
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
 }
@@ -38,7 +34,7 @@ TerminationGuard::TerminationGuard(std::function<void()> prepare, std::function<
 
 TerminationGuard::~TerminationGuard() {
     stopped_.store(true, std::memory_order_release);
-    pthread_kill(thread_.native_handle(), kWakeSignal);
+    pthread_kill(thread_.native_handle(), wakeSignal());
     thread_.join();
 }
 
@@ -51,9 +47,9 @@ void TerminationGuard::waitForSignal() {
     ready_.store(true, std::memory_order_release);
     ready_.notify_all();
 
-    const sigset_t signals = signalsToWaitFor();
+    const sigset_t signals = signalSet({SIGTERM, SIGINT, SIGHUP, SIGQUIT, wakeSignal()});
     int received = 0;
-    while (sigwait(&signals, &received) != 0 || received == kWakeSignal)
+    while (sigwait(&signals, &received) != 0 || received == wakeSignal())
         if (stopped_.load(std::memory_order_acquire)) return;
 
     ending_.store(true, std::memory_order_release);
@@ -61,9 +57,7 @@ void TerminationGuard::waitForSignal() {
 
     // A shell starts its background jobs with SIGINT ignored: the default has to be set, not assumed.
     std::signal(received, SIG_DFL);
-    sigset_t raised;
-    sigemptyset(&raised);
-    sigaddset(&raised, received);
+    const sigset_t raised = signalSet({received});
     pthread_sigmask(SIG_UNBLOCK, &raised, nullptr);
     raise(received);
     _exit(128 + received);  // not reached: the default of each of the four ends the process

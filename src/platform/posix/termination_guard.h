@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <csignal>
 #include <functional>
 #include <thread>
 
@@ -10,7 +9,7 @@ namespace dravo::posix {
 /// Gives the displays back when the process is told to end by SIGTERM, SIGINT, SIGHUP or SIGQUIT, also while the main
 /// loop is stuck, and lets the process end by that very signal.
 ///
-/// `blockTerminationSignals()` comes first thing in `main`, before any thread. The guard's thread then waits for the
+/// `blockSignals()` comes first thing in `main`, before any thread. The guard's thread then waits for the
 /// signals with `sigwait`, so no program code ever runs in signal context. It calls `restore` once, resets the signal's
 /// disposition, unblocks it and raises it.
 ///
@@ -18,12 +17,10 @@ namespace dravo::posix {
 /// the main thread never holds for long; `restore` must return within about two seconds.
 class TerminationGuard {
 public:
-    /// Blocks the four signals in the calling thread and those it starts, and ignores SIGPIPE: a server that closes
-    /// our connection must not end us before the displays are given back.
-    static void blockTerminationSignals();
-
-    /// The signals as they were before `blockTerminationSignals`, for children.
-    [[nodiscard]] static sigset_t guardedSignals();
+    /// Blocks the four signals, and SIGUSR1 and SIGUSR2 for whoever watches them, in the calling thread and those it
+    /// starts, and ignores SIGPIPE: a server that closes our connection must not end us before the displays are given
+    /// back.
+    static void blockSignals();
 
     /// Starts the thread, which first runs `prepare`, beside what the main thread goes on with.
     TerminationGuard(std::function<void()> prepare, std::function<void()> restore);

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <filesystem>
+#include <fstream>
 
 namespace dravo::posix {
 namespace {
@@ -29,24 +30,24 @@ protected:
         return WEXITSTATUS(status);
     }
 
-    std::string path() const { return folder_ + "/lock"; }
+    DataFolder place() const { return {folder_ + "/home", folder_ + "/run"}; }
     std::string folder_;
 };
 
 TEST_F(InstanceLockTest, RefusesASecondRunAndNamesTheFirst) {
     const pid_t self = getpid();
     {
-        const auto lock = InstanceLock::acquire(path());
+        const auto lock = InstanceLock::acquire(place());
         ASSERT_TRUE(lock.hasValue());
         EXPECT_EQ(askInChild([&] {
-                      const auto second = InstanceLock::acquire(path());
+                      const auto second = InstanceLock::acquire(place());
                       return !second && second.error().code == ErrorCode::Busy && second.error().nativeCode == self ? 0
                                                                                                                     : 1;
                   }),
                   0);
-        EXPECT_EQ(askInChild([&] { return InstanceLock::holder(path()) == self ? 0 : 1; }), 0);
+        EXPECT_EQ(askInChild([&] { return InstanceLock::holder(place()) == self ? 0 : 1; }), 0);
     }
-    EXPECT_EQ(askInChild([&] { return InstanceLock::holder(path()) == 0 && InstanceLock::acquire(path()) ? 0 : 1; }),
+    EXPECT_EQ(askInChild([&] { return InstanceLock::holder(place()) == 0 && InstanceLock::acquire(place()) ? 0 : 1; }),
               0);
 }
 
@@ -55,7 +56,7 @@ TEST_F(InstanceLockTest, IsFreeAgainAfterTheHolderWasKilled) {
     ASSERT_EQ(pipe(ready.data()), 0);
     const pid_t holder = fork();
     if (holder == 0) {
-        const auto lock = InstanceLock::acquire(path());
+        const auto lock = InstanceLock::acquire(place());
         const char held = lock.hasValue() ? 'y' : 'n';
         if (write(ready[1], &held, 1) != 1) _exit(1);
         for (;;) pause();
@@ -63,22 +64,66 @@ TEST_F(InstanceLockTest, IsFreeAgainAfterTheHolderWasKilled) {
     char held = 0;
     ASSERT_EQ(read(ready[0], &held, 1), 1);
     ASSERT_EQ(held, 'y');
-    EXPECT_EQ(InstanceLock::holder(path()), holder);
+    EXPECT_EQ(InstanceLock::holder(place()), holder);
     kill(holder, SIGKILL);
     waitpid(holder, nullptr, 0);
-    EXPECT_TRUE(InstanceLock::acquire(path()).hasValue());
+    EXPECT_TRUE(InstanceLock::acquire(place()).hasValue());
     close(ready[0]);
     close(ready[1]);
 }
 
+TEST_F(InstanceLockTest, GoesToTheRuntimeFolderWhereTheHomeCannotHoldIt) {
+    std::ofstream(folder_ + "/home") << "a file in the folder's place";
+    const pid_t self = getpid();
+    const auto lock = InstanceLock::acquire(place());
+    ASSERT_TRUE(lock.hasValue());
+    EXPECT_TRUE(std::filesystem::exists(folder_ + "/run/lock"));
+    EXPECT_EQ(askInChild([&] { return InstanceLock::holder(place()) == self ? 0 : 1; }), 0);
+}
+
 TEST_F(InstanceLockTest, SaysWhyItCannotLock) {
-    const auto missing = InstanceLock::acquire(folder_ + "/nowhere/lock");
-    ASSERT_FALSE(missing.hasValue());
-    EXPECT_NE(missing.error().message.find("nowhere/lock"), std::string::npos);
-    // A link planted under the lock's name is not followed.
-    ASSERT_EQ(symlink("elsewhere", path().c_str()), 0);
-    EXPECT_FALSE(InstanceLock::acquire(path()).hasValue());
-    EXPECT_FALSE(std::filesystem::exists(folder_ + "/elsewhere"));
+    std::ofstream(folder_ + "/home") << "a file";
+    const auto nowhere = InstanceLock::acquire({folder_ + "/home", {}});
+    ASSERT_FALSE(nowhere.hasValue());
+    EXPECT_NE(nowhere.error().message.find("home/lock"), std::string::npos);
+}
+
+TEST_F(InstanceLockTest, FollowsNoLinkPlantedUnderItsName) {
+    std::filesystem::create_directories(folder_ + "/home");
+    ASSERT_EQ(symlink("elsewhere", (folder_ + "/home/lock").c_str()), 0);
+    EXPECT_FALSE(InstanceLock::acquire({folder_ + "/home", {}}).hasValue());
+    EXPECT_FALSE(std::filesystem::exists(folder_ + "/home/elsewhere"));
+}
+
+TEST_F(InstanceLockTest, CarriesAnAnswerToWhoAskedBySignal) {
+    using namespace std::chrono_literals;
+    EXPECT_EQ(InstanceLock::ask(place(), SIGUSR1, 1s).error().code, ErrorCode::NotFound);
+    std::array<int, 2> ready{};
+    ASSERT_EQ(pipe(ready.data()), 0);
+    const pid_t holder = fork();
+    if (holder == 0) {
+        sigset_t asked;
+        sigemptyset(&asked);
+        sigaddset(&asked, SIGUSR1);
+        sigprocmask(SIG_BLOCK, &asked, nullptr);
+        const auto lock = InstanceLock::acquire(place());
+        if (!lock || write(ready[1], "y", 1) != 1) _exit(1);
+        int received = 0;
+        sigwait(&asked, &received);
+        lock->answer("off");
+        sigwait(&asked, &received);  // and keeps silent the second time
+        for (;;) pause();
+    }
+    char held = 0;
+    ASSERT_EQ(read(ready[0], &held, 1), 1);
+    const auto answer = InstanceLock::ask(place(), SIGUSR1, 10s);
+    ASSERT_TRUE(answer.hasValue());
+    EXPECT_EQ(*answer, "off");
+    EXPECT_EQ(InstanceLock::ask(place(), SIGUSR1, 50ms).error().code, ErrorCode::Busy) << "the old answer counts not";
+    kill(holder, SIGKILL);
+    waitpid(holder, nullptr, 0);
+    close(ready[0]);
+    close(ready[1]);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <chrono>
 #include <functional>
 
@@ -28,7 +29,7 @@ Ending endByGuard(std::initializer_list<int> signals, const std::function<void(T
         constexpr rlimit kNoCore = {};
         setrlimit(RLIMIT_CORE, &kNoCore);
         std::signal(SIGINT, SIG_IGN);  // as a shell starts its background jobs
-        TerminationGuard::blockTerminationSignals();
+        TerminationGuard::blockSignals();
         const auto say = [&](const char* word) { return write(log[1], word, 1) == 1; };
         TerminationGuard guard([&] { say("P"); }, [&] { say("R"); });
         guard.waitUntilReady();
@@ -90,7 +91,7 @@ TEST(TerminationGuardOrderTest, EndsItsThreadQuietlyWhenTheProgramEndsByItself) 
     EXPECT_EQ(ending.log, "P+");
     EXPECT_TRUE(WIFEXITED(ending.status));
 
-    TerminationGuard::blockTerminationSignals();
+    TerminationGuard::blockSignals();
     bool restored = false;
     {
         TerminationGuard guard([] {}, [&] { restored = true; });
