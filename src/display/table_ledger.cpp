@@ -55,6 +55,7 @@ void TableLedger::removed(CrtcId crtc) { crtcs_.erase(crtc); }
 bool TableLedger::needsFirstLook(DisplayId display) const {
     const auto book = books_.find(display);
     if (book == books_.end() || !book->second.found || book->second.foundIsFinal) return false;
+    if (book->second.declared || !foundIsTrusted_) return false;
     for (const auto& [id, crtc] : crtcs_)
         if (crtc.showing == display && crtc.dirty) return false;
     return true;
