@@ -176,7 +176,7 @@ TEST(GammaApplicatorTest, FinishesAPendingResetWhenItEnds) {
     EXPECT_TRUE(world.showsOwn(0));
 }
 
-TEST(GammaApplicatorTest, AsksAgainWhenTheServerRefusesToTakeTheTableBack) {
+TEST(GammaApplicatorTest, AsksAgainWhenTheServerRefusesToTakeTheTableBackUntilAnotherIsWanted) {
     EngineWorld world;
     auto& applicator = world.launched();
     applicator.apply(kDark, Fade::none);
@@ -187,6 +187,16 @@ TEST(GammaApplicatorTest, AsksAgainWhenTheServerRefusesToTakeTheTableBack) {
     world.desk.refusesWriting = false;
     world.scheduler.advance(1s);
     EXPECT_TRUE(world.showsOwn(0));
+
+    applicator.apply(kDark, Fade::none);
+    world.desk.refusesWriting = true;
+    applicator.reset(Fade::none);
+    world.desk.refusesWriting = false;
+    applicator.apply(kDarker, Fade::none);
+    const auto writes = world.desk.log.size();
+    world.scheduler.advance(3s);
+    EXPECT_EQ(world.desk.log.size(), writes);
+    EXPECT_TRUE(world.shows(kDarker));
 }
 
 TEST(GammaApplicatorTest, UndoesAForeignChangeWithinASecond) {

@@ -124,6 +124,9 @@ TEST(OriginalGammaStoreTest, AddsADisplayBeforeItsFirstWriteAndChangesNoEntry) {
     world.desk.plug("DP-2", world.crtcs[1]);
     EXPECT_TRUE(wasSaved);
     EXPECT_EQ(saved(homeFile(world)).at(world.id(0)), first);
+    const auto written = std::filesystem::last_write_time(homeFile(world));
+    world.scheduler.advance(std::chrono::minutes(1));
+    EXPECT_EQ(std::filesystem::last_write_time(homeFile(world)), written) << "nothing new, nothing written";
 
     EXPECT_TRUE(world.crashAndStart().launch(std::nullopt));
     EXPECT_TRUE(world.showsOwn(0));

@@ -66,6 +66,19 @@ TEST(TableLedgerTest, GivesAnIdleCrtcItsCalibrationOnceMoreWhenADisplayComes) {
     EXPECT_TRUE(ledger.owedCalibrations().empty());
 }
 
+TEST(TableLedgerTest, OwesACalibrationThatNobodyConfirmed) {
+    TableLedger ledger;
+    ledger.appeared(kLaptop, kFirst, kOwn);
+    load(ledger, kFirst, kTint);
+    EXPECT_TRUE(ledger.holds(kFirst, kTint));
+    EXPECT_EQ(ledger.beginRestore().size(), 1U);
+    ledger.left(kFirst);
+    EXPECT_EQ(ledger.beginRestore().size(), 1U);
+    ledger.appeared(kLaptop, kFirst, kTint);
+    EXPECT_FALSE(ledger.holds(kFirst, kTint)) << "the hardware may have started afresh";
+    EXPECT_EQ(byCrtc(ledger.owedCalibrations()), (std::map<CrtcId, RampLevels>{{kFirst, kOwn}}));
+}
+
 TEST(TableLedgerTest, SuspectsRemainsOfAnEarlierRunOnlyUntilTheFirstWrite) {
     TableLedger ledger;
     ledger.declareOwnTables({{kBeamer, toTable(kOwn)}});
