@@ -19,8 +19,8 @@ namespace dravo {
 template <typename Bench>
 class UserDefaultsContract : public testing::Test {
 protected:
-    UserDefaults& defaults() { return bench.defaults(); }
-    Bench bench;
+    UserDefaults& defaults() { return bench_.defaults(); }
+    Bench bench_;
 };
 
 TYPED_TEST_SUITE_P(UserDefaultsContract);
@@ -46,7 +46,7 @@ TYPED_TEST_P(UserDefaultsContract, KeepsEveryTypeExactlyAndAcrossARestart) {
                                 {"a key with = and \"", true}};
     for (const auto& [key, value] : values) this->defaults().set(key, value);
     for (const bool restarted : {false, true}) {
-        if (restarted) this->bench.reopen();
+        if (restarted) this->bench_.reopen();
         for (const auto& [key, value] : values) EXPECT_EQ(this->defaults().object(key), value) << key << restarted;
         EXPECT_FALSE(this->defaults().object("absent"));
     }
@@ -56,12 +56,12 @@ TYPED_TEST_P(UserDefaultsContract, ReplacesAValueByAnotherTypeAndRemovesIt) {
     this->defaults().set("key", 0.5);
     this->defaults().set("key", std::string("half"));
     EXPECT_EQ(this->defaults().object("key"), DefaultsValue("half"));
-    this->bench.reopen();
+    this->bench_.reopen();
     EXPECT_EQ(this->defaults().object("key"), DefaultsValue("half"));
     this->defaults().remove("key");
     this->defaults().remove("never there");
     EXPECT_FALSE(this->defaults().object("key"));
-    this->bench.reopen();
+    this->bench_.reopen();
     EXPECT_FALSE(this->defaults().object("key"));
 }
 
@@ -133,8 +133,8 @@ TYPED_TEST_P(UserDefaultsContract, TellsOfOutsideChangesByKeyAndNeverOfOwnOnes) 
     this->defaults().set("kept", true);
     this->defaults().set("changed", 0.5);
     this->defaults().set("removed", std::int64_t{5});
-    this->bench.replaceFromOutside({{"kept", true}, {"changed", std::int64_t{1}}, {"added", "new"}});
-    this->bench.replaceFromOutside({{"kept", true}, {"changed", std::int64_t{1}}, {"added", "new"}});
+    this->bench_.replaceFromOutside({{"kept", true}, {"changed", std::int64_t{1}}, {"added", "new"}});
+    this->bench_.replaceFromOutside({{"kept", true}, {"changed", std::int64_t{1}}, {"added", "new"}});
 
     EXPECT_EQ(heard, (std::vector<DefaultsKeys>{{"added", "changed", "removed"}}));
     EXPECT_EQ(seen, (DefaultsValues{{"changed", std::int64_t{1}}, {"added", "new"}}));

@@ -64,8 +64,8 @@ private:
 
 class TomlUserDefaultsTest : public ::testing::Test {
 protected:
-    UserDefaults& defaults() { return bench.defaults(); }
-    std::string text() { return contentOf(bench.file); }
+    UserDefaults& defaults() { return bench_.defaults(); }
+    std::string text() { return contentOf(bench_.file); }
     std::optional<DefaultsValue> inFile(std::string_view key) {
         const auto values = parsePreferences(text());
         const auto found = values.value().find(key);
@@ -79,199 +79,200 @@ protected:
         return ::testing::internal::GetCapturedStderr();
     }
 
-    TomlBench bench;
-    std::vector<DefaultsKeys> heard;
-    Subscription subscription = bench.defaults().onChange([this](const DefaultsKeys& keys) { heard.push_back(keys); });
+    TomlBench bench_;
+    std::vector<DefaultsKeys> heard_;
+    Subscription subscription_ =
+        bench_.defaults().onChange([this](const DefaultsKeys& keys) { heard_.push_back(keys); });
 };
 
 TEST_F(TomlUserDefaultsTest, WritesOnceAtTheEndOfTheTurnAndNeverWhileItMayNot) {
     bool ramp = true;
     int asked = 0;
-    bench.toml().setMayWrite([&] { return ++asked, !ramp; });
+    bench_.toml().setMayWrite([&] { return ++asked, !ramp; });
     defaults().set("a", true);
     defaults().set("b", 0.5);
-    EXPECT_FALSE(fs::exists(bench.file));
-    bench.scheduler.advance(49ms);
+    EXPECT_FALSE(fs::exists(bench_.file));
+    bench_.scheduler.advance(49ms);
     EXPECT_EQ(asked, 1);
-    bench.scheduler.advance(101ms);
+    bench_.scheduler.advance(101ms);
     EXPECT_EQ(asked, 4);
-    EXPECT_FALSE(fs::exists(bench.file));
+    EXPECT_FALSE(fs::exists(bench_.file));
     ramp = false;
-    bench.scheduler.advance(50ms);
+    bench_.scheduler.advance(50ms);
     EXPECT_EQ(inFile("a"), DefaultsValue(true));
     EXPECT_EQ(inFile("b"), DefaultsValue(0.5));
 
     struct ::stat before {};
-    ::stat(bench.file.c_str(), &before);
+    ::stat(bench_.file.c_str(), &before);
     EXPECT_EQ(before.st_mode & 0777U, 0600U);
     defaults().set("a", true);
-    bench.scheduler.advance(1h);
+    bench_.scheduler.advance(1h);
     EXPECT_EQ(asked, 5) << "nothing changed, nothing to write";
 
     ramp = true;
     defaults().set("c", "at the end");
-    bench.toml().flush();
+    bench_.toml().flush();
     EXPECT_EQ(inFile("c"), DefaultsValue("at the end"));
-    bench.descriptors.poll();
-    EXPECT_TRUE(heard.empty()) << "our own writes are no edits";
+    bench_.descriptors.poll();
+    EXPECT_TRUE(heard_.empty()) << "our own writes are no edits";
 }
 
 TEST_F(TomlUserDefaultsTest, MergesAnEditByKeyAndLetsUnsavedChangesWin) {
-    bench.write("# mine\nlastIntensity = 0.5\nlastDimming = 0.1\nscheduleEnabled = false\n");
-    heard.clear();
+    bench_.write("# mine\nlastIntensity = 0.5\nlastDimming = 0.1\nscheduleEnabled = false\n");
+    heard_.clear();
     defaults().set("lastDimming", 0.2);
-    ASSERT_TRUE(writeFileAtomically(bench.file, "# mine!\nlastIntensity = 0.6\nlastDimming = 0.3\n"));
-    bench.descriptors.poll();
-    EXPECT_EQ(heard, (std::vector<DefaultsKeys>{{"lastIntensity", "scheduleEnabled"}}));
+    ASSERT_TRUE(writeFileAtomically(bench_.file, "# mine!\nlastIntensity = 0.6\nlastDimming = 0.3\n"));
+    bench_.descriptors.poll();
+    EXPECT_EQ(heard_, (std::vector<DefaultsKeys>{{"lastIntensity", "scheduleEnabled"}}));
     EXPECT_EQ(defaults().object("lastDimming"), DefaultsValue(0.2));
-    bench.turn();
+    bench_.turn();
     EXPECT_EQ(text(), "# mine!\nlastIntensity = 0.6\nlastDimming = 0.2\n");
 }
 
 TEST_F(TomlUserDefaultsTest, LosesNoEditWhoseEventStillWaits) {
     defaults().set("a", true);
-    bench.turn();
+    bench_.turn();
     defaults().set("b", true);
-    ASSERT_TRUE(writeFileAtomically(bench.file, "a = true\nc = true\n"));
-    bench.scheduler.advance(0ms);
+    ASSERT_TRUE(writeFileAtomically(bench_.file, "a = true\nc = true\n"));
+    bench_.scheduler.advance(0ms);
     EXPECT_EQ(text(), "a = true\nc = true\nb = true\n");
-    EXPECT_EQ(heard, (std::vector<DefaultsKeys>{{"c"}}));
+    EXPECT_EQ(heard_, (std::vector<DefaultsKeys>{{"c"}}));
 }
 
 TEST_F(TomlUserDefaultsTest, TakesAHalfWrittenFileForNothing) {
     defaults().set("filterEnabled", false);
-    bench.turn();
-    fs::remove(bench.file);
-    std::FILE* editor = std::fopen(bench.file.c_str(), "w");
-    bench.descriptors.poll();
+    bench_.turn();
+    fs::remove(bench_.file);
+    std::FILE* editor = std::fopen(bench_.file.c_str(), "w");
+    bench_.descriptors.poll();
     EXPECT_EQ(defaults().object("filterEnabled"), DefaultsValue(false)) << "only begun";
     std::fputs("filterEnabled = true\n", editor);
     std::fclose(editor);
-    bench.descriptors.poll();
+    bench_.descriptors.poll();
     EXPECT_EQ(defaults().object("filterEnabled"), DefaultsValue(true));
 }
 
 TEST_F(TomlUserDefaultsTest, GoesOnWithoutFileOrFolderAndMakesThemAgain) {
-    bench.write("# mine\na = 1\n");
-    for (const fs::path& gone : {bench.file, bench.file.parent_path(), bench.folder / "config"}) {
+    bench_.write("# mine\na = 1\n");
+    for (const fs::path& gone : {bench_.file, bench_.file.parent_path(), bench_.folder / "config"}) {
         fs::remove_all(gone);
-        bench.turn();
+        bench_.turn();
         EXPECT_EQ(defaults().object("a"), DefaultsValue(std::int64_t{1})) << gone;
         defaults().set("b", gone.string());
-        bench.turn();
+        bench_.turn();
         EXPECT_EQ(text(), "# mine\na = 1\nb = \"" + gone.string() + "\"\n");
     }
-    heard.clear();
-    bench.write("a = 2\n");
-    EXPECT_EQ(heard, (std::vector<DefaultsKeys>{{"a", "b"}})) << "the new folder is watched";
+    heard_.clear();
+    bench_.write("a = 2\n");
+    EXPECT_EQ(heard_, (std::vector<DefaultsKeys>{{"a", "b"}})) << "the new folder is watched";
 }
 
 TEST_F(TomlUserDefaultsTest, KeepsABrokenFileUntilTheNextWriteAndThenAsBad) {
     constexpr std::string_view kBroken = "filterEnabled = false\nlastIntensity = 0,4\n";
-    ASSERT_TRUE(writeFileAtomically(bench.file, kBroken));
-    EXPECT_NE(said([&] { bench.reopen(); }).find("line 2, column 18"), std::string::npos);
+    ASSERT_TRUE(writeFileAtomically(bench_.file, kBroken));
+    EXPECT_NE(said([&] { bench_.reopen(); }).find("line 2, column 18"), std::string::npos);
     EXPECT_FALSE(defaults().object("filterEnabled")) << "nothing of it counts";
-    bench.toml().flush();
+    bench_.toml().flush();
     EXPECT_EQ(text(), kBroken);
 
     defaults().set("lastDimming", 0.5);
-    bench.turn();
-    EXPECT_EQ(contentOf(bench.file.string() + ".bad"), kBroken);
+    bench_.turn();
+    EXPECT_EQ(contentOf(bench_.file.string() + ".bad"), kBroken);
     EXPECT_EQ(inFile("lastDimming"), DefaultsValue(0.5));
 }
 
 TEST_F(TomlUserDefaultsTest, KeepsTheSettingsInForceWhenAnEditBreaksTheFile) {
-    bench.write("# mine\nlastIntensity = 0.4\n");
-    heard.clear();
-    const auto line = said([&] { bench.write("# mine\nlastIntensity = \n"); });
+    bench_.write("# mine\nlastIntensity = 0.4\n");
+    heard_.clear();
+    const auto line = said([&] { bench_.write("# mine\nlastIntensity = \n"); });
     EXPECT_NE(line.find("line 2"), std::string::npos);
     EXPECT_EQ(defaults().object("lastIntensity"), DefaultsValue(0.4));
-    EXPECT_EQ(said([&] { bench.write("# mine\nlastIntensity = \n"); }), "") << "told once";
-    bench.write("# mine\nlastIntensity = 0.3\n");
-    EXPECT_EQ(heard, (std::vector<DefaultsKeys>{{"lastIntensity"}}));
-    EXPECT_FALSE(fs::exists(bench.file.string() + ".bad"));
+    EXPECT_EQ(said([&] { bench_.write("# mine\nlastIntensity = \n"); }), "") << "told once";
+    bench_.write("# mine\nlastIntensity = 0.3\n");
+    EXPECT_EQ(heard_, (std::vector<DefaultsKeys>{{"lastIntensity"}}));
+    EXPECT_FALSE(fs::exists(bench_.file.string() + ".bad"));
 }
 
 TEST_F(TomlUserDefaultsTest, SetsATooLongFileAsideAndRefusesToMakeOne) {
     const std::string tooLong = "a = true\n#" + std::string(kMaxPreferencesBytes, '-');
-    const auto line = said([&] { bench.write(tooLong); });
+    const auto line = said([&] { bench_.write(tooLong); });
     EXPECT_NE(line.find("longer than 16384 bytes"), std::string::npos);
     EXPECT_FALSE(defaults().object("a"));
     defaults().set("b", true);
-    bench.turn();
-    EXPECT_EQ(contentOf(bench.file.string() + ".bad"), tooLong);
+    bench_.turn();
+    EXPECT_EQ(contentOf(bench_.file.string() + ".bad"), tooLong);
     EXPECT_EQ(inFile("b"), DefaultsValue(true));
 
     const auto refused = said([&] {
         defaults().set("c", std::string(kMaxPreferencesBytes, 'c'));
-        bench.turn();
+        bench_.turn();
     });
     EXPECT_NE(refused.find("no longer fit"), std::string::npos);
     EXPECT_EQ(inFile("b"), DefaultsValue(true));
     defaults().set("c", "short");
-    bench.turn();
+    bench_.turn();
     EXPECT_EQ(inFile("c"), DefaultsValue("short"));
 }
 
 TEST_F(TomlUserDefaultsTest, NeverBlocksOnNorReplacesWhatIsNoFile) {
     const std::vector<std::function<void()>> obstacles{
-        [&] { ::mkfifo(bench.file.c_str(), 0600); }, [&] { fs::create_directory(bench.file); },
-        [&] { fs::create_symlink("/dev/zero", bench.file); }, [&] { fs::create_symlink(bench.file, bench.file); }};
+        [&] { ::mkfifo(bench_.file.c_str(), 0600); }, [&] { fs::create_directory(bench_.file); },
+        [&] { fs::create_symlink("/dev/zero", bench_.file); }, [&] { fs::create_symlink(bench_.file, bench_.file); }};
     for (const auto& obstruct : obstacles) {
-        fs::remove(bench.file);
+        fs::remove(bench_.file);
         obstruct();
-        const auto type = fs::symlink_status(bench.file).type();
-        bench.reopen();
+        const auto type = fs::symlink_status(bench_.file).type();
+        bench_.reopen();
         defaults().set("a", true);
-        bench.turn();
+        bench_.turn();
         EXPECT_EQ(defaults().object("a"), DefaultsValue(true));
-        EXPECT_EQ(fs::symlink_status(bench.file).type(), type);
+        EXPECT_EQ(fs::symlink_status(bench_.file).type(), type);
     }
-    fs::remove(bench.file);
+    fs::remove(bench_.file);
     defaults().set("b", true);
-    bench.turn();
+    bench_.turn();
     EXPECT_EQ(inFile("a"), DefaultsValue(true)) << "written with the next change once nothing is in the way";
 }
 
 TEST_F(TomlUserDefaultsTest, WritesThroughALinkAndWatchesWhatItLeadsTo) {
-    const fs::path kept = bench.folder / "dotfiles" / "dravo.toml";
+    const fs::path kept = bench_.folder / "dotfiles" / "dravo.toml";
     fs::create_directory(kept.parent_path());
-    fs::create_symlink("../../dotfiles/dravo.toml", bench.file);
-    bench.turn();
+    fs::create_symlink("../../dotfiles/dravo.toml", bench_.file);
+    bench_.turn();
     defaults().set("a", true);
-    bench.turn();
-    EXPECT_TRUE(fs::is_symlink(bench.file)) << "a link that led nowhere";
+    bench_.turn();
+    EXPECT_TRUE(fs::is_symlink(bench_.file)) << "a link that led nowhere";
     EXPECT_EQ(parsePreferences(contentOf(kept)).value(), (DefaultsValues{{"a", true}}));
 
     fs::permissions(kept, fs::perms{0640});
     ASSERT_TRUE(writeFileAtomically(kept, "a = false\n", {.mode = 0640}));
-    bench.descriptors.poll();
-    EXPECT_EQ(heard, (std::vector<DefaultsKeys>{{"a"}}));
+    bench_.descriptors.poll();
+    EXPECT_EQ(heard_, (std::vector<DefaultsKeys>{{"a"}}));
     defaults().set("b", true);
-    bench.turn();
-    EXPECT_TRUE(fs::is_symlink(bench.file));
+    bench_.turn();
+    EXPECT_TRUE(fs::is_symlink(bench_.file));
     EXPECT_EQ(contentOf(kept), "a = false\nb = true\n");
     EXPECT_EQ(fs::status(kept).permissions(), fs::perms{0640});
 }
 
 TEST_F(TomlUserDefaultsTest, StaysInMemoryWhereTheFolderCannotBeMade) {
-    const fs::path blocker = bench.folder / "a file";
+    const fs::path blocker = bench_.folder / "a file";
     ASSERT_TRUE(writeFileAtomically(blocker, ""));
     std::string lines;
     lines = said([&] {
-        TomlUserDefaults blocked(blocker / "dravo" / "preferences.toml", bench.scheduler, bench.descriptors);
+        TomlUserDefaults blocked(blocker / "dravo" / "preferences.toml", bench_.scheduler, bench_.descriptors);
         blocked.set("a", true);
-        bench.scheduler.advance(0ms);
+        bench_.scheduler.advance(0ms);
         blocked.set("b", true);
-        bench.scheduler.advance(0ms);
+        bench_.scheduler.advance(0ms);
         EXPECT_EQ(blocked.object("a"), DefaultsValue(true));
     });
     EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 1) << lines;
 
     lines = said([&] {
-        TomlUserDefaults homeless(fs::path{}, bench.scheduler, bench.descriptors);
+        TomlUserDefaults homeless(fs::path{}, bench_.scheduler, bench_.descriptors);
         homeless.set("a", true);
-        bench.scheduler.advance(0ms);
+        bench_.scheduler.advance(0ms);
         homeless.flush();
         EXPECT_EQ(homeless.object("a"), DefaultsValue(true));
     });
