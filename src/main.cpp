@@ -5,6 +5,8 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <optional>
 
@@ -25,7 +27,9 @@
 #include "platform/posix/instance_lock.h"
 #include "platform/posix/sd_event_loop.h"
 #include "platform/posix/signal_watch.h"
+#include "platform/posix/system_calendar.h"
 #include "platform/posix/termination_guard.h"
+#include "platform/posix/zone_position.h"
 #include "platform/x11/x11_display_server.h"
 
 namespace {
@@ -56,6 +60,11 @@ public:
         return answer.error();
     }
 
+    /// A run that filters reads the person's presets and never writes them: the file is there for everybody.
+    Result<std::optional<std::vector<std::string>>> importPresets(const std::string&) override {
+        return std::optional<std::vector<std::string>>{};
+    }
+
 private:
     const DataFolder& folder_;
 };
@@ -79,6 +88,23 @@ public:
         return {};
     }
 
+    CustomPresetStore& presetStore() { return store_ ? *store_ : store_.emplace(folder().home); }
+
+    Result<cli::TimeZone> timeZone(std::optional<std::string_view> name) {
+        if (name) {
+            // The C library takes any text for a zone and falls back to UTC.
+            std::error_code ignored;
+            ::setenv("TZ", std::string(*name).c_str(), 1);
+            if (!std::filesystem::is_regular_file(posix::zoneFile(), ignored)) {
+                return Error{ErrorCode::NotFound, "there is no time zone '" + std::string(*name) + "'"};
+            }
+        }
+        return cli::TimeZone{calendar_, []() -> Result<Position> {
+                                 const auto place = posix::ZoneTablePosition().current();
+                                 return place ? Result<Position>(place->position) : place.error();
+                             }};
+    }
+
     cli::RunningInstance& runningInstance() { return instance_ ? *instance_ : instance_.emplace(folder()); }
 
     Result<OriginalGammaStore*> savedTables(DisplayServer& server) {
@@ -98,6 +124,8 @@ private:
     std::optional<posix::InstanceLock> lock_;
     std::unique_ptr<DisplayServer> server_;
     std::optional<OriginalGammaStore> saved_;
+    std::optional<CustomPresetStore> store_;
+    posix::SystemCalendar calendar_;
 };
 
 int runCommand(int argc, char** argv) {
@@ -110,6 +138,9 @@ int runCommand(int argc, char** argv) {
         .err = err,
         .displays = [&] { return world.displays(); },
         .userPresets = [&] { return world.userPresets(); },
+        .presetStore = [&]() -> CustomPresetStore& { return world.presetStore(); },
+        .timeZone = [&](std::optional<std::string_view> name) { return world.timeZone(name); },
+        .now = [] { return posix::SdEventLoop().now(); },
         .runningInstance = [&]() -> cli::RunningInstance& { return world.runningInstance(); },
         .savedTables = [&](DisplayServer& server) { return world.savedTables(server); },
         .pictures = [] { return pictures::loadPictureModule(DRAVO_VERSION); },

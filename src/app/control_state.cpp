@@ -1,9 +1,10 @@
 #include "app/control_state.h"
 
 #include <array>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <utility>
+
+#include "base/utc_text.h"
 
 namespace dravo {
 
@@ -29,19 +30,6 @@ std::optional<Value> valueIn(const std::array<std::pair<Value, std::string_view>
     for (const auto& [value, known] : names)
         if (known == name) return value;
     return std::nullopt;
-}
-
-std::string utcText(WallTime instant) {
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(instant);
-    const auto day = std::chrono::floor<std::chrono::days>(seconds);
-    const std::chrono::year_month_day date{day};
-    const std::chrono::hh_mm_ss time{seconds - day};
-    std::array<char, 40> text;
-    std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
-                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                  static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
-                  static_cast<int>(time.seconds().count()));
-    return text.data();
 }
 
 Json displaysJson(const std::vector<DisplayDescription>& displays) {

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "base/shortest_text.h"
 #include "cli/text.h"
 
 namespace dravo::cli {
@@ -91,8 +92,8 @@ Result<void> Arguments::add(const Option& option, const char* value) {
     if (option.kind == Option::Kind::Number) {
         const auto number = parseNumber(given.text);
         if (!number || *number < option.least || *number > option.most) {
-            return wrong(std::string("--") + option.name + " takes a number from " + shortest(option.least) + " to " +
-                         shortest(option.most) + ", not " + quoted(given.text));
+            return wrong(std::string("--") + option.name + " takes a number from " + shortestText(option.least) +
+                         " to " + shortestText(option.most) + ", not " + quoted(given.text));
         }
         given.number = *number;
     }

@@ -1,21 +1,33 @@
 #pragma once
 
 #include <functional>
+#include <optional>
+#include <string_view>
 #include <vector>
 
+#include "base/calendar.h"
 #include "base/result.h"
 #include "cli/output.h"
 #include "display/display_server.h"
 #include "filter/model/filter_preset.h"
+#include "schedule/location_service.h"
 
 namespace dravo {
 
+class CustomPresetStore;
 class OriginalGammaStore;
 
 namespace cli {
 
 class PictureService;
 class RunningInstance;
+
+/// A time zone as far as the commands care. Lifetime: that of the context.
+struct TimeZone {
+    const Calendar& calendar;
+    /// The zone's principal place. Errors: `NotFound` (it has none).
+    std::function<Result<Position>()> position;
+};
 
 /// What the commands ask of the world. A factory is called only by a command that needs what it makes, so that the
 /// others start at once; what it returns lives until the process ends.
@@ -30,6 +42,15 @@ struct CommandContext {
 
     /// The person's own presets; a file of them that cannot be used counts as none, and is complained about.
     std::function<std::vector<FilterPreset>()> userPresets;
+
+    /// The same as a store to change.
+    std::function<CustomPresetStore&()> presetStore;
+
+    /// The zone of that name, or the system's.
+    /// Errors: `NotFound` (no such zone).
+    std::function<Result<TimeZone>(std::optional<std::string_view> name)> timeZone;
+
+    std::function<WallTime()> now;
 
     /// Whoever filters already; one that never runs where nothing can.
     std::function<RunningInstance&()> runningInstance;

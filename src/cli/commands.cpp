@@ -10,7 +10,8 @@ namespace dravo::cli {
 
 std::span<const Command* const> commands() {
     static constexpr const Command* kRows[] = {
-        &kPresetsCommand, &kTableCommand, &kPreviewCommand, &kDisplaysCommand, &kRestoreCommand, &kHelpCommand,
+        &kPresetsCommand, &kTableCommand,     &kPreviewCommand, &kDisplaysCommand, &kRestoreCommand,
+        &kSunCommand,     &kMelanopicCommand, &kImportCommand,  &kExportCommand,   &kHelpCommand,
     };
     return kRows;
 }

@@ -12,6 +12,10 @@ extern const Command kTableCommand;
 extern const Command kDisplaysCommand;
 extern const Command kPreviewCommand;
 extern const Command kRestoreCommand;
+extern const Command kSunCommand;
+extern const Command kMelanopicCommand;
+extern const Command kImportCommand;
+extern const Command kExportCommand;
 extern const Command kHelpCommand;
 
 /// The command table, in the order of the help.

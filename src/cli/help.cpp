@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/shortest_text.h"
 #include "cli/commands.h"
 #include "cli/text.h"
 
@@ -25,7 +26,7 @@ std::string twoColumns(const Rows& rows) {
 std::string helpText(const Option& option) {
     std::string result = option.help;
     if (option.kind == Option::Kind::Number) {
-        result += " (" + shortest(option.least) + " to " + shortest(option.most) + ")";
+        result += " (" + shortestText(option.least) + " to " + shortestText(option.most) + ")";
     }
     return result;
 }

@@ -46,12 +46,6 @@ std::optional<double> parseNumber(std::string_view text) {
     return value;
 }
 
-std::string shortest(double value) {
-    std::array<char, 32> buffer;
-    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
-    return std::string(buffer.data(), end);
-}
-
 std::string fixed(double value, int decimals) {
     std::array<char, 400> buffer;  // the largest double has 309 digits before the point
     const auto [end, error] =

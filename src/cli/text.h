@@ -10,9 +10,6 @@ namespace dravo::cli {
 /// Reads all of `text` as a finite decimal number, whatever the locale. A leading "+" is allowed.
 [[nodiscard]] std::optional<double> parseNumber(std::string_view text);
 
-/// The shortest text that reads back as `value`.
-[[nodiscard]] std::string shortest(double value);
-
 /// `value` with exactly `decimals` digits after the point, whatever the locale.
 [[nodiscard]] std::string fixed(double value, int decimals);
 

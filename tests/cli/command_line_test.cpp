@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/shortest_text.h"
 #include "cli/arguments.h"
 #include "cli/command_world.h"
 #include "cli/commands.h"
@@ -86,7 +87,7 @@ std::string understood(std::vector<std::string> words) {
     if (!arguments) return "! " + arguments.error().message;
     std::string result;
     for (const std::string_view operand : arguments->operands()) result += std::string(operand) + "|";
-    if (const auto level = arguments->number("level")) result += " level=" + cli::shortest(*level);
+    if (const auto level = arguments->number("level")) result += " level=" + shortestText(*level);
     if (const auto name = arguments->text("name")) result += " name=" + std::string(*name);
     if (arguments->has("flag")) result += " flag";
     return result;

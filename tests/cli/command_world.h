@@ -11,7 +11,9 @@
 #include "cli/command_line.h"
 #include "cli/running_instance.h"
 #include "display/original_gamma_store.h"
+#include "filter/model/custom_preset_store.h"
 #include "platform/memory/memory_display_server.h"
+#include "support/fixed_offset_calendar.h"
 #include "support/temporary_folder.h"
 
 namespace dravo::testing {
@@ -31,6 +33,8 @@ public:
     std::vector<FilterPreset> ownPresets;
     Result<bool> runningInstanceSays = false;
     TemporaryFolder folder;
+    FixedOffsetCalendar calendar{std::chrono::hours(1)};
+    WallTime now{};
 
     [[nodiscard]] DataFolder dataFolder() const { return {folder / "data", {}}; }
 
@@ -46,6 +50,11 @@ public:
             .err = err.output,
             .displays = [this] { return displays(); },
             .userPresets = [this] { return ownPresets; },
+            .presetStore = [this]() -> CustomPresetStore& { return store_.emplace(dataFolder().home); },
+            .timeZone = [this](std::optional<std::string_view>) -> Result<cli::TimeZone> {
+                return cli::TimeZone{calendar, []() -> Result<Position> { return Position{51.5, -0.13}; }};
+            },
+            .now = [this] { return now; },
             .runningInstance = [this]() -> cli::RunningInstance& { return instance_; },
             .savedTables = [this](DisplayServer& server) -> Result<OriginalGammaStore*> {
                 return &saved_.emplace(server, dataFolder());
@@ -77,6 +86,10 @@ private:
     struct Instance : cli::RunningInstance {
         explicit Instance(CommandWorld& owner) : world(owner) {}
         Result<bool> switchOff() override { return world.runningInstanceSays; }
+        Result<std::optional<std::vector<std::string>>> importPresets(const std::string&) override {
+            if (!world.runningInstanceSays) return world.runningInstanceSays.error();
+            return *world.runningInstanceSays ? std::optional<std::vector<std::string>>{{"BY-INSTANCE"}} : std::nullopt;
+        }
         CommandWorld& world;
     };
 
@@ -89,6 +102,7 @@ private:
     Instance instance_{*this};
     std::unique_ptr<DisplayServer> server_;
     std::optional<OriginalGammaStore> saved_;
+    std::optional<CustomPresetStore> store_;
 };
 
 }  // namespace dravo::testing

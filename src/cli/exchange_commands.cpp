@@ -1,0 +1,87 @@
+#include <algorithm>
+#include <string>
+
+#include "base/files.h"
+#include "cli/arguments.h"
+#include "cli/command_line.h"
+#include "cli/commands.h"
+#include "cli/running_instance.h"
+#include "cli/text.h"
+#include "filter/model/custom_preset_store.h"
+#include "filter/model/preset_exchange.h"
+#include "filter/model/preset_json.h"
+
+namespace dravo::cli {
+
+namespace {
+
+/// Thousands of presets.
+constexpr std::size_t kLargestImport = 4 << 20;
+
+ExitCode reportImport(CommandContext& context, const std::vector<std::string>& ids) {
+    std::string line = "Imported " + std::to_string(ids.size()) + (ids.size() == 1 ? " preset:" : " presets:");
+    for (const std::string& id : ids) line += " " + id;
+    context.out.write(line + "\n");
+    return ExitCode::Ok;
+}
+
+ExitCode runImport(const Arguments& arguments, CommandContext& context) {
+    const std::string path(arguments.operands()[0]);
+    const auto text = readFile(path, kLargestImport);
+    if (!text) return fail(context, kImportCommand, ExitCode::FileTrouble, text.error().message);
+    const auto incoming = importPresets(*text);
+    if (!incoming) {
+        return fail(context, kImportCommand, ExitCode::FileTrouble, path + ": " + incoming.error().message);
+    }
+    const auto byInstance = context.runningInstance().importPresets(*text);
+    if (!byInstance) return fail(context, kImportCommand, ExitCode::Refused, byInstance.error().message);
+    if (*byInstance) return reportImport(context, **byInstance);
+    if (const auto adopted = context.presetStore().adopt(*incoming); !adopted) {
+        return fail(context, kImportCommand, ExitCode::FileTrouble, adopted.error().message);
+    }
+    std::vector<std::string> ids;
+    for (const FilterPreset& preset : *incoming) ids.push_back(preset.id);
+    return reportImport(context, ids);
+}
+
+ExitCode runExport(const Arguments& arguments, CommandContext& context) {
+    std::vector<FilterPreset> chosen;
+    auto own = context.userPresets();
+    for (const std::string_view id : arguments.operands()) {
+        const auto found = std::ranges::find(own, id, &FilterPreset::id);
+        if (found == own.end()) return misused(context, kExportCommand, "no preset of your own is " + quoted(id));
+        chosen.push_back(*found);
+    }
+    const auto json = encodePresets(arguments.operands().empty() ? own : chosen);
+    if (!json) return fail(context, kExportCommand, ExitCode::FileTrouble, json.error().message);
+    context.out.write(*json + "\n");
+    return ExitCode::Ok;
+}
+
+constexpr const char* kImportUsages[] = {"FILE"};
+constexpr const char* kExportUsages[] = {"[ID...]"};
+
+}  // namespace
+
+const Command kImportCommand{
+    .name = "import",
+    .summary = "Add presets from a file to your own",
+    .usages = kImportUsages,
+    .description =
+        "FILE holds one preset or an array of them. All are added or none; one with the id of a preset of\n"
+        "yours takes its place.",
+    .leastOperands = 1,
+    .mostOperands = 1,
+    .run = runImport,
+};
+
+const Command kExportCommand{
+    .name = "export",
+    .summary = "Print presets of your own as JSON for 'dravo import'",
+    .usages = kExportUsages,
+    .description = "Without an ID, all of them.",
+    .mostOperands = 10000,
+    .run = runExport,
+};
+
+}  // namespace dravo::cli
