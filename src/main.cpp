@@ -230,6 +230,7 @@ bool FilterRun::connect() {
 void FilterRun::launch() {
     displays_.emplace(*server_);
     originalGamma_.emplace(*displays_, folder_);
+    originalGamma_->onUnsynced = [this] { loop_.post([this] { originalGamma_->sync(); }); };
     grayscale_.emplace(server_->grayscale());
     applicator_.emplace(*displays_, wake_, loop_, *originalGamma_);
     defaults_.setMayWrite([this] { return !applicator_->isRamping(); });

@@ -141,6 +141,13 @@ Result<void> writeFileIfAbsent(const std::filesystem::path& path, std::string_vi
     return {};
 }
 
+Result<void> syncFile(const std::filesystem::path& path) {
+    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!file || ::fsync(file.get()) != 0) return failure("sync", path, errno);
+    syncFolderOf(path);
+    return {};
+}
+
 Result<void> ensureDirectory(const std::filesystem::path& path, ::mode_t mode) {
     if (::mkdir(path.c_str(), mode) == 0) return {};
     int number = errno;

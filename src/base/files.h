@@ -39,6 +39,9 @@ Result<void> writeFileAtomically(const std::filesystem::path& path, std::string_
 Result<void> writeFileIfAbsent(const std::filesystem::path& path, std::string_view text,
                                const WriteOptions& options = {});
 
+/// Makes a file written without `sync` survive a power cut, its name included.
+Result<void> syncFile(const std::filesystem::path& path);
+
 /// Makes sure that `path` is a folder; missing ones on the way are created too, all with `mode`. An existing folder
 /// keeps its permissions.
 /// Errors: `InvalidInput` (something else has that name).

@@ -61,6 +61,11 @@ std::vector<DisplayId> OriginalGammaStore::knownDisplays() const {
     return displays;
 }
 
+void OriginalGammaStore::sync() {
+    // A failure leaves what a power cut would leave; it also resets the displays.
+    for (const auto& path : ours_) static_cast<void>(syncFile(path));
+}
+
 void OriginalGammaStore::clear() {
     for (const auto& path : paths()) static_cast<void>(removeFile(path));
     tables_.clear();
@@ -125,7 +130,9 @@ void OriginalGammaStore::write() {
     std::string reason = "there is no home directory";
     for (const auto& path : paths()) {
         static_cast<void>(dravo::ensureDirectory(path.parent_path(), 0700));
-        const auto written = ours_.contains(path) ? writeFileAtomically(path, text) : writeFileIfAbsent(path, text);
+        const WriteOptions options{.sync = !onUnsynced};
+        const auto written =
+            ours_.contains(path) ? writeFileAtomically(path, text, options) : writeFileIfAbsent(path, text, options);
         if (!written) {
             reason = written.error().message;
             continue;
@@ -137,6 +144,7 @@ void OriginalGammaStore::write() {
             if (other != path) static_cast<void>(removeFile(other));
         ours_ = {path};
         isBehind_ = false;
+        if (onUnsynced) onUnsynced();
         return;
     }
     reportOnce("tables-not-saved",

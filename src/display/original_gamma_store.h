@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <set>
 #include <span>
@@ -19,6 +20,9 @@ namespace dravo {
 /// is that of `encodeTables`, in native lengths. It is written whole or not at all, and a file that this object has
 /// neither read nor written is never replaced. Entries once in it do not change before `clear`.
 ///
+/// A write is in place for every later process at once, so that it protects the load that follows it without delay; the
+/// sync against a power cut, which costs milliseconds, may wait behind that load (`onUnsynced`).
+///
 /// Nothing fails outwardly; what a person should know is said once on standard error.
 /// Thread: main thread. One object per process, and only while that process holds the lock on the folder.
 class OriginalGammaStore {
@@ -26,6 +30,12 @@ public:
     OriginalGammaStore(DisplayServer& server, DataFolder folder);
 
     void ensureDirectory();
+
+    /// Called when something is written that `sync` has yet to make last; without it, every write is synced at once.
+    std::function<void()> onUnsynced;
+
+    /// Makes the last write survive a power cut.
+    void sync();
 
     /// Saves the own table of every display that is on, unless a file of this run is already there. After
     /// `restoreIfNeeded` it completes the file found then: entries of absent displays stay in it.
