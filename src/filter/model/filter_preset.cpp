@@ -112,7 +112,7 @@ std::string newPresetId() {
 
 }  // namespace dravo
 
-std::size_t std::hash<dravo::FilterPreset>::operator()(const dravo::FilterPreset& preset) const noexcept {
+std::size_t std::hash<dravo::FilterPreset>::operator()(const dravo::FilterPreset& preset) const {
     std::size_t seed = 0;
     for (const auto& field : dravo::kPresetFields) {
         seed = std::visit(

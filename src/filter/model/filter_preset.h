@@ -105,5 +105,5 @@ inline constexpr std::array<PresetField, 16> kPresetFields{{
 
 template <>
 struct std::hash<dravo::FilterPreset> {
-    [[nodiscard]] std::size_t operator()(const dravo::FilterPreset& preset) const noexcept;
+    [[nodiscard]] std::size_t operator()(const dravo::FilterPreset& preset) const;
 };

@@ -62,8 +62,9 @@ TEST(PresetJsonTest, RequiresEveryKeyWithItsType) {
         const auto missing = decodePresets("[" + kSunset + "," + with(key, "\"other\"") + "]");
         ASSERT_FALSE(missing) << key;
         EXPECT_EQ(missing.error().message, "preset 2: " + key + " is missing");
-        for (const std::string value : {"null", "[]", "{}"}) {
-            const auto wrong = decodePreset(with(key + ":", key + ":" + value + ",\"old\":"));
+        const std::string colon = key + ":";
+        for (const char* value : {"null", "[]", "{}"}) {
+            const auto wrong = decodePreset(with(colon, std::string(colon).append(value).append(",\"old\":")));
             ASSERT_FALSE(wrong) << key << value;
             EXPECT_NE(wrong.error().message.find(key + " must be"), std::string::npos) << wrong.error().message;
         }
