@@ -1,0 +1,73 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "app/control_service.h"
+#include "base/calendar.h"
+#include "base/observable.h"
+#include "base/scheduler.h"
+#include "breaks/break_timer.h"
+#include "display/display_server.h"
+#include "filter/model/custom_preset_store.h"
+#include "filter/model/preferences_store.h"
+#include "filter/state/filter_state.h"
+#include "schedule/location_provider.h"
+
+namespace dravo {
+
+/// What control from outside works on; all of it outlives the control.
+struct FilterControlParts {
+    FilterState& filterState;
+    PreferencesStore& preferences;
+    CustomPresetStore& customPresetStore;
+    BreakTimer& breakTimer;
+    LocationProvider& locationProvider;
+    DisplayServer& displays;
+    Scheduler& scheduler;
+    const Calendar& calendar;
+    std::function<void()> activate;  ///< A second start was made.
+    std::function<void()> quit;      ///< Ends the program; called in a turn of its own.
+};
+
+/// The filter as control from outside sees it: the controller's operations under the rules that hold for callers who do
+/// not see the panel.
+///
+/// Thread: main thread.
+class FilterControl : public ControlTarget {
+public:
+    explicit FilterControl(FilterControlParts parts);
+
+    ControlState controlState() const override;
+    Subscription onStateChange(std::function<void()> callback) override;
+
+    Result<void> toggle() override;
+    Result<void> switchOn() override;
+    Result<void> switchOff() override;
+    Result<void> pause(const PauseLength& length) override;
+    Result<void> resume() override;
+    Result<void> selectPreset(const std::string& id) override;
+    Result<void> setAdjustments(const AdjustmentChange& change) override;
+    Result<void> setSchedule(const ScheduleChange& change) override;
+    Result<void> setLocation(const LocationChange& change) override;
+    Result<void> setBreaks(const BreaksChange& change) override;
+    Result<void> dismissBreak() override;
+    Result<std::vector<std::string>> importPresets(const std::string& text) override;
+    Result<std::string> exportPresets(const std::vector<std::string>& ids) override;
+    Result<void> activate() override;
+    Result<void> quit() override;
+
+private:
+    void somethingWillChange();
+    [[nodiscard]] WallTime endOf(const PauseLength& length) const;
+
+    FilterControlParts parts_;
+    SubscriberList<> changed_;
+    Timer pendingDelivery_;
+    std::vector<Subscription> subscriptions_;
+};
+
+/// The next 08:00 local time that lies more than an hour after `now`: where a pause "until morning" ends.
+[[nodiscard]] WallTime nextMorning(WallTime now, const Calendar& calendar);
+
+}  // namespace dravo
