@@ -28,3 +28,7 @@ if(DRAVO_SANITIZE)
     -fsanitize=${DRAVO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(dravo_compiler INTERFACE -fsanitize=${DRAVO_SANITIZE})
 endif()
+if(DRAVO_FUZZ)
+  # Lets the fuzzers see which lines of the modules an input reaches.
+  target_compile_options(dravo_compiler INTERFACE -fsanitize=fuzzer-no-link)
+endif()
