@@ -71,7 +71,7 @@ DefaultsValues valuesOf(const toml::table& table) {
     return values;
 }
 
-std::string quoted(std::string_view text) {
+std::string tomlString(std::string_view text) {
     std::string result = "\"";
     for (const char c : text) {
         const auto code = static_cast<unsigned char>(c);
@@ -92,7 +92,7 @@ std::string keyText(std::string_view key) {
     const bool bare = !key.empty() && std::all_of(key.begin(), key.end(), [](char c) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-';
     });
-    return bare ? std::string(key) : quoted(key);
+    return bare ? std::string(key) : tomlString(key);
 }
 
 struct ValueText {
@@ -103,7 +103,7 @@ struct ValueText {
         // Without a point or an exponent it would read back as an integer.
         return text.find_first_of(".e") == text.npos ? text + ".0" : text;
     }
-    std::string operator()(const std::string& text) const { return quoted(text); }
+    std::string operator()(const std::string& text) const { return tomlString(text); }
     std::string operator()(WallTime instant) const {
         using namespace std::chrono;
         const auto day = floor<days>(instant);
@@ -121,7 +121,7 @@ struct ValueText {
     }
     std::string operator()(const std::vector<std::string>& texts) const {
         std::string result = "[";
-        for (const auto& text : texts) result += (result.size() > 1 ? ", " : "") + quoted(text);
+        for (const auto& text : texts) result += (result.size() > 1 ? ", " : "") + tomlString(text);
         return result + ']';
     }
 };
