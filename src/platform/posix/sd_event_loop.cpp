@@ -78,6 +78,7 @@ Subscription SdEventLoop::whenReadable(int descriptor, std::function<void()> cal
 
 int SdEventLoop::run() {
     const int result = sd_event_loop(event_.get());
+    queue_.setOnChange(nullptr);  // a loop that is over takes no more timers, and has none to serve
     require(result, "run");
     return result;
 }
