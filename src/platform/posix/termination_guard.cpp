@@ -26,6 +26,8 @@ sigset_t signalSet(std::initializer_list<int> members) {
 void TerminationGuard::blockSignals() {
     const sigset_t signals = signalSet({SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGUSR1, SIGUSR2, wakeSignal()});
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    // A shell starts its background jobs with SIGINT ignored: the default has to be set, not assumed.
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT}) std::signal(signal, SIG_DFL);
     std::signal(SIGPIPE, SIG_IGN);
 }
 
@@ -43,7 +45,12 @@ void TerminationGuard::standStillIfEnding() const {
 }
 
 void TerminationGuard::waitForSignal() {
+    // Nothing is on the displays yet, and a server that does not answer may hold up the preparation for good: until it
+    // is done, a signal simply ends the process.
+    const sigset_t ending = signalSet({SIGTERM, SIGINT, SIGHUP, SIGQUIT});
+    pthread_sigmask(SIG_UNBLOCK, &ending, nullptr);
     prepare_();
+    pthread_sigmask(SIG_BLOCK, &ending, nullptr);
     ready_.store(true, std::memory_order_release);
     ready_.notify_all();
 
@@ -55,8 +62,6 @@ void TerminationGuard::waitForSignal() {
     ending_.store(true, std::memory_order_release);
     restore_();
 
-    // A shell starts its background jobs with SIGINT ignored: the default has to be set, not assumed.
-    std::signal(received, SIG_DFL);
     const sigset_t raised = signalSet({received});
     pthread_sigmask(SIG_UNBLOCK, &raised, nullptr);
     raise(received);

@@ -17,12 +17,13 @@ namespace dravo::posix {
 /// the main thread never holds for long; `restore` must return within about two seconds.
 class TerminationGuard {
 public:
-    /// Blocks the four signals, and SIGUSR1 and SIGUSR2 for whoever watches them, in the calling thread and those it
+    /// Gives the four signals their default action and blocks them, and blocks SIGUSR1 and SIGUSR2 for whoever watches them, in the calling thread and those it
     /// starts, and ignores SIGPIPE: a server that closes our connection must not end us before the displays are given
     /// back.
     static void blockSignals();
 
-    /// Starts the thread, which first runs `prepare`, beside what the main thread goes on with.
+    /// Starts the thread, which first runs `prepare`, beside what the main thread goes on with. A signal that comes
+    /// while `prepare` runs ends the process at once, without `restore`.
     TerminationGuard(std::function<void()> prepare, std::function<void()> restore);
     ~TerminationGuard();
     TerminationGuard(const TerminationGuard&) = delete;
