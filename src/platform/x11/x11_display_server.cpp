@@ -9,6 +9,9 @@ namespace {
 
 constexpr const char* kNoTable = "its driver has no transfer table";
 
+/// From a look's question to its use, at most: one period and a little for the timer.
+constexpr std::chrono::milliseconds kLookIsFresh{992};
+
 xcb_randr_crtc_t native(CrtcId crtc) { return static_cast<xcb_randr_crtc_t>(crtc); }
 CrtcId crtcId(xcb_randr_crtc_t crtc) { return static_cast<CrtcId>(crtc); }
 
@@ -205,22 +208,24 @@ void X11DisplayServer::keepTables(std::span<const DisplayTable> tables) {
         lookIsImpossible_ = !look.hasValue();
         if (look) look_ = std::move(*look);
     }
-    if (!look_) {
+    if (!look_ || !scheduler_) {
         loadTables(tables);
         return;
     }
-    if (look_->isPending()) {
-        const auto held = look_->collect();
-        if (!held) return;
-        std::vector<DisplayTable> changed;
-        std::copy_if(tables.begin(), tables.end(), std::back_inserter(changed),
-                     [&](const DisplayTable& wanted) { return !isKept(wanted, *held); });
-        if (!changed.empty()) loadTables(changed);
-    }
+    const SteadyTime now = scheduler_->steadyNow();
+    std::vector<DisplayTable> doubtful(tables.begin(), tables.end());
+    // What is still to come, or was read long before this tick, says nothing about now: a busy machine, a first tick,
+    // or one that an `apply` has put off. A plain look costs a wake-up more and is right.
+    const auto held = look_->collect();
+    if (held && now - lookAsked_ <= kLookIsFresh)
+        std::erase_if(doubtful, [&](const DisplayTable& wanted) { return isKept(wanted, *held); });
+    if (!doubtful.empty()) loadTables(doubtful);
+    if (look_->isPending()) return;
     std::vector<xcb_randr_crtc_t> crtcs;
     for (const auto& wanted : tables)
         if (const auto display = find(wanted.display)) crtcs.push_back(native((*display)->crtc));
     look_->ask(crtcs);
+    lookAsked_ = now;
 }
 
 bool X11DisplayServer::isKept(const DisplayTable& wanted, const GammaLook::Answers& held) const {

@@ -97,6 +97,7 @@ private:
     bool isLost_ = false;
 
     std::unique_ptr<GammaLook> look_;
+    SteadyTime lookAsked_{};
     bool lookIsImpossible_ = false;
 
     Scheduler* scheduler_ = nullptr;

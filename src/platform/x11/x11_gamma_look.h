@@ -29,7 +29,8 @@ public:
 
     using Answers = std::map<xcb_randr_crtc_t, RampLevels>;
 
-    /// What the displays held, once every answer is there; nothing before that, without waiting. A CRTC that is gone
+    /// What the displays held, once every answer is there; nothing before that, without waiting. Empty if nothing was
+    /// asked. A CRTC that is gone
     /// or has no table is left out. A broken connection answers with an empty map.
     [[nodiscard]] std::optional<Answers> collect();
 
