@@ -15,7 +15,9 @@ TestHome::TestHome() {
 
 void TestHome::write(const fs::path& name, const std::string& text) const {
     fs::create_directories((path() / name).parent_path());
-    std::ofstream(path() / name, std::ios::binary) << text;
+    const fs::path draft = folder_ / "draft";
+    std::ofstream(draft, std::ios::binary) << text;
+    fs::rename(draft, path() / name);
 }
 
 std::map<std::string, std::string> TestHome::environment() const {

@@ -17,7 +17,8 @@ public:
     [[nodiscard]] std::filesystem::path path() const { return folder_ / "home"; }
     [[nodiscard]] std::filesystem::path runtimeFolder() const { return folder_ / "run"; }
 
-    /// Writes `text` to the file at `name` below the home, making its folders.
+    /// Writes `text` to the file at `name` below the home, making its folders. As an editor does: a reader finds the
+    /// old text or the new one.
     void write(const std::filesystem::path& name, const std::string& text) const;
     /// Writes the program's preferences.
     void writePreferences(const std::string& toml) const { write(".config/dravo/preferences.toml", toml); }

@@ -220,13 +220,20 @@ void XGamma::setRamp(const std::string& output, const Ramp& ramp) {
 }
 
 std::map<std::string, Ramp> XGamma::ramps() {
-    std::vector<std::pair<std::string, xcb_randr_get_crtc_gamma_cookie_t>> asked;
+    std::vector<std::string> names;
     for (const auto& output : outputs_) {
-        if (output.isOn) asked.emplace_back(output.name, xcb_randr_get_crtc_gamma(connection_, output.crtc));
+        if (output.isOn) names.push_back(output.name);
     }
+    return ramps(names);
+}
+
+std::map<std::string, Ramp> XGamma::ramps(const std::vector<std::string>& outputs) {
+    std::vector<xcb_randr_get_crtc_gamma_cookie_t> asked;
+    for (const auto& name : outputs) asked.push_back(xcb_randr_get_crtc_gamma(connection_, find(name).crtc));
     std::map<std::string, Ramp> ramps;
-    for (const auto& [name, cookie] : asked) {
-        ramps[name] = rampOf(*need(xcb_randr_get_crtc_gamma_reply(connection_, cookie, nullptr), "for a table"));
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        ramps[outputs[i]] =
+            rampOf(*need(xcb_randr_get_crtc_gamma_reply(connection_, asked[i], nullptr), "for a table"));
     }
     return ramps;
 }

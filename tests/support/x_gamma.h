@@ -51,6 +51,8 @@ public:
     void setRamp(const std::string& output, const Ramp& ramp);
     /// The tables of all outputs that are on, read in one round trip.
     [[nodiscard]] std::map<std::string, Ramp> ramps();
+    /// The tables of these outputs, on or off, in one round trip.
+    [[nodiscard]] std::map<std::string, Ramp> ramps(const std::vector<std::string>& outputs);
 
     /// Gives the output a monitor's EDID; an empty one takes it away.
     void setEdid(const std::string& output, std::span<const std::uint8_t> edid);

@@ -1,0 +1,33 @@
+#include "desktop/filter_run_test.h"
+
+namespace dravo::testing {
+namespace {
+
+class LostServerTest : public FilterRunTest {};
+
+TEST_F(LostServerTest, EndsTheRunPlainlyAndKeepsTheFile) {
+    const Run run = startAndSettle();
+    const std::string saved = contentOf(savedTables());
+    preferOther();
+    server().kill();
+    EXPECT_EQ(run->waitForExit(), ExitStatus::exited(3));
+    EXPECT_EQ(run->standardError(), "dravo: the X server is gone\n");
+    EXPECT_EQ(contentOf(savedTables()), saved);
+}
+
+TEST(NoServerTest, IsSaidByTheRunAndByEveryCommandThatNeedsOne) {
+    const TestHome home;
+    for (const char* display : {"", ":9999", "nonsense", "no.such.host.invalid:0"}) {
+        for (const char* command : {"--headless", "displays", "restore"}) {
+            ProcessUnderTest program(home, {command}, {{"DISPLAY", display}});
+            EXPECT_EQ(program.waitForExit(), ExitStatus::exited(3)) << command << " on '" << display << "'";
+            const std::string said = program.standardError();
+            EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+            EXPECT_NE(said.find(display), std::string::npos) << said;
+        }
+    }
+    EXPECT_FALSE(std::filesystem::exists(home.path() / ".dravo/original_gamma.json"));
+}
+
+}  // namespace
+}  // namespace dravo::testing

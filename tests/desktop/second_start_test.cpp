@@ -1,0 +1,63 @@
+#include "desktop/filter_run_test.h"
+
+namespace dravo::testing {
+namespace {
+
+class SecondStartTest : public FilterRunTest {
+protected:
+    /// Runs a command to its end. What it printed, on both outputs.
+    std::string run(const std::string& command, ExitStatus expected) {
+        ProcessUnderTest program(home(), {command}, onServer());
+        EXPECT_EQ(program.waitForExit(), expected) << command;
+        return program.standardOutput() + program.standardError();
+    }
+};
+
+TEST_F(SecondStartTest, IsRefusedAndLeavesTheFirstOneProtected) {
+    const Run first = startAndSettle();
+    const std::string saved = contentOf(savedTables());
+    EXPECT_EQ(run("--headless", ExitStatus::exited(4)),
+              "dravo: Dravo is already running (process " + std::to_string(first->pid()) + ")\n");
+    EXPECT_TRUE(isInCharge(*first));
+    EXPECT_EQ(contentOf(savedTables()), saved);
+    EXPECT_TRUE(allShow(filtered(kStrong)));
+
+    first->signal(SIGTERM);
+    EXPECT_EQ(first->waitForExit(), ExitStatus::killedBy(SIGTERM));
+    EXPECT_EQ(tables(), ownTables());
+    EXPECT_EQ(contentOf(savedTables()), saved);
+}
+
+TEST_F(SecondStartTest, RestoreAsksTheRunningOneToSwitchOff) {
+    const Run running = startAndSettle();
+    for (int again = 0; again < 2; ++again) {
+        EXPECT_EQ(run("restore", ExitStatus::exited(0)), "The running Dravo has switched the filter off.\n");
+        EXPECT_EQ(tables(), ownTables());
+    }
+    EXPECT_TRUE(isInCharge(*running));
+
+    // Still there for whoever switches it on again.
+    preferOther();
+    EXPECT_TRUE(waitUntil([this] { return allShow(filtered(intensity())); }));
+    quit(*running);
+    EXPECT_EQ(tables(), ownTables());
+}
+
+TEST_F(SecondStartTest, RestoreAfterAKillGivesBackWhatWasSavedAndThenFindsNothingToDo) {
+    const Run killed = startAndSettle();
+    displays().disable("DUMMY2");
+    killHard(*killed);
+    EXPECT_NE(run("restore", ExitStatus::exited(0)).find("DUMMY0: has its own table back, as saved"),
+              std::string::npos);
+    EXPECT_EQ(tables(), ownTables());
+    EXPECT_TRUE(std::filesystem::exists(savedTables())) << "it may be all that is known of the absent display";
+    displays().enable("DUMMY2", 2 * 1024);
+    run("restore", ExitStatus::exited(0));
+    EXPECT_EQ(tables(), ownTables());
+    EXPECT_FALSE(std::filesystem::exists(savedTables()));
+
+    EXPECT_NE(run("restore", ExitStatus::exited(0)).find("DUMMY0: has a neutral table"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace dravo::testing

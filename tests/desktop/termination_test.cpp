@@ -1,0 +1,132 @@
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+
+#include "desktop/filter_run_test.h"
+#include "desktop/random_moments.h"
+#include "platform/posix/termination_guard.h"
+#include "platform/x11/x11_display_server.h"
+
+namespace dravo::testing {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::array kSignals{SIGTERM, SIGINT, SIGHUP, SIGQUIT};
+
+class TerminationTest : public FilterRunTest {
+protected:
+    RandomMoments moments_;
+};
+
+TEST_F(TerminationTest, GivesTheTablesBackAndKeepsTheFileAtAnyMoment) {
+    std::string left;  // what the run before left in the file, byte for byte
+    for (int round = 0; round < 50 && !HasFailure(); ++round) {
+        SCOPED_TRACE(round);
+        const int signal = kSignals[static_cast<std::size_t>(round) % 3];
+        const int moment = moments_.oneOf(4);
+        const Run run = moment == 0 ? start() : startAndSettle();
+        if (moment == 0) moments_.pass(60ms);
+        if (moment >= 2) preferOther();
+        if (moment == 2) moments_.pass(350ms);
+        if (moment == 3) {
+            // The fade's next load is sent and never answered: the main thread hangs in it, and its writes are queued.
+            moments_.pass(60ms);
+            server().freeze();
+            moments_.pass(60ms);
+        }
+        run->signal(signal);
+        if (moment == 3) {
+            moments_.pass(200ms);
+            server().thaw();
+        }
+        EXPECT_EQ(run->waitForExit(), ExitStatus::killedBy(signal)) << run->standardError();
+        EXPECT_EQ(tables(), ownTables()) << "moment " << moment;
+        const std::string kept = contentOf(savedTables());
+        EXPECT_TRUE(moment == 0 || !kept.empty());
+        EXPECT_TRUE(left.empty() || kept == left);
+        left = kept;
+    }
+    quit(*startAndSettle());
+    EXPECT_FALSE(std::filesystem::exists(savedTables()));
+}
+
+TEST_F(TerminationTest, EndsAProgramThatWaitsForAServerThatDoesNotAnswer) {
+    const Run running = startAndSettle();
+    preferOther();
+    server().freeze();
+    running->signal(SIGTERM);
+    EXPECT_EQ(running->waitForExit(), ExitStatus::killedBy(SIGTERM));
+    EXPECT_TRUE(std::filesystem::exists(savedTables()));
+
+    const Run starting = start();
+    EXPECT_TRUE(waitUntil([&] { return isInCharge(*starting); }));
+    starting->signal(SIGTERM);
+    EXPECT_EQ(starting->waitForExit(), ExitStatus::killedBy(SIGTERM));
+
+    server().thaw();
+    quit(*startAndSettle());
+    EXPECT_EQ(tables(), ownTables());
+}
+
+/// What the main thread does when the signal comes.
+enum class MainThread { sleeps, spins, writes };
+
+class StuckMainThreadTest : public FilterRunTest, public ::testing::WithParamInterface<MainThread> {
+protected:
+    /// The engine's parts that matter at the end, in a child whose main thread never comes back to its loop.
+    [[noreturn]] static void filterAndHang(const std::string& address, MainThread doing, int ready) {
+        alarm(20);
+        posix::TerminationGuard::blockSignals();
+        x11::EmergencyRestore emergency(address);
+        posix::TerminationGuard guard([&] { static_cast<void>(emergency.open()); }, [&] { emergency.restore(); });
+        auto server = x11::X11DisplayServer::create(address, &emergency);
+        if (!server) _exit(1);
+        const auto load = [&, displays = (*server)->onlineDisplays(kMaxDisplays).value()](double intensity) {
+            std::vector<DisplayTable> tables;
+            for (const auto display : displays)
+                tables.push_back({display, computeTable(FilterPreset::fl41(), intensity, 0, 0, 0)});
+            (*server)->loadTables(tables);
+        };
+        guard.waitUntilReady();
+        load(kStrong);
+        [[maybe_unused]] const auto said = write(ready, "+", 1);
+        for (double intensity = kWeak;; intensity = kWeak + kStrong - intensity) {
+            if (doing == MainThread::sleeps) pause();
+            if (doing == MainThread::writes) load(intensity);
+        }
+    }
+};
+
+TEST_P(StuckMainThreadTest, HasTheLastWordTakenFromIt) {
+    for (int round = 0; round < 12 && !HasFailure(); ++round) {
+        std::array<int, 2> ready{};
+        ASSERT_EQ(pipe(ready.data()), 0);
+        const pid_t child = fork();
+        if (child == 0) filterAndHang(server().address(), GetParam(), ready[1]);
+        char said = 0;
+        EXPECT_EQ(read(ready[0], &said, 1), 1);
+        EXPECT_NE(tables(), ownTables());
+        const int signal = kSignals[static_cast<std::size_t>(round) % kSignals.size()];
+        kill(child, signal);
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
+        EXPECT_EQ(tables(), ownTables());
+        close(ready[0]);
+        close(ready[1]);
+    }
+}
+
+std::string nameOf(const ::testing::TestParamInfo<MainThread>& doing) {
+    constexpr std::array kNames{"Sleeps", "Spins", "Writes"};
+    return kNames.at(static_cast<std::size_t>(doing.param));
+}
+
+INSTANTIATE_TEST_SUITE_P(MainThread, StuckMainThreadTest,
+                         ::testing::Values(MainThread::sleeps, MainThread::spins, MainThread::writes), nameOf);
+
+}  // namespace
+}  // namespace dravo::testing
