@@ -55,8 +55,8 @@ struct LocationChange {
 
 /// The running program as control from outside sees it: one state, and an operation for everything a person can do.
 ///
-/// REQUIRES: changes pass `validate`. Errors not named with an operation: `InvalidInput`, with a sentence for whoever
-/// called. Thread: main thread. Lifetime: outlives its subscriptions.
+/// REQUIRES: changes pass `validate`. Errors of every operation: `InvalidInput`, with a sentence for whoever called; it
+/// then has changed nothing. Thread: main thread. Lifetime: outlives its subscriptions.
 class ControlTarget {
 public:
     virtual ~ControlTarget() = default;
@@ -70,22 +70,22 @@ public:
     /// Switching on what is on changes nothing. Switching off while paused drops the pause.
     virtual Result<void> switchOn() = 0;
     virtual Result<void> switchOff() = 0;
-    /// Errors: `InvalidInput` (the filter is off, or the instant has passed).
+    /// Refused while the filter is off, and for an instant that has passed.
     virtual Result<void> pause(const PauseLength& length) = 0;
     virtual Result<void> resume() = 0;  ///< Without a pause it changes nothing.
 
-    /// Errors: `NotFound` (no preset has this id).
+    /// Refused when no preset has this id.
     virtual Result<void> selectPreset(const std::string& id) = 0;
     virtual Result<void> setAdjustments(const AdjustmentChange& change) = 0;
     virtual Result<void> setSchedule(const ScheduleChange& change) = 0;
-    /// Errors: `NotFound` (the time zone has no place).
+    /// Refused when the source is the time zone and that has no place.
     virtual Result<void> setLocation(const LocationChange& change) = 0;
     virtual Result<void> setBreaks(const BreaksChange& change) = 0;
     virtual Result<void> dismissBreak() = 0;  ///< Without a break it changes nothing.
 
     /// Adds the presets of a JSON text, all or none, and returns their ids.
     virtual Result<std::vector<std::string>> importPresets(const std::string& text) = 0;
-    /// The person's presets with these ids as a JSON array; no ids: all. Errors: `NotFound` (names the id).
+    /// The person's presets with these ids as a JSON array; no ids: all.
     virtual Result<std::string> exportPresets(const std::vector<std::string>& ids) = 0;
 
     virtual Result<void> activate() = 0;  ///< A second start: shows what a start shows.

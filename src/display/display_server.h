@@ -27,6 +27,7 @@ struct DisplayDescription {
     std::size_t tableSize = 0;  ///< Entries per channel of its hardware table; 0 when it has none.
     /// Why it cannot be filtered, as a sentence; empty when it can.
     std::string problem;
+    bool operator==(const DisplayDescription&) const = default;
 };
 
 /// A table and the display it is for, or was read from.
