@@ -1,0 +1,107 @@
+#include "filter_run.h"
+
+#include <csignal>
+#include <cstdio>
+
+#include "base/report.h"
+#include "platform/freedesktop/bus_control_client.h"
+
+namespace dravo {
+
+cli::ExitCode FilterRun::run() {
+    if (!takeLock() || !connect()) return failure_;
+    launch();
+    listen();
+    const int code = loop_.run();
+    guard_.standStillIfEnding();
+    return static_cast<cli::ExitCode>(code);
+}
+
+bool FilterRun::takeLock() {
+    auto lock = posix::InstanceLock::acquire(folder_);
+    if (lock) {
+        lock_.emplace(std::move(*lock));
+        return true;
+    }
+    if (lock.error().code == ErrorCode::Busy) {
+        handOver(lock.error().nativeCode);
+        return false;
+    }
+    reportOnce("no-lock", lock.error().message + "; a second Dravo would not be noticed");
+    return true;
+}
+
+void FilterRun::handOver(int holder) {
+    if (freedesktop::BusControlClient().activate()) {
+        std::puts("Dravo is running already.");
+        return;
+    }
+    std::fprintf(stderr, "dravo: Dravo is already running (process %d)\n", holder);
+    failure_ = cli::ExitCode::Refused;
+}
+
+bool FilterRun::connect() {
+    auto server = x11::X11DisplayServer::create("", &emergency_);
+    if (server) {
+        server_ = std::move(*server);
+        return true;
+    }
+    std::fprintf(stderr, "dravo: %s\n", server.error().message.c_str());
+    failure_ = cli::ExitCode::NoDisplayServer;
+    return false;
+}
+
+void FilterRun::launch() {
+    displays_.emplace(*server_);
+    originalGamma_.emplace(*displays_, folder_);
+    originalGamma_->onUnsynced = [this] { loop_.post([this] { originalGamma_->sync(); }); };
+    grayscale_.emplace(server_->grayscale());
+    applicator_.emplace(*displays_, wakeSource_, loop_, *originalGamma_);
+    defaults_.setMayWrite([this] { return !applicator_->isRamping(); });
+    // Before the controller is built: what it finds on the displays has to be theirs.
+    if (originalGamma_->restoreIfNeeded()) {
+        std::puts("Restored gamma from previous crash");
+        std::fflush(stdout);
+        server_->grayscale().undoUncleanRun();
+    }
+    originalGamma_->saveIfAbsent();
+    guard_.waitUntilReady();
+    filterState_.emplace(FilterStateParts{loop_, calendar_, preferences_, customPresets_, breakTimer_,
+                                          locationProvider_, *applicator_, *originalGamma_, *grayscale_, wakeSource_});
+    displays_->commit();
+}
+
+void FilterRun::listen() {
+    server_->listen(loop_, loop_);
+    loss_ = server_->onLoss([this] { serverIsGone(); });
+    offRequest_.emplace(loop_, SIGUSR1, [this] {
+        filterState_->turnOff();
+        applicator_->reset(Fade::none);
+        if (lock_) lock_->answer(kIsOff);
+    });
+    quitRequest_.emplace(loop_, SIGUSR2, [this] { quit(); });
+    control_.emplace(FilterControlParts{*filterState_, preferences_, customPresets_, breakTimer_, locationProvider_,
+                                        *displays_, loop_, calendar_, [] {}, [this] { quit(); }});
+    controlService_.emplace(sessionBus_, loop_);
+    controlService_->serve(*control_);
+    loop_.post([this] { breakNotifier_.refreshStatus(); });
+}
+
+void FilterRun::quit() {
+    filterState_->saveNow();
+    grayscale_->set(false);
+    // Unconfirmed, the saved tables stay: the next start gives the displays back.
+    if (applicator_->shutDown()) originalGamma_->clear();
+    defaults_.flush();
+    loop_.quit(static_cast<int>(cli::ExitCode::Ok));
+}
+
+void FilterRun::serverIsGone() {
+    guard_.standStillIfEnding();  // it was the guard that took the connection away
+    filterState_->saveNow();
+    defaults_.flush();
+    std::fputs("dravo: the X server is gone\n", stderr);
+    loop_.quit(static_cast<int>(cli::ExitCode::NoDisplayServer));
+}
+
+}  // namespace dravo

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "app/filter_control.h"
+#include "base/data_folder.h"
+#include "breaks/break_notifier.h"
+#include "breaks/break_timer.h"
+#include "cli/exit_code.h"
+#include "display/gamma_applicator.h"
+#include "display/grayscale_switch.h"
+#include "display/launch_batch.h"
+#include "display/original_gamma_store.h"
+#include "filter/model/custom_preset_store.h"
+#include "filter/model/preferences_store.h"
+#include "filter/state/filter_state.h"
+#include "platform/freedesktop/bus.h"
+#include "platform/freedesktop/bus_control_service.h"
+#include "platform/freedesktop/geoclue_location_service.h"
+#include "platform/freedesktop/logind_wake_source.h"
+#include "platform/freedesktop/toml_user_defaults.h"
+#include "platform/memory/memory_notifications.h"
+#include "platform/posix/instance_lock.h"
+#include "platform/posix/sd_event_loop.h"
+#include "platform/posix/signal_watch.h"
+#include "platform/posix/system_calendar.h"
+#include "platform/posix/termination_guard.h"
+#include "platform/posix/zone_position.h"
+#include "platform/x11/x11_display_server.h"
+
+namespace dravo {
+
+/// What a run answers in its lock to SIGUSR1, once the displays have their tables back.
+inline constexpr const char* kIsOff = "off";
+
+/// The run that filters the screen, put together from everything. Part of the composition root.
+///
+/// Up to the first table nothing waits for a disk, a bus or a toolkit: services connect from the loop.
+/// REQUIRES: `TerminationGuard::blockSignals` came first in `main`.
+class FilterRun {
+public:
+    /// Runs until somebody ends it. A second start hands over to the first and ends at once.
+    cli::ExitCode run();
+
+private:
+    bool takeLock();
+    void handOver(int holder);
+    bool connect();
+    void launch();
+    void listen();
+    void quit();
+    void serverIsGone();
+
+    // In the order of building: what is declared later uses what stands above.
+    DataFolder folder_ = DataFolder::ofThisUser();
+    std::optional<posix::InstanceLock> lock_;
+    x11::EmergencyRestore emergency_{""};
+    posix::TerminationGuard guard_{[this] { static_cast<void>(emergency_.open()); }, [this] { emergency_.restore(); }};
+    posix::SdEventLoop loop_;
+    freedesktop::TomlUserDefaults defaults_{freedesktop::TomlUserDefaults::defaultPath(folder_.home.parent_path()),
+                                            loop_, loop_};
+    PreferencesStore preferences_{defaults_};
+    posix::SystemCalendar calendar_{&loop_};
+    freedesktop::Bus sessionBus_{loop_.event(), loop_, freedesktop::Bus::Kind::session};
+    freedesktop::Bus systemBus_{loop_.event(), loop_, freedesktop::Bus::Kind::system};
+    freedesktop::LogindWakeSource wakeSource_{systemBus_, loop_, loop_};
+    freedesktop::GeoclueLocationService locationService_{systemBus_, loop_, "dravo"};
+    memory::MemoryNotifications notifications_{loop_};
+    posix::ZoneTablePosition zones_;
+    CustomPresetStore customPresets_{folder_.home};
+    BreakNotifier breakNotifier_{notifications_};
+    BreakTimer breakTimer_{preferences_, breakNotifier_, loop_};
+    LocationProvider locationProvider_{loop_, preferences_, locationService_, zones_, calendar_};
+
+    // Built once the display server is there.
+    std::unique_ptr<x11::X11DisplayServer> server_;
+    std::optional<LaunchBatch> displays_;
+    std::optional<OriginalGammaStore> originalGamma_;
+    std::optional<GrayscaleSwitch> grayscale_;
+    std::optional<GammaApplicator> applicator_;
+    std::optional<FilterState> filterState_;
+    std::optional<FilterControl> control_;
+    std::optional<freedesktop::BusControlService> controlService_;
+    std::optional<posix::SignalWatch> offRequest_;
+    std::optional<posix::SignalWatch> quitRequest_;
+    Subscription loss_;
+    cli::ExitCode failure_ = cli::ExitCode::Ok;
+};
+
+}  // namespace dravo
