@@ -8,6 +8,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "cli/commands.h"
 #include "display/gamma_table.h"
 #include "support/process_under_test.h"
 
@@ -86,7 +87,10 @@ protected:
     };
 
     Outcome run(std::vector<std::string> arguments, const std::filesystem::path& outputTo = {}) {
-        ProcessUnderTest program(home_, std::move(arguments), {}, outputTo);
+        // Read by a build that looks for leaks, ignored by any other.
+        const std::map<std::string, std::string> leaks{
+            {"LSAN_OPTIONS", "print_suppressions=0:suppressions=" DRAVO_LEAK_SUPPRESSIONS}};
+        ProcessUnderTest program(home_, std::move(arguments), leaks, outputTo);
         const auto status = program.waitForExit();
         return {status.value_or(ExitStatus{}), program.standardOutput(), program.standardError()};
     }
@@ -147,6 +151,33 @@ TEST_F(ProgramTest, ListsOnesOwnPresetsAndComplainsOnceAboutADamagedFile) {
     EXPECT_EQ(nlohmann::json::parse(damaged.out).size(), FilterPreset::builtIn().size());
     EXPECT_NE(damaged.err.find("custom_presets.json"), std::string::npos) << damaged.err;
     EXPECT_EQ(std::ranges::count(damaged.err, '\n'), 1) << damaged.err;
+}
+
+TEST_F(ProgramTest, CompletesCommandsOptionsAndPresetsInBash) {
+    // What is offered for the last of the words.
+    const auto offered = [&](std::vector<std::string> words) {
+        std::vector<std::string> arguments{"-c",
+                                           "source '" DRAVO_COMPLETIONS
+                                           "/dravo.bash'; program=$1; shift; COMP_WORDS=(dravo \"$@\"); COMP_CWORD=$#; "
+                                           "_dravo \"$program\" \"${!#}\"; printf '%s\\n' \"${COMPREPLY[@]}\"",
+                                           "bash", DRAVO_PROGRAM};
+        std::ranges::move(words, std::back_inserter(arguments));
+        auto environment = home_.environment();
+        environment.emplace("PATH", "/usr/bin:/bin");
+        ChildProcess bash("/bin/bash", {.arguments = arguments, .environment = environment});
+        EXPECT_EQ(bash.waitForExit(), ExitStatus::exited(0)) << bash.standardError();
+        return "\n" + bash.standardOutput();
+    };
+    const std::string names = offered({""});
+    for (const cli::Command* const command : cli::commands()) {
+        EXPECT_NE(names.find(std::string("\n") + command->name + "\n"), std::string::npos) << names;
+        const std::string options = offered({command->name, "--"});
+        for (const cli::Option& option : command->options) {
+            EXPECT_NE(options.find(std::string("\n--") + option.name + "\n"), std::string::npos) << options;
+        }
+    }
+    EXPECT_EQ(offered({"table", "--json", "notch"}), "\nnotch480\n");
+    EXPECT_EQ(offered({"help", "rest"}), "\nrestore\n");
 }
 
 TEST_F(ProgramTest, PreviewsAPictureExactlyAsTheTableSaysAndKeepsAlpha) {
