@@ -54,7 +54,9 @@ bool FilterRun::connect() {
 void FilterRun::launch() {
     displays_.emplace(*server_);
     originalGamma_.emplace(*displays_, folder_);
-    originalGamma_->onUnsynced = [this] { loop_.post([this] { originalGamma_->sync(); }); };
+    originalGamma_->onUnsynced = [this](const std::filesystem::path& path) {
+        loop_.post([this, path] { backgroundSync_.sync(path); });
+    };
     grayscale_.emplace(server_->grayscale());
     applicator_.emplace(*displays_, wakeSource_, loop_, *originalGamma_);
     defaults_.setMayWrite([this] { return !applicator_->isRamping(); });

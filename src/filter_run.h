@@ -21,6 +21,7 @@
 #include "platform/freedesktop/logind_wake_source.h"
 #include "platform/freedesktop/toml_user_defaults.h"
 #include "platform/memory/memory_notifications.h"
+#include "platform/posix/background_sync.h"
 #include "platform/posix/instance_lock.h"
 #include "platform/posix/sd_event_loop.h"
 #include "platform/posix/signal_watch.h"
@@ -58,6 +59,7 @@ private:
     x11::EmergencyRestore emergency_{""};
     posix::TerminationGuard guard_{[this] { static_cast<void>(emergency_.open()); }, [this] { emergency_.restore(); }};
     posix::SdEventLoop loop_;
+    posix::BackgroundSync backgroundSync_;
     freedesktop::TomlUserDefaults defaults_{freedesktop::TomlUserDefaults::defaultPath(folder_.home.parent_path()),
                                             loop_, loop_};
     PreferencesStore preferences_{defaults_};

@@ -61,11 +61,6 @@ std::vector<DisplayId> OriginalGammaStore::knownDisplays() const {
     return displays;
 }
 
-void OriginalGammaStore::sync() {
-    // A failure leaves what a power cut would leave; it also resets the displays.
-    for (const auto& path : ours_) static_cast<void>(syncFile(path));
-}
-
 void OriginalGammaStore::clear() {
     for (const auto& path : paths()) static_cast<void>(removeFile(path));
     tables_.clear();
@@ -144,7 +139,7 @@ void OriginalGammaStore::write() {
             if (other != path) static_cast<void>(removeFile(other));
         ours_ = {path};
         isBehind_ = false;
-        if (onUnsynced) onUnsynced();
+        if (onUnsynced) onUnsynced(path);
         return;
     }
     reportOnce("tables-not-saved",

@@ -31,11 +31,8 @@ public:
 
     void ensureDirectory();
 
-    /// Called when something is written that `sync` has yet to make last; without it, every write is synced at once.
-    std::function<void()> onUnsynced;
-
-    /// Makes the last write survive a power cut.
-    void sync();
+    /// Called with a file just written that has yet to be synced; without it, every write is synced at once.
+    std::function<void(const std::filesystem::path&)> onUnsynced;
 
     /// Saves the own table of every display that is on, unless a file of this run is already there. After
     /// `restoreIfNeeded` it completes the file found then: entries of absent displays stay in it.
