@@ -63,8 +63,9 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, Options options
     const int out = options.outputTo.empty() ? openFor(output_ / "stdout", O_WRONLY | O_CREAT | O_APPEND)
                                              : openFor(options.outputTo, O_WRONLY);
     const int err = openFor(output_ / "stderr", O_WRONLY | O_CREAT | O_APPEND);
-    int execFailed[2];
-    if (pipe2(execFailed, O_CLOEXEC) != 0) fail("pipe2");
+    // The child tells the time of its exec, and after it the reason why that failed, if it did.
+    int execReport[2];
+    if (pipe2(execReport, O_CLOEXEC) != 0) fail("pipe2");
 
     // fork, not posix_spawn: only here can the child ask to die with its parent, so that a test killed by its time
     // limit leaves no server behind.
@@ -77,21 +78,24 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, Options options
         place(out, 1);
         place(err, 2);
         if (options.descriptorThree >= 0) place(options.descriptorThree, 3);
+        const auto now = std::chrono::steady_clock::now();
+        [[maybe_unused]] auto written = write(execReport[1], &now, sizeof now);
         execve(program.c_str(), argv.data(), envp.data());
         const int reason = errno;
-        [[maybe_unused]] const auto written = write(execFailed[1], &reason, sizeof reason);
+        written = write(execReport[1], &reason, sizeof reason);
         _exit(127);
     }
     const int forkError = errno;
     close(in);
     close(out);
     close(err);
-    close(execFailed[1]);
+    close(execReport[1]);
     int reason = pid_ < 0 ? forkError : 0;
     if (pid_ > 0) {
-        [[maybe_unused]] const auto got = read(execFailed[0], &reason, sizeof reason);
+        [[maybe_unused]] auto got = read(execReport[0], &executedAt_, sizeof executedAt_);
+        got = read(execReport[0], &reason, sizeof reason);
     }
-    close(execFailed[0]);
+    close(execReport[0]);
     if (reason != 0) {
         if (pid_ > 0) waitpid(pid_, nullptr, 0);
         errno = reason;

@@ -49,6 +49,8 @@ public:
     ChildProcess& operator=(const ChildProcess&) = delete;
 
     [[nodiscard]] pid_t pid() const { return pid_; }
+    /// When it was executed, by its own clock: what came before it is not the program's.
+    [[nodiscard]] std::chrono::steady_clock::time_point executedAt() const { return executedAt_; }
     [[nodiscard]] bool isRunning() { return !exitStatus(); }
 
     /// Sends `number` to the program alone. REQUIRES: it has not been found ended.
@@ -66,6 +68,7 @@ public:
 private:
     TemporaryFolder output_;
     pid_t pid_ = -1;
+    std::chrono::steady_clock::time_point executedAt_;
     std::optional<ExitStatus> status_;
 };
 

@@ -1,0 +1,90 @@
+// What the program costs while nothing changes: it runs on three displays, and the kernel's own books are read before
+// and after. `idle_bench [SECONDS]`, 60 if not given; it runs that long twice, with the filter on and off.
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <thread>
+
+#include "figures.h"
+#include "support/private_x_server.h"
+#include "support/process_under_test.h"
+
+namespace dravo::bench {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t kDisplays = 3;
+
+/// What a process has used so far, all its threads together.
+struct Usage {
+    double milliseconds = 0;  ///< On a processor.
+    long waits = 0;           ///< Context switches because it had nothing to do.
+    long preemptions = 0;     ///< Context switches because others had.
+};
+
+/// The number after `name` in one of the kernel's files.
+long numberAfter(const std::string& name, const std::string& text) {
+    const auto found = text.find(name);
+    need(found != std::string::npos, "the kernel does not tell " + name);
+    return std::strtol(text.c_str() + found + name.size(), nullptr, 10);
+}
+
+Usage usageOf(pid_t process) {
+    Usage usage;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
+        // The first number there is the time on a processor, in nanoseconds.
+        usage.milliseconds += std::strtod(testing::contentOf(thread.path() / "schedstat").c_str(), nullptr) / 1e6;
+        const std::string status = testing::contentOf(thread.path() / "status");
+        usage.waits += numberAfter("\nvoluntary_ctxt_switches:", status);
+        usage.preemptions += numberAfter("\nnonvoluntary_ctxt_switches:", status);
+    }
+    return usage;
+}
+
+double proportionalSetMegabytes(pid_t process) {
+    const auto rollup = testing::contentOf("/proc/" + std::to_string(process) + "/smaps_rollup");
+    return static_cast<double>(numberAfter("\nPss:", rollup)) / 1024;
+}
+
+void measure(bool filterIsOn, int seconds) {
+    testing::PrivateXServer xServer(kDisplays);
+    testing::TestHome home;
+    home.writePreferences(filterIsOn ? "filterEnabled = true\n" : "filterEnabled = false\n");
+    const auto neutral = xServer.displays().ramps();
+    testing::ProcessUnderTest program(home, {"--headless"}, {{"DISPLAY", xServer.address()}});
+    std::this_thread::sleep_for(3s);  // the start and the looks after it
+    need(program.isRunning(), "the program ended:\n" + program.standardError());
+    need((xServer.displays().ramps() != neutral) == filterIsOn, "the displays are not as they should be");
+
+    const Usage before = usageOf(program.pid());
+    std::this_thread::sleep_for(std::chrono::seconds{seconds});
+    const Usage after = usageOf(program.pid());
+    const double megabytes = proportionalSetMegabytes(program.pid());
+    program.signal(SIGUSR2);
+    need(program.waitForExit() == testing::ExitStatus::exited(0), "a bad end:\n" + program.standardError());
+
+    const char* filter = filterIsOn ? "on" : "off";
+    const char* how = "`idle_bench`";
+    std::printf("| `--headless`, filter %s, three displays, %d s of nothing: processor time | %s | %.1f ms | %s |\n",
+                filter, seconds, filterIsOn ? "10 ms" : "", after.milliseconds - before.milliseconds, how);
+    std::printf(
+        "| the same: context switches of all threads | %s | %ld, and %ld where others took the processor | %s |\n",
+        filterIsOn ? "130" : "", after.waits - before.waits, after.preemptions - before.preemptions, how);
+    std::printf("| the same: proportional set size | 4 MB | %.1f MB | %s |\n", megabytes, how);
+    std::fflush(stdout);
+}
+
+}  // namespace
+}  // namespace dravo::bench
+
+int main(int argc, char** argv) {
+    using namespace dravo::bench;
+    return run("idle_bench", [&] {
+        const int seconds = argc > 1 ? std::atoi(argv[1]) : 60;
+        need(seconds > 0, "for how many seconds?");
+        for (const bool filterIsOn : {true, false}) measure(filterIsOn, seconds);
+    });
+}

@@ -1,0 +1,102 @@
+// From exec to the first filtered table, seen from outside: the program and a bare client are started in turns, and one
+// and the same observer asks the server for the last display's table until it is not the neutral one any more.
+#include <linux/magic.h>
+#include <sys/prctl.h>
+#include <sys/vfs.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+#include "figures.h"
+#include "support/private_x_server.h"
+#include "support/process_under_test.h"
+
+namespace dravo::bench {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::steady_clock;
+using testing::ChildProcess;
+
+constexpr int kStarts = 50;
+constexpr std::size_t kDisplays = 3;
+constexpr const char* kLastDisplay = "DUMMY2";
+
+class Starts {
+public:
+    Starts() {
+        home_.writePreferences("filterEnabled = true\n");
+        neutral_ = xServer_.displays().ramps();
+        need(neutral_.contains(kLastDisplay) && neutral_.size() == kDisplays, "the displays are not as they should be");
+    }
+
+    /// Where the program's home is: syncing a file on a disk takes time.
+    [[nodiscard]] const char* homeIsOn() const {
+        struct statfs info = {};
+        need(statfs(home_.path().c_str(), &info) == 0, "where is the home?");
+        return info.f_type == TMPFS_MAGIC ? "in memory" : "on the disk";
+    }
+
+    /// In milliseconds. The program must end well after it, too.
+    double program() {
+        testing::ProcessUnderTest program(home_, {"--headless"}, {{"DISPLAY", xServer_.address()}});
+        const double time = untilFirstTable(program);
+        program.signal(SIGUSR2);
+        needGoodEnd(program);
+        need(xServer_.displays().ramps() == neutral_, "the program left a table behind");
+        need(!std::filesystem::exists(home_.path() / ".dravo/original_gamma.json"), "the saved tables are still there");
+        return time;
+    }
+
+    double bareClient() {
+        ChildProcess client(BARE_CLIENT, {.environment = {{"DISPLAY", xServer_.address()}}});
+        const double time = untilFirstTable(client);
+        needGoodEnd(client);
+        for (const auto& [display, ramp] : neutral_) xServer_.displays().setRamp(display, ramp);
+        return time;
+    }
+
+private:
+    double untilFirstTable(const ChildProcess& process) {
+        const auto deadline = process.executedAt() + 10s;
+        const auto& neutral = neutral_.at(kLastDisplay);
+        const bool isLoaded =
+            testing::waitUntil([&] { return xServer_.displays().ramp(kLastDisplay) != neutral; }, 10s, 50us);
+        const auto now = steady_clock::now();
+        need(isLoaded && now < deadline, "no table came:\n" + process.standardError());
+        return inMilliseconds(now - process.executedAt());
+    }
+
+    static void needGoodEnd(ChildProcess& process) {
+        need(process.waitForExit() == testing::ExitStatus::exited(0), "a bad end:\n" + process.standardError());
+    }
+
+    testing::PrivateXServer xServer_{kDisplays};
+    testing::TestHome home_;
+    std::map<std::string, testing::Ramp> neutral_;
+};
+
+void measure() {
+    prctl(PR_SET_TIMERSLACK, 1);  // or each of the observer's short sleeps takes 50 µs longer
+    Starts starts;
+    Figures program;
+    Figures bareClient;
+    // The first of each finds nothing in the machine's caches.
+    starts.program();
+    starts.bareClient();
+    for (int i = 0; i < kStarts; ++i) {
+        program.push_back(starts.program());
+        bareClient.push_back(starts.bareClient());
+    }
+    std::printf(
+        "| exec to the first filtered table, beside a bare client, home %s | twice its median | %.1f times: "
+        "median %.1f beside %.1f ms, 95th percentile %.1f beside %.1f ms | `start_bench`, %d starts each |\n",
+        starts.homeIsOn(), median(program) / median(bareClient), median(program), median(bareClient),
+        percentile(program, 0.95), percentile(bareClient, 0.95), kStarts);
+}
+
+}  // namespace
+}  // namespace dravo::bench
+
+int main() { return dravo::bench::run("start_bench", dravo::bench::measure); }
