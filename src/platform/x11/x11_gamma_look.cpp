@@ -34,10 +34,13 @@ Result<std::unique_ptr<GammaLook>> GammaLook::open(const std::string& display) {
     auto connection = connect(display);
     if (!connection) return connection.error();
     auto* xcb = connection->get();
+    // Asked for only when the first table is read, it would wait its turn behind the server's own wait.
+    xcb_prefetch_extension_data(xcb, &xcb_randr_id);
     const auto* sync = xcb_get_extension_data(xcb, &xcb_sync_id);
     if (!sync || !sync->present) return Error{ErrorCode::Unsupported, "this X server has no SYNC extension"};
     const auto initialized = fetchReply(xcb, xcb_sync_initialize_reply,
                                         xcb_sync_initialize(xcb, XCB_SYNC_MAJOR_VERSION, XCB_SYNC_MINOR_VERSION));
+    xcb_get_extension_data(xcb, &xcb_randr_id);
     const auto clock = findServerClock(xcb);
     // Waiting on no counter at all returns at once, which would make a busy loop.
     if (!initialized || !clock || *clock == XCB_NONE)

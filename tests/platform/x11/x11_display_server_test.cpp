@@ -177,6 +177,17 @@ TEST_F(X11DisplayServerTest, UndoesAnEarlierRunOnADisplayThatIsOff) {
     EXPECT_EQ(displays().ramp("DUMMY1"), own);
 }
 
+TEST_F(X11DisplayServerTest, LooksWithoutWaitingForTheServersSecond) {
+    X11Client client(server().address());
+    const auto tables = forAll(client.server(), dimmed(0.5F));
+    client.server().loadTables(tables);
+    for (int look = 0; look < 2; ++look) {
+        const auto start = std::chrono::steady_clock::now();
+        client.server().keepTables(tables);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds{500}) << "look " << look;
+    }
+}
+
 TEST_F(X11DisplayServerTest, HasNoGrayOnDriversWithoutAMatrix) {
     X11Client client(server().address());
     EXPECT_EQ(client.server().grayscale().isEnabled().error().code, ErrorCode::Unsupported);
