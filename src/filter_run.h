@@ -17,10 +17,10 @@
 #include "filter/state/filter_state.h"
 #include "platform/freedesktop/bus.h"
 #include "platform/freedesktop/bus_control_service.h"
+#include "platform/freedesktop/desktop_notifications.h"
 #include "platform/freedesktop/geoclue_location_service.h"
 #include "platform/freedesktop/logind_wake_source.h"
 #include "platform/freedesktop/toml_user_defaults.h"
-#include "platform/memory/memory_notifications.h"
 #include "platform/posix/background_sync.h"
 #include "platform/posix/instance_lock.h"
 #include "platform/posix/sd_event_loop.h"
@@ -68,7 +68,7 @@ private:
     freedesktop::Bus systemBus_{loop_.event(), loop_, freedesktop::Bus::Kind::system};
     freedesktop::LogindWakeSource wakeSource_{systemBus_, loop_, loop_};
     freedesktop::GeoclueLocationService locationService_{systemBus_, loop_, "dravo"};
-    memory::MemoryNotifications notifications_{loop_};
+    freedesktop::DesktopNotifications notifications_{sessionBus_, loop_};
     posix::ZoneTablePosition zones_;
     CustomPresetStore customPresets_{folder_.home};
     BreakNotifier breakNotifier_{notifications_};
