@@ -17,9 +17,9 @@ namespace dravo::posix {
 /// the main thread never holds for long; `restore` must return within about two seconds.
 class TerminationGuard {
 public:
-    /// Gives the four signals their default action and blocks them, and blocks SIGUSR1 and SIGUSR2 for whoever watches them, in the calling thread and those it
-    /// starts, and ignores SIGPIPE: a server that closes our connection must not end us before the displays are given
-    /// back.
+    /// Gives the four signals their default action and blocks them, and blocks SIGUSR1 and SIGUSR2 for whoever watches
+    /// them, in the calling thread and those it starts, and ignores SIGPIPE: a server that closes our connection must
+    /// not end us before the displays are given back.
     static void blockSignals();
 
     /// Starts the thread, which first runs `prepare`, beside what the main thread goes on with. A signal that comes

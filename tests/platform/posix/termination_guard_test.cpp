@@ -6,8 +6,8 @@
 #include <unistd.h>
 
 #include <array>
-#include <csignal>
 #include <chrono>
+#include <csignal>
 #include <functional>
 
 namespace dravo::posix {
