@@ -1,5 +1,6 @@
 // From exec to the first filtered table, seen from outside: the program and a bare client are started in turns, and one
 // and the same observer asks the server for the last display's table until it is not the neutral one any more.
+// `start_bench [FOLDER]`: the home is made in FOLDER, else in memory.
 #include <linux/magic.h>
 #include <sys/prctl.h>
 #include <sys/vfs.h>
@@ -25,7 +26,7 @@ constexpr const char* kLastDisplay = "DUMMY2";
 
 class Starts {
 public:
-    Starts() {
+    explicit Starts(const std::filesystem::path& parentOfHome) : home_(parentOfHome) {
         home_.writePreferences("filterEnabled = true\n");
         neutral_ = xServer_.displays().ramps();
         need(neutral_.contains(kLastDisplay) && neutral_.size() == kDisplays, "the displays are not as they should be");
@@ -77,9 +78,9 @@ private:
     std::map<std::string, testing::Ramp> neutral_;
 };
 
-void measure() {
+void measure(const std::filesystem::path& parentOfHome) {
     prctl(PR_SET_TIMERSLACK, 1);  // or each of the observer's short sleeps takes 50 µs longer
-    Starts starts;
+    Starts starts(parentOfHome);
     Figures program;
     Figures bareClient;
     // The first of each finds nothing in the machine's caches.
@@ -99,4 +100,7 @@ void measure() {
 }  // namespace
 }  // namespace dravo::bench
 
-int main() { return dravo::bench::run("start_bench", dravo::bench::measure); }
+int main(int argc, char** argv) {
+    const std::filesystem::path parentOfHome = argc > 1 ? std::filesystem::absolute(argv[1]) : "";
+    return dravo::bench::run("start_bench", [&] { dravo::bench::measure(parentOfHome); });
+}

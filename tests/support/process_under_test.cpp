@@ -7,7 +7,7 @@ namespace dravo::testing {
 
 namespace fs = std::filesystem;
 
-TestHome::TestHome() {
+TestHome::TestHome(const fs::path& parent) : folder_(parent) {
     fs::create_directory(path());
     fs::create_directory(runtimeFolder());
     fs::permissions(runtimeFolder(), fs::perms::owner_all);

@@ -12,7 +12,8 @@ namespace dravo::testing {
 /// A person's home made for one test, in a temporary folder: what the program would find and leave there.
 class TestHome {
 public:
-    TestHome();
+    /// `parent` as for `TemporaryFolder`.
+    explicit TestHome(const std::filesystem::path& parent = {});
 
     [[nodiscard]] std::filesystem::path path() const { return folder_ / "home"; }
     [[nodiscard]] std::filesystem::path runtimeFolder() const { return folder_ / "run"; }

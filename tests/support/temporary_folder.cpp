@@ -22,8 +22,8 @@ fs::path roomForTests() {
 
 }  // namespace
 
-TemporaryFolder::TemporaryFolder() {
-    std::string pattern = (roomForTests() / "dravo-test-XXXXXX").string();
+TemporaryFolder::TemporaryFolder(const fs::path& parent) {
+    std::string pattern = ((parent.empty() ? roomForTests() : parent) / "dravo-test-XXXXXX").string();
     if (!mkdtemp(pattern.data())) throw std::system_error(errno, std::generic_category(), "mkdtemp");
     path_ = pattern;
 }

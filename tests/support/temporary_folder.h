@@ -8,7 +8,8 @@ namespace dravo::testing {
 /// A fresh folder (mode 0700), removed with all it holds when this is destroyed, also what was made read-only.
 class TemporaryFolder {
 public:
-    TemporaryFolder();
+    /// Below `parent`; if empty, where tests have room: in memory if there is such a place.
+    explicit TemporaryFolder(const std::filesystem::path& parent = {});
     ~TemporaryFolder();
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
