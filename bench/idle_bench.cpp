@@ -1,5 +1,6 @@
 // What the program costs while nothing changes: it runs on three displays, and the kernel's own books are read before
-// and after. `idle_bench [SECONDS]`, 60 if not given; it runs that long twice, with the filter on and off.
+// and after, beside a program that does nothing but wake once a second. `idle_bench [SECONDS]`, 60 if not given; it
+// runs that long twice, with the filter on and off.
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -55,21 +56,26 @@ void measure(bool filterIsOn, int seconds) {
     home.writePreferences(filterIsOn ? "filterEnabled = true\n" : "filterEnabled = false\n");
     const auto neutral = xServer.displays().ramps();
     testing::ProcessUnderTest program(home, {"--headless"}, {{"DISPLAY", xServer.address()}});
+    testing::ChildProcess ticker(BARE_TICKER, {});
     std::this_thread::sleep_for(3s);  // the start and the looks after it
     need(program.isRunning(), "the program ended:\n" + program.standardError());
     need((xServer.displays().ramps() != neutral) == filterIsOn, "the displays are not as they should be");
 
     const Usage before = usageOf(program.pid());
+    const double tickerBefore = usageOf(ticker.pid()).milliseconds;
     std::this_thread::sleep_for(std::chrono::seconds{seconds});
     const Usage after = usageOf(program.pid());
+    const double tickerTime = usageOf(ticker.pid()).milliseconds - tickerBefore;
     const double megabytes = proportionalSetMegabytes(program.pid());
     program.signal(SIGUSR2);
     need(program.waitForExit() == testing::ExitStatus::exited(0), "a bad end:\n" + program.standardError());
 
     const char* filter = filterIsOn ? "on" : "off";
     const char* how = "`idle_bench`";
-    std::printf("| `--headless`, filter %s, three displays, %d s of nothing: processor time | %s | %.1f ms | %s |\n",
-                filter, seconds, filterIsOn ? "10 ms" : "", after.milliseconds - before.milliseconds, how);
+    std::printf(
+        "| `--headless`, filter %s, three displays, %d s of nothing: processor time | %s | %.1f ms (a bare ticker: "
+        "%.1f) | %s |\n",
+        filter, seconds, filterIsOn ? "10 ms" : "", after.milliseconds - before.milliseconds, tickerTime, how);
     std::printf(
         "| the same: context switches of all threads | %s | %ld, and %ld where others took the processor | %s |\n",
         filterIsOn ? "130" : "", after.waits - before.waits, after.preemptions - before.preemptions, how);

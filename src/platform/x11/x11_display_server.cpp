@@ -1,6 +1,7 @@
 #include "platform/x11/x11_display_server.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace dravo::x11 {
@@ -213,12 +214,13 @@ void X11DisplayServer::keepTables(std::span<const DisplayTable> tables) {
         return;
     }
     const SteadyTime now = scheduler_->steadyNow();
-    std::vector<DisplayTable> doubtful(tables.begin(), tables.end());
     // What is still to come, or was read long before this tick, says nothing about now: a busy machine, a first tick,
     // or one that an `apply` has put off. A plain look costs a wake-up more and is right.
     const auto held = look_->collect();
-    if (held && now - lookAsked_ <= kLookIsFresh)
-        std::erase_if(doubtful, [&](const DisplayTable& wanted) { return isKept(wanted, *held); });
+    const bool isFresh = held && now - lookAsked_ <= kLookIsFresh;
+    std::vector<DisplayTable> doubtful;
+    std::ranges::copy_if(tables, std::back_inserter(doubtful),
+                         [&](const DisplayTable& wanted) { return !isFresh || !isKept(wanted, *held); });
     if (!doubtful.empty()) loadTables(doubtful);
     if (look_->isPending()) return;
     std::vector<xcb_randr_crtc_t> crtcs;
