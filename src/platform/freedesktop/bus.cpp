@@ -123,7 +123,7 @@ Message Bus::newCall(const char* service, const char* path, const char* interfac
 }
 
 Subscription Bus::call(Message message, std::chrono::milliseconds timeout,
-                       std::function<void(const Answer&)> onAnswer) {
+                       const std::function<void(const Answer&)>& onAnswer) {
     auto handler = std::make_shared<Handler>();
     handler->callback = [onAnswer](sd_bus_message* reply) {
         if (const auto* error = sd_bus_message_get_error(reply))
@@ -162,7 +162,7 @@ Subscription Bus::onSignal(const std::string& rule, std::function<void(sd_bus_me
     return holding(std::move(handler));
 }
 
-Subscription Bus::watchName(const std::string& name, std::function<void(bool)> callback) {
+Subscription Bus::watchName(const std::string& name, const std::function<void(bool)>& callback) {
     struct Watch {
         Subscription changed;
         Subscription lost;

@@ -60,7 +60,7 @@ public:
 
     /// Sends the call; the subscription drops its answer.
     [[nodiscard]] Subscription call(Message message, std::chrono::milliseconds timeout,
-                                    std::function<void(const Answer&)> onAnswer);
+                                    const std::function<void(const Answer&)>& onAnswer);
 
     /// Sends the call and wants no answer.
     void send(Message message);
@@ -69,7 +69,7 @@ public:
     [[nodiscard]] Subscription onSignal(const std::string& rule, std::function<void(sd_bus_message*)> callback);
 
     /// `callback` hears whether somebody owns the name: once soon, then at each change. REQUIRES: `open` was true.
-    [[nodiscard]] Subscription watchName(const std::string& name, std::function<void(bool isOwned)> callback);
+    [[nodiscard]] Subscription watchName(const std::string& name, const std::function<void(bool isOwned)>& callback);
 
     [[nodiscard]] Subscription onLost(std::function<void()> callback) { return lost_.add(std::move(callback)); }
 

@@ -61,9 +61,9 @@ Result<cli::Picture> drawPresetSheet(std::span<const cli::PresetCell> cells) {
     canvas.fill({0, 0, kSheetWidth, height}, kBackground);
     drawHeader(canvas);
     for (std::size_t i = 0; i < cells.size(); ++i) {
+        const std::size_t row = i / kColumns;
         drawCell(canvas, kOuterPadding + static_cast<double>(i % kColumns) * (kCardWidth + kGap),
-                 kHeaderHeight + kOuterPadding + static_cast<double>(i / kColumns) * (kCardHeight + kGap), cells[i],
-                 *testCard);
+                 kHeaderHeight + kOuterPadding + static_cast<double>(row) * (kCardHeight + kGap), cells[i], *testCard);
     }
     return canvas.picture();
 }

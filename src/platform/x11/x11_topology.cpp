@@ -208,7 +208,7 @@ std::vector<std::uint8_t> profileOf(const Topology& topology, const Crtc& crtc) 
     std::vector<xcb_randr_crtc_t> monitors;
     for (const auto& candidate : topology.crtcs)
         if (candidate.enabled) monitors.push_back(candidate.id);
-    std::ranges::stable_partition(monitors, [&](xcb_randr_crtc_t monitor) {
+    std::stable_partition(monitors.begin(), monitors.end(), [&](xcb_randr_crtc_t monitor) {
         return std::ranges::any_of(topology.outputs, [&](const Output& candidate) {
             return candidate.id == topology.primary && candidate.crtc == monitor;
         });
