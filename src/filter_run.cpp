@@ -11,6 +11,7 @@ namespace dravo {
 cli::ExitCode FilterRun::run() {
     if (!takeLock() || !connect()) return failure_;
     launch();
+    if (!loadServices()) return failure_;
     listen();
     const int code = loop_.run();
     guard_.standStillIfEnding();
@@ -73,6 +74,15 @@ void FilterRun::launch() {
     displays_->commit();
 }
 
+bool FilterRun::loadServices() {
+    const auto loaded = loadSystemd();
+    if (loaded) return true;
+    std::fprintf(stderr, "dravo: %s\n", loaded.error().message.c_str());
+    giveBack();
+    failure_ = cli::ExitCode::FileTrouble;
+    return false;
+}
+
 void FilterRun::listen() {
     server_->listen(loop_, loop_);
     loss_ = server_->onLoss([this] { serverIsGone(); });
@@ -89,12 +99,16 @@ void FilterRun::listen() {
     loop_.post([this] { breakNotifier_.refreshStatus(); });
 }
 
-void FilterRun::quit() {
+void FilterRun::giveBack() {
     filterState_->saveNow();
     grayscale_->set(false);
     // Unconfirmed, the saved tables stay: the next start gives the displays back.
     if (applicator_->shutDown()) originalGamma_->clear();
     defaults_.flush();
+}
+
+void FilterRun::quit() {
+    giveBack();
     loop_.quit(static_cast<int>(cli::ExitCode::Ok));
 }
 

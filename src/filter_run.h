@@ -49,7 +49,9 @@ private:
     void handOver(int holder);
     bool connect();
     void launch();
+    bool loadServices();
     void listen();
+    void giveBack();
     void quit();
     void serverIsGone();
 
@@ -64,8 +66,8 @@ private:
                                             loop_, loop_};
     PreferencesStore preferences_{defaults_};
     posix::SystemCalendar calendar_{&loop_};
-    freedesktop::Bus sessionBus_{loop_.event(), loop_, freedesktop::Bus::Kind::session};
-    freedesktop::Bus systemBus_{loop_.event(), loop_, freedesktop::Bus::Kind::system};
+    freedesktop::Bus sessionBus_{loop_, loop_, freedesktop::Bus::Kind::session};
+    freedesktop::Bus systemBus_{loop_, loop_, freedesktop::Bus::Kind::system};
     freedesktop::LogindWakeSource wakeSource_{systemBus_, loop_, loop_};
     freedesktop::GeoclueLocationService locationService_{systemBus_, loop_, "dravo"};
     freedesktop::DesktopNotifications notifications_{sessionBus_, loop_};

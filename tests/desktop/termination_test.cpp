@@ -1,8 +1,10 @@
+#include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <csignal>
+#include <fstream>
 
 #include "desktop/filter_run_test.h"
 #include "desktop/random_moments.h"
@@ -69,6 +71,17 @@ TEST_F(TerminationTest, EndsAProgramThatWaitsForAServerThatDoesNotAnswer) {
     server().thaw();
     quit(*startAndSettle());
     EXPECT_EQ(tables(), ownTables());
+}
+
+TEST_F(TerminationTest, GivesTheTablesBackWhereTheLibraryBehindTheFirstTableCannotBeLoaded) {
+    std::ofstream(home().path() / "libsystemd.so.0") << "not a library";
+    auto environment = onServer();
+    environment["LD_LIBRARY_PATH"] = home().path();
+    ProcessUnderTest run(home(), {"--headless"}, environment);
+    EXPECT_EQ(run.waitForExit(), ExitStatus::exited(1));
+    EXPECT_THAT(run.standardError(), ::testing::HasSubstr("libsystemd.so.0"));
+    EXPECT_EQ(tables(), ownTables());
+    EXPECT_FALSE(std::filesystem::exists(savedTables()));
 }
 
 /// What the main thread does when the signal comes.

@@ -97,7 +97,7 @@ bool readDictionary(sd_bus_message* message,
     return sd_bus_message_exit_container(message) >= 0;
 }
 
-Bus::Bus(sd_event* loop, Scheduler& scheduler, Kind kind) : loop_(loop), scheduler_(scheduler), kind_(kind) {}
+Bus::Bus(SystemdLoop& loop, Scheduler& scheduler, Kind kind) : loop_(loop), scheduler_(scheduler), kind_(kind) {}
 
 bool Bus::open() {
     if (std::exchange(wasTried_, true)) return bus_ != nullptr;
@@ -105,7 +105,7 @@ bool Bus::open() {
     sd_bus* bus = nullptr;
     if ((kind_ == Kind::session ? sd_bus_open_user(&bus) : sd_bus_open_system(&bus)) < 0) return false;
     bus_.reset(bus);
-    if (sd_bus_attach_event(bus, loop_, SD_EVENT_PRIORITY_NORMAL) < 0) {
+    if (sd_bus_attach_event(bus, loop_.event(), SD_EVENT_PRIORITY_NORMAL) < 0) {
         bus_.reset();
         return false;
     }

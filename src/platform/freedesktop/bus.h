@@ -1,7 +1,5 @@
 #pragma once
 
-#include <systemd/sd-bus.h>
-
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -11,6 +9,7 @@
 #include "base/result.h"
 #include "base/scheduler.h"
 #include "base/subscription.h"
+#include "platform/systemd/systemd.h"
 
 namespace dravo::freedesktop {
 
@@ -45,7 +44,7 @@ public:
     enum class Kind { session, system };
     using Answer = Result<sd_bus_message*>;  ///< The message is the callback's for as long as it runs.
 
-    Bus(sd_event* loop, Scheduler& scheduler, Kind kind);
+    Bus(SystemdLoop& loop, Scheduler& scheduler, Kind kind);
     Bus(const Bus&) = delete;
     Bus& operator=(const Bus&) = delete;
 
@@ -74,7 +73,7 @@ public:
     [[nodiscard]] Subscription onLost(std::function<void()> callback) { return lost_.add(std::move(callback)); }
 
 private:
-    sd_event* loop_;
+    SystemdLoop& loop_;
     Scheduler& scheduler_;
     Kind kind_;
     bool wasTried_ = false;

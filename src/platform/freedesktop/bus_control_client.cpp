@@ -48,6 +48,7 @@ std::optional<int> flag(const std::optional<bool>& value) { return value ? std::
 Result<void> BusControlClient::connect() {
     if (bus_) return {};
     if (!hasSessionBus()) return Error{ErrorCode::NotFound, "there is no session bus to find Dravo on"};
+    if (auto loaded = loadSystemd(); !loaded) return loaded.error();
     sd_bus* bus = nullptr;
     if (const int result = sd_bus_open_user(&bus); result < 0)
         return Error{ErrorCode::NotFound, "the session bus cannot be reached", -result};
@@ -70,7 +71,7 @@ Result<Message> BusControlClient::newCall(const char* interface, const char* mem
 Result<Message> BusControlClient::send(const Message& call) {
     sd_bus_error error = SD_BUS_ERROR_NULL;
     sd_bus_message* reply = nullptr;
-    const int result = sd_bus_call(bus_.get(), call.get(), 0, &error, &reply);
+    const int result = sd_bus_call(bus_.get(), call.get(), std::uint64_t{0}, &error, &reply);
     if (result >= 0) return Message(reply);
     auto failure = sd_bus_error_is_set(&error) ? fromReply(error) : noAnswer();
     sd_bus_error_free(&error);

@@ -250,7 +250,7 @@ std::vector<sd_bus_vtable> BusControlService::makeTable() {
         return method(name, "", "", "", handler);
     };
     std::vector<sd_bus_vtable> table;
-    table.push_back(SD_BUS_VTABLE_START(0));
+    table.push_back(startOfBusTable());
     for (const auto& property : control::properties()) {
         if (property.isCountdown)
             table.push_back(SD_BUS_PROPERTY(property.name, property.signature, onGet, 0, 0));

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <systemd/sd-bus.h>
-
 #include <memory>
 #include <vector>
 
 #include "app/control_service.h"
 #include "base/rate_limit.h"
 #include "platform/freedesktop/bus.h"
+#include "platform/systemd/systemd.h"
 
 namespace dravo::freedesktop {
 

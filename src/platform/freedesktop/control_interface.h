@@ -1,13 +1,12 @@
 #pragma once
 
-#include <systemd/sd-bus.h>
-
 #include <optional>
 #include <span>
 #include <string_view>
 
 #include "app/control_state.h"
 #include "base/result.h"
+#include "platform/systemd/systemd.h"
 
 namespace dravo::freedesktop::control {
 

@@ -27,7 +27,16 @@ std::uint64_t toMicroseconds(SteadyTime time) {
 
 }  // namespace
 
-SdEventLoop::SdEventLoop() {
+struct SdEventLoop::Watch {
+    int descriptor;
+    std::function<void()> callback;
+    Source source;
+};
+
+SdEventLoop::SdEventLoop() = default;
+
+sd_event* SdEventLoop::event() {
+    if (event_) return event_.get();
     sd_event* event = nullptr;
     require(sd_event_new(&event), "start");
     event_.reset(event);
@@ -41,7 +50,11 @@ SdEventLoop::SdEventLoop() {
     readySource_.reset(source);
     require(sd_event_source_set_enabled(source, SD_EVENT_OFF), "switch its queue off");
 
+    for (const auto& watch : std::exchange(waiting_, {}))
+        if (const auto wanted = watch.lock()) attach(*wanted);
     queue_.setOnChange([this] { rearm(); });
+    rearm();
+    return event;
 }
 
 SdEventLoop::~SdEventLoop() { queue_.setOnChange(nullptr); }
@@ -60,24 +73,28 @@ Timer SdEventLoop::every(Duration period, std::function<void()> action) {
 void SdEventLoop::post(std::function<void()> action) { queue_.post(std::move(action)); }
 
 Subscription SdEventLoop::whenReadable(int descriptor, std::function<void()> callback) {
-    struct Watch {
-        std::function<void()> callback;
-        Source source;
-    };
-    auto watch = std::make_shared<Watch>(Watch{std::move(callback), nullptr});
+    auto watch = std::make_shared<Watch>(Watch{descriptor, std::move(callback), nullptr});
+    if (event_)
+        attach(*watch);
+    else
+        waiting_.push_back(watch);
+    return Subscription([watch]() mutable { watch.reset(); });
+}
+
+void SdEventLoop::attach(Watch& watch) {
     const auto onReadable = [](sd_event_source*, int, std::uint32_t, void* data) {
         const auto running = static_cast<Watch*>(data)->callback;  // the callback may end its own watch
         running();
         return 0;
     };
     sd_event_source* source = nullptr;
-    require(sd_event_add_io(event_.get(), &source, descriptor, EPOLLIN, onReadable, watch.get()), "watch a descriptor");
-    watch->source.reset(source);
-    return Subscription([watch] { watch->source.reset(); });
+    require(sd_event_add_io(event_.get(), &source, watch.descriptor, EPOLLIN, onReadable, &watch),
+            "watch a descriptor");
+    watch.source.reset(source);
 }
 
 int SdEventLoop::run() {
-    const int result = sd_event_loop(event_.get());
+    const int result = sd_event_loop(event());
     queue_.setOnChange(nullptr);  // a loop that is over takes no more timers, and has none to serve
     require(result, "run");
     return result;
@@ -85,8 +102,8 @@ int SdEventLoop::run() {
 
 void SdEventLoop::quit(int exitCode) {
     int given = 0;
-    if (sd_event_get_exit_code(event_.get(), &given) >= 0) return;
-    require(sd_event_exit(event_.get(), exitCode), "end");
+    if (sd_event_get_exit_code(event(), &given) >= 0) return;
+    require(sd_event_exit(event(), exitCode), "end");
 }
 
 int SdEventLoop::onTimer(sd_event_source*, std::uint64_t, void* self) {

@@ -1,22 +1,23 @@
 #pragma once
 
-#include <systemd/sd-event.h>
-
 #include <memory>
+#include <vector>
 
 #include "base/descriptor_watch.h"
 #include "base/scheduler.h"
 #include "base/timer_queue.h"
+#include "platform/systemd/systemd.h"
 
 namespace dravo::posix {
 
-/// The product's Scheduler and DescriptorWatch: one sd-event loop, made when it is first needed, so that a start which
-/// only loads a table pays nothing for it.
+/// The product's Scheduler and DescriptorWatch: one sd-event loop, made when `run()` or `event()` first needs it, so
+/// that the first table does not wait for it.
 ///
-/// What is posted or timed before `run()` waits for it. One event source serves all timers, armed for the earliest.
+/// What is posted, timed or watched before `run()` waits for it. One event source serves all timers, armed for the
+/// earliest.
 ///
 /// Thread: the thread that runs it. Lifetime: outlives its timers' and subscriptions' owners.
-class SdEventLoop : public Scheduler, public DescriptorWatch {
+class SdEventLoop : public Scheduler, public DescriptorWatch, public SystemdLoop {
 public:
     SdEventLoop();
     ~SdEventLoop() override;
@@ -36,8 +37,7 @@ public:
     /// Ends `run()` after the callback that is running. The first code given counts.
     void quit(int exitCode);
 
-    /// The loop itself, for adapters that attach a bus connection and for a toolkit that drives it.
-    [[nodiscard]] sd_event* event() { return event_.get(); }
+    [[nodiscard]] sd_event* event() override;
 
 private:
     struct EventDeleter {
@@ -48,11 +48,15 @@ private:
     };
     using Source = std::unique_ptr<sd_event_source, SourceDeleter>;
 
+    struct Watch;
+
+    void attach(Watch& watch);
     static int onTimer(sd_event_source* source, std::uint64_t time, void* self);
     static int onReady(sd_event_source* source, void* self);
     void rearm();
 
     TimerQueue queue_;
+    std::vector<std::weak_ptr<Watch>> waiting_;  ///< asked for before there is a loop
     std::unique_ptr<sd_event, EventDeleter> event_;
     Source timerSource_;
     Source readySource_;

@@ -147,7 +147,7 @@ private:
             char bell = 0;
             if (::read(bell_[0], &bell, 1) == 1) std::exchange(task_, nullptr)();
         });
-        Bus bus(loop.event(), loop, Bus::Kind::session);
+        Bus bus(loop, loop, Bus::Kind::session);
         BusControlService service(bus, loop);
         service.serve(target);
         const auto watch = loop.after(0ms, [&] {
@@ -262,7 +262,7 @@ protected:
     void SetUp() override {
         BusTest::SetUp();
         if (!daemon) return;
-        bus.emplace(loop.event(), loop, Bus::Kind::session);
+        bus.emplace(loop, loop, Bus::Kind::session);
         ASSERT_TRUE(bus->open());
     }
     template <typename... Arguments>

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <systemd/sd-bus.h>
-#include <systemd/sd-event.h>
-
 #include <functional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/systemd/systemd.h"
 
 namespace dravo::freedesktop::testing {
 

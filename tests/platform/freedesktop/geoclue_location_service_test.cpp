@@ -77,7 +77,7 @@ protected:
     void SetUp() override {
         BusTest::SetUp();
         if (IsSkipped() || HasFatalFailure()) return;
-        bus.emplace(loop.event(), loop, Bus::Kind::system);
+        bus.emplace(loop, loop, Bus::Kind::system);
         service.emplace(*bus, loop, "org.dravo.Dravo", 50ms);
         subscriptions.push_back(service->onAuthorizationChange([this] { ++changes; }));
         subscriptions.push_back(service->onLocations([this](const auto& found) { fixes.push_back(found.back()); }));

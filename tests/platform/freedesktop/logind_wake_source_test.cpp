@@ -34,7 +34,7 @@ protected:
     }
 
     std::optional<BusPeer> logind;
-    Bus bus{loop.event(), loop, Bus::Kind::system};
+    Bus bus{loop, loop, Bus::Kind::system};
     LogindWakeSource source{bus, loop, loop};
     int wakes = 0;
 };
@@ -77,7 +77,7 @@ TEST_F(LogindWakeTest, WithoutABusOrAfterItsEndItNeverCallsAndDoesNoHarm) {
     EXPECT_TRUE(runUntil([&] { return isLost; }));
 
     ::setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1);
-    Bus none(loop.event(), loop, Bus::Kind::system);
+    Bus none(loop, loop, Bus::Kind::system);
     LogindWakeSource deaf(none, loop, loop);
     const auto other = deaf.onWake([this] { ++wakes; });
     runUntil([] { return false; }, 20ms);
