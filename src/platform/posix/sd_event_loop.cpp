@@ -101,9 +101,25 @@ int SdEventLoop::run() {
 }
 
 void SdEventLoop::quit(int exitCode) {
+    if (!this->exitCode()) require(sd_event_exit(event(), exitCode), "end");
+}
+
+int SdEventLoop::descriptor() {
+    const int descriptor = sd_event_get_fd(event());
+    require(descriptor, "give its descriptor");
+    return descriptor;
+}
+
+bool SdEventLoop::turn() {
+    if (exitCode()) return false;
+    const int result = sd_event_run(event(), 0);
+    require(result, "turn");
+    return result > 0;
+}
+
+std::optional<int> SdEventLoop::exitCode() {
     int given = 0;
-    if (sd_event_get_exit_code(event(), &given) >= 0) return;
-    require(sd_event_exit(event(), exitCode), "end");
+    return sd_event_get_exit_code(event(), &given) >= 0 ? std::optional(given) : std::nullopt;
 }
 
 int SdEventLoop::onTimer(sd_event_source*, std::uint64_t, void* self) {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "base/descriptor_watch.h"
+#include "base/guest_loop.h"
 #include "base/scheduler.h"
 #include "base/timer_queue.h"
 #include "platform/systemd/systemd.h"
@@ -17,7 +19,7 @@ namespace dravo::posix {
 /// earliest.
 ///
 /// Thread: the thread that runs it. Lifetime: outlives its timers' and subscriptions' owners.
-class SdEventLoop : public Scheduler, public DescriptorWatch, public SystemdLoop {
+class SdEventLoop : public Scheduler, public DescriptorWatch, public GuestLoop, public SystemdLoop {
 public:
     SdEventLoop();
     ~SdEventLoop() override;
@@ -38,6 +40,11 @@ public:
     void quit(int exitCode);
 
     [[nodiscard]] sd_event* event() override;
+
+    // Instead of `run()`.
+    [[nodiscard]] int descriptor() override;
+    bool turn() override;
+    [[nodiscard]] std::optional<int> exitCode() override;
 
 private:
     struct EventDeleter {

@@ -113,6 +113,7 @@ DRAVO_SYSTEMD(sd_event_add_io);
 DRAVO_SYSTEMD(sd_event_add_time);
 DRAVO_SYSTEMD(sd_event_exit);
 DRAVO_SYSTEMD(sd_event_get_exit_code);
+DRAVO_SYSTEMD(sd_event_get_fd);
 DRAVO_SYSTEMD(sd_event_loop);
 DRAVO_SYSTEMD(sd_event_new);
 DRAVO_SYSTEMD(sd_event_run);
