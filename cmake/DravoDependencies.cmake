@@ -27,7 +27,7 @@ if(NOT DRAVO_TOML_INCLUDE)
   message(FATAL_ERROR "toml++ is missing. On Debian: apt install libtomlplusplus-dev")
 endif()
 
-find_package(Qt6 6.4 QUIET COMPONENTS Widgets Svg)
+find_package(Qt6 6.4 QUIET COMPONENTS DBus Svg Widgets)
 if(NOT Qt6_FOUND)
   message(FATAL_ERROR "Qt 6.4 with Widgets and Svg is missing. On Debian: apt install qt6-base-dev libqt6svg6-dev")
 endif()

@@ -2,7 +2,7 @@
 include(GNUInstallDirs)
 
 install(TARGETS dravo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS dravo_pictures LIBRARY DESTINATION lib/dravo)
+install(TARGETS dravo_pictures dravo_desktop LIBRARY DESTINATION lib/dravo)
 install(FILES packaging/dravo.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES packaging/dravo.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES packaging/completions/dravo.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME dravo)

@@ -1,5 +1,7 @@
 #include "filter_run.h"
 
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 
@@ -8,12 +10,13 @@
 
 namespace dravo {
 
-cli::ExitCode FilterRun::run() {
+cli::ExitCode FilterRun::run(RunKind kind) {
     if (!takeLock() || !connect()) return failure_;
     launch();
     if (!loadServices()) return failure_;
     listen();
-    const int code = loop_.run();
+    if (kind != RunKind::headless) startDesktop();
+    const int code = desktop_ ? desktop_->run(kind) : loop_.run();
     guard_.standStillIfEnding();
     return static_cast<cli::ExitCode>(code);
 }
@@ -93,10 +96,27 @@ void FilterRun::listen() {
     });
     quitRequest_.emplace(loop_, SIGUSR2, [this] { quit(); });
     control_.emplace(FilterControlParts{*filterState_, preferences_, customPresets_, breakTimer_, locationProvider_,
-                                        *displays_, loop_, calendar_, [] {}, [this] { quit(); }});
+                                        *displays_, loop_, calendar_,
+                                        [this] {
+                                            if (desktop_) desktop_->showPanel();
+                                        },
+                                        [this] { quit(); }});
     controlService_.emplace(sessionBus_, loop_);
     controlService_->serve(*control_);
     loop_.post([this] { breakNotifier_.refreshStatus(); });
+}
+
+void FilterRun::startDesktop() {
+    auto desktop = DesktopRun::create({*filterState_, preferences_, loop_, loop_, [this] { quit(); },
+                                       [this] {
+                                           serverIsGone();
+                                           ::_exit(static_cast<int>(cli::ExitCode::NoDisplayServer));
+                                       }});
+    if (desktop) {
+        desktop_ = std::move(*desktop);
+    } else {
+        reportOnce("no-desktop", "there is no panel: " + desktop.error().message);
+    }
 }
 
 void FilterRun::giveBack() {

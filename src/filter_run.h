@@ -8,6 +8,7 @@
 #include "breaks/break_notifier.h"
 #include "breaks/break_timer.h"
 #include "cli/exit_code.h"
+#include "desktop_run.h"
 #include "display/gamma_applicator.h"
 #include "display/grayscale_switch.h"
 #include "display/launch_batch.h"
@@ -42,7 +43,7 @@ inline constexpr const char* kIsOff = "off";
 class FilterRun {
 public:
     /// Runs until somebody ends it. A second start hands over to the first and ends at once.
-    cli::ExitCode run();
+    cli::ExitCode run(RunKind kind);
 
 private:
     bool takeLock();
@@ -51,6 +52,7 @@ private:
     void launch();
     bool loadServices();
     void listen();
+    void startDesktop();
     void giveBack();
     void quit();
     void serverIsGone();
@@ -86,6 +88,7 @@ private:
     std::optional<FilterState> filterState_;
     std::optional<FilterControl> control_;
     std::optional<freedesktop::BusControlService> controlService_;
+    std::unique_ptr<DesktopRun> desktop_;
     std::optional<posix::SignalWatch> offRequest_;
     std::optional<posix::SignalWatch> quitRequest_;
     Subscription loss_;

@@ -143,7 +143,8 @@ int runCommand(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     fillStandardDescriptors();
-    if (!cli::asksToFilter(argc, argv)) return runCommand(argc, argv);
+    const auto kind = cli::asksToFilter(argc, argv);
+    if (!kind) return runCommand(argc, argv);
     posix::TerminationGuard::blockSignals();
-    return static_cast<int>(FilterRun().run());
+    return static_cast<int>(FilterRun().run(*kind));
 }

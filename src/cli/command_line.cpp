@@ -30,7 +30,7 @@ ExitCode dispatch(int argc, char** argv, CommandContext& context) {
     const std::string_view first = argv[1];
     const bool isHelp = first == "--help" || first == "-h";
     const bool isVersion = first == "--version" || first == "-V";
-    if ((isHelp || isVersion || first == "--headless") && argc > 2) {
+    if ((isHelp || isVersion || first == "--headless" || first == "--autostart") && argc > 2) {
         return failPlainly(context, ExitCode::WrongUsage,
                            "nothing may follow " + quoted(first) + " (see 'dravo --help')");
     }
@@ -52,8 +52,12 @@ ExitCode dispatch(int argc, char** argv, CommandContext& context) {
 
 }  // namespace
 
-bool asksToFilter(int argc, char** argv) {
-    return argc < 2 || (argc == 2 && std::string_view(argv[1]) == "--headless");
+std::optional<RunKind> asksToFilter(int argc, char** argv) {
+    if (argc < 2) return RunKind::byPerson;
+    const std::string_view first = argc == 2 ? argv[1] : "";
+    if (first == "--autostart") return RunKind::atLogin;
+    if (first == "--headless") return RunKind::headless;
+    return std::nullopt;
 }
 
 ExitCode runCommandLine(int argc, char** argv, CommandContext& context) {

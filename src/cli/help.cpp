@@ -36,11 +36,12 @@ std::string helpText(const Option& option) {
 std::string programHelp() {
     std::string result =
         "Dravo tints and dims the whole screen.\n\n"
-        "Usage: dravo [--headless]\n"
+        "Usage: dravo [--headless | --autostart]\n"
         "       dravo COMMAND [ARGUMENTS]\n\n"
         "Without a command it filters every display until it is ended.\n\n"
         "Options:\n" +
-        twoColumns({{"--headless", "Filter in the foreground, without any window"},
+        twoColumns({{"--autostart", "The same, and stay in the background: for a start at login"},
+                    {"--headless", "Filter in the foreground, without any window"},
                     {"-h, --help", "Show this help"},
                     {"-V, --version", "Show the version"}}) +
         "\nCommands:\n";

@@ -21,6 +21,7 @@ private:
     void turnGuest();
 
     GuestLoop& guest_;
+    bool isTurning_ = false;
     QSocketNotifier notifier_;
 };
 

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "app/popover.h"
+#include "app/run_kind.h"
+#include "app/status_item.h"
+#include "base/scheduler.h"
+#include "filter/model/preferences_store.h"
+#include "filter/state/filter_state.h"
+
+namespace dravo {
+
+/// What the delegate works with; all of it outlives the delegate.
+struct AppDelegateParts {
+    FilterState& filterState;
+    PreferencesStore& preferences;
+    StatusItem& statusItem;
+    Popover& popover;
+    Scheduler& scheduler;
+    std::function<std::string(WallTime)> shortTime;  ///< The time of day as the person's locale writes it.
+    std::function<void()> checkForUpdates;
+    std::function<void()> quit;
+};
+
+/// The program on a desktop: its tray icon, the icon's menu, and when the panel opens and closes.
+///
+/// Thread: main thread.
+class AppDelegate {
+public:
+    explicit AppDelegate(AppDelegateParts parts);
+    AppDelegate(const AppDelegate&) = delete;
+    AppDelegate& operator=(const AppDelegate&) = delete;
+
+    /// Puts the icon up and opens the panel where nobody would find it otherwise: half a second after the start until
+    /// the welcome has been dismissed, and when a person started the program on a desktop that shows no tray in time.
+    void finishLaunching(RunKind kind);
+
+    /// The panel closes if it is open; else it opens on a state that is looked at anew.
+    void togglePopover();
+    /// The panel is open afterwards: what a second start means.
+    void showPopover();
+
+    [[nodiscard]] std::vector<MenuEntry> contextMenu();
+
+private:
+    void onClick(StatusItem::Button button);
+    void markStale();
+    void updateStatusIcon();
+    [[nodiscard]] std::string stateText() const;
+
+    AppDelegateParts parts_;
+    Timer iconUpdate_;
+    Timer welcome_;
+    Timer trayWait_;
+    std::vector<Subscription> subscriptions_;
+};
+
+}  // namespace dravo

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "app/app_delegate.h"
+#include "app/desktop_shell.h"
+#include "base/result.h"
+
+namespace dravo {
+
+/// What the desktop's side of a run shows and acts on; all of it outlives that side.
+struct DesktopRunParts {
+    FilterState& filterState;
+    PreferencesStore& preferences;
+    Scheduler& scheduler;
+    GuestLoop& loop;
+    std::function<void()> quit;
+    std::function<void()> onServerLoss;
+};
+
+/// The desktop's side of a run: the module with the toolkit, and the delegate over its tray icon and panel. Part of the
+/// composition root.
+///
+/// Thread: main thread.
+class DesktopRun {
+public:
+    /// Loads the module and starts the toolkit: some 20 ms, after the first table.
+    /// Errors: `NotFound`, `Unsupported` (no module of this version); the run then goes on without a panel.
+    [[nodiscard]] static Result<std::unique_ptr<DesktopRun>> create(const DesktopRunParts& parts);
+
+    /// Runs the loops until the program's own is ended; its exit code.
+    int run(RunKind kind);
+
+    void showPanel() { delegate_.showPopover(); }
+
+private:
+    DesktopRun(std::unique_ptr<DesktopShell> shell, const DesktopRunParts& parts);
+
+    std::unique_ptr<DesktopShell> shell_;
+    AppDelegate delegate_;
+};
+
+}  // namespace dravo

@@ -1,0 +1,175 @@
+#include "ui/shell/panel_window.h"
+
+#include <QApplication>
+#include <QCursor>
+#include <QKeyEvent>
+#include <QLayout>
+#include <QPainter>
+#include <QPainterPath>
+#include <QScreen>
+#include <QScrollBar>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <chrono>
+
+#include "ui/shell/window_manager.h"
+
+namespace dravo::ui {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kSameClick = 300ms;
+constexpr int kGap = 8;
+constexpr int kRadius = 12;
+
+bool isOurs(QPoint place) {
+    const auto windows = QApplication::topLevelWidgets();
+    return std::any_of(windows.begin(), windows.end(), [&](const QWidget* window) {
+        return window->isVisible() && window->frameGeometry().contains(place);
+    });
+}
+
+}  // namespace
+
+PanelWindow::PanelWindow(Scheduler& scheduler, std::function<QRect()> iconPlace)
+    : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint),
+      scheduler_(scheduler),
+      iconPlace_(std::move(iconPlace)),
+      outsidePress_([this] {
+          if (!isOurs(QCursor::pos())) closeFromOutside();
+      }) {
+    setWindowTitle(QStringLiteral("Dravo"));
+    setAccessibleName(windowTitle());
+    setAttribute(Qt::WA_QuitOnClose, false);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins({});
+    layout->addWidget(&scroll_);
+    scroll_.setFrameShape(QFrame::NoFrame);
+    scroll_.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll_.setWidgetResizable(true);
+    scroll_.setFocusPolicy(Qt::NoFocus);
+    scroll_.viewport()->setAutoFillBackground(false);
+}
+
+void PanelWindow::setContent(QWidget* content) {
+    content_ = content;
+    scroll_.setWidget(content);
+    content->setAutoFillBackground(false);
+    content->installEventFilter(this);
+}
+
+void PanelWindow::show() {
+    if (isVisible()) return;
+    const bool isTranslucent = hasCompositor();
+    if (isTranslucent != testAttribute(Qt::WA_TranslucentBackground)) {
+        destroy();  // a window keeps the depth that it was made with
+        setAttribute(Qt::WA_TranslucentBackground, isTranslucent);
+        if (!isTranslucent) setAttribute(Qt::WA_NoSystemBackground, false);
+    }
+    chooseAnchor();
+    ensurePolished();
+    fitToContent();
+    hideFromTaskBars(winId());
+    setVisible(true);
+    raise();
+    activateWindow();
+    outsidePress_.setWatching(true);
+}
+
+void PanelWindow::close() {
+    outsidePress_.setWatching(false);
+    setVisible(false);
+}
+
+bool PanelWindow::wasJustClosed() const {
+    return closedAt_ != SteadyTime::min() && scheduler_.steadyNow() - closedAt_ < kSameClick;
+}
+
+void PanelWindow::closeFromOutside() {
+    if (!isVisible()) return;
+    closedAt_ = scheduler_.steadyNow();
+    close();
+}
+
+bool PanelWindow::event(QEvent* event) {
+    if (event->type() == QEvent::WindowDeactivate) {
+        scheduler_.post([self = QPointer(this)] {
+            if (self) self->leaveIfForsaken();
+        });
+    }
+    return QWidget::event(event);
+}
+
+// A menu or dialog of our own takes the focus without anybody having turned away.
+void PanelWindow::leaveIfForsaken() {
+    if (!QApplication::activeWindow() && !QApplication::activePopupWidget()) closeFromOutside();
+}
+
+bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == content_ && event->type() == QEvent::LayoutRequest && isVisible()) fitToContent();
+    return QWidget::eventFilter(watched, event);
+}
+
+void PanelWindow::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Escape) {
+        close();
+    } else {
+        QWidget::keyPressEvent(event);
+    }
+}
+
+void PanelWindow::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QPainterPath outline;
+    outline.addRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), kRadius, kRadius);
+    // Opaque to the edge: what lies below must not shine through beneath the hairline.
+    painter.fillPath(outline, palette().window());
+    painter.strokePath(outline, QPen(palette().mid().color(), 1));
+}
+
+void PanelWindow::chooseAnchor() {
+    anchor_ = iconPlace_();
+    const QPoint pointer = QCursor::pos();
+    const QScreen* screen = QGuiApplication::screenAt(anchor_.isEmpty() ? pointer : anchor_.center());
+    if (!screen) screen = QGuiApplication::primaryScreen();
+    available_ = screen->availableGeometry();
+    if (!anchor_.isEmpty()) return;
+    const QPoint middle = available_.center();
+    anchor_ = QRect(QPoint(pointer.x() < middle.x() ? available_.left() : available_.right(),
+                           pointer.y() < middle.y() ? available_.top() : available_.bottom()),
+                    QSize(1, 1));
+}
+
+void PanelWindow::fitToContent() {
+    if (!content_) return;
+    if (content_->layout()) content_->layout()->activate();
+    const int width = content_->sizeHint().width();
+    const int wanted = content_->hasHeightForWidth() ? content_->heightForWidth(width) : content_->sizeHint().height();
+    const int height = std::min(wanted, available_.height() - 2 * kGap);
+    scroll_.setVerticalScrollBarPolicy(wanted > height ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
+    const int bar = wanted > height ? scroll_.verticalScrollBar()->sizeHint().width() : 0;
+    const QSize size(width + bar, height);
+    setFixedSize(size);
+    move(placeFor(size));
+    if (!testAttribute(Qt::WA_TranslucentBackground)) {
+        QPainterPath outline;
+        outline.addRoundedRect(QRectF(QPointF(), QSizeF(size)), kRadius, kRadius);
+        setMask(QRegion(outline.toFillPolygon().toPolygon()));
+    } else {
+        clearMask();
+    }
+}
+
+QPoint PanelWindow::placeFor(QSize size) const {
+    const bool hangsDown = anchor_.center().y() <= available_.center().y();
+    const int x = anchor_.center().x() - size.width() / 2;
+    const int y = hangsDown ? anchor_.bottom() + kGap : anchor_.top() - kGap - size.height();
+    const QRect room = available_.adjusted(kGap, kGap, -kGap, -kGap);
+    return {std::clamp(x, room.left(), std::max(room.left(), room.right() + 1 - size.width())),
+            std::clamp(y, room.top(), std::max(room.top(), room.bottom() + 1 - size.height()))};
+}
+
+}  // namespace dravo::ui

@@ -1,0 +1,116 @@
+#include "ui/shell/tray_icon.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
+#include <QIcon>
+#include <QKeySequence>
+
+#include "ui/shell/tray_symbols.h"
+
+namespace dravo::ui {
+
+namespace {
+
+const QString kWatcher = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
+
+}  // namespace
+
+TrayIcon::TrayIcon(Scheduler& scheduler) : scheduler_(scheduler), traySelection_([this] { appear(); }) {
+    connect(&menu_, &QMenu::aboutToShow, this, [this] { fillMenu(); });
+    watchForNotifierHosts();
+}
+
+TrayIcon::~TrayIcon() = default;
+
+void TrayIcon::watchForNotifierHosts() {
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        lookForTraySelection();
+        return;
+    }
+    auto* const watcher = new QDBusServiceWatcher(kWatcher, bus, QDBusServiceWatcher::WatchForRegistration, this);
+    connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, [this] { askForNotifierHost(); });
+    bus.connect(kWatcher, kWatcherPath, kWatcher, QStringLiteral("StatusNotifierHostRegistered"), this,
+                SLOT(askForNotifierHost()));
+    askForNotifierHost();
+}
+
+void TrayIcon::askForNotifierHost() {
+    if (icon_) return;
+    auto question = QDBusMessage::createMethodCall(
+        kWatcher, kWatcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    question << kWatcher << QStringLiteral("IsStatusNotifierHostRegistered");
+    auto* const call = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
+    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
+        call->deleteLater();
+        const auto answer = call->reply().arguments();
+        const bool isThere = !answer.isEmpty() && answer.first().value<QDBusVariant>().variant().toBool();
+        if (isThere) {
+            appear();
+        } else {
+            lookForTraySelection();
+        }
+    });
+}
+
+void TrayIcon::lookForTraySelection() {
+    if (traySelection_.hasOwner()) appear();
+}
+
+void TrayIcon::appear() {
+    if (icon_) return;
+    icon_ = std::make_unique<QSystemTrayIcon>();
+    connect(icon_.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger) clicks_.deliver(Button::left);
+        if (reason == QSystemTrayIcon::MiddleClick) clicks_.deliver(Button::middle);
+    });
+    icon_->setIcon(symbol_);
+    icon_->setToolTip(toolTip_);
+    fillMenu();
+    icon_->setContextMenu(&menu_);
+    icon_->show();
+}
+
+void TrayIcon::setSymbol(Symbol symbol) {
+    symbol_ = trayIconOf(symbol);
+    if (!icon_) return;
+    icon_->setIcon(symbol_);
+    fillMenu();  // a host may show what it was told last
+}
+
+void TrayIcon::setToolTip(const std::string& toolTip) {
+    toolTip_ = QString::fromStdString(toolTip);
+    if (icon_) icon_->setToolTip(toolTip_);
+}
+
+void TrayIcon::setMenu(std::function<std::vector<MenuEntry>()> make) {
+    makeMenu_ = std::move(make);
+    fillMenu();
+}
+
+Subscription TrayIcon::onClick(std::function<void(Button)> callback) { return clicks_.add(std::move(callback)); }
+
+bool TrayIcon::isShown() const { return icon_ && QSystemTrayIcon::isSystemTrayAvailable(); }
+
+QRect TrayIcon::geometry() const { return icon_ ? icon_->geometry() : QRect(); }
+
+void TrayIcon::fillMenu() {
+    menu_.clear();
+    if (!makeMenu_) return;
+    for (const auto& entry : makeMenu_()) {
+        if (entry.title.empty()) {
+            menu_.addSeparator();
+            continue;
+        }
+        auto* const action = menu_.addAction(QString::fromStdString(entry.title));
+        if (entry.key != 0) action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key(entry.key - 'a' + Qt::Key_A)));
+        // A menu that is rebuilt by what its entry does must not do so below it.
+        connect(action, &QAction::triggered, this, [this, act = entry.action] { scheduler_.post(act); });
+    }
+}
+
+}  // namespace dravo::ui
