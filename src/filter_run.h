@@ -72,7 +72,7 @@ private:
     freedesktop::Bus systemBus_{loop_, loop_, freedesktop::Bus::Kind::system};
     freedesktop::LogindWakeSource wakeSource_{systemBus_, loop_, loop_};
     freedesktop::GeoclueLocationService locationService_{systemBus_, loop_, "dravo"};
-    freedesktop::DesktopNotifications notifications_{sessionBus_, loop_};
+    freedesktop::DesktopNotifications notifications_{sessionBus_, loop_, loop_};
     posix::ZoneTablePosition zones_;
     CustomPresetStore customPresets_{folder_.home};
     BreakNotifier breakNotifier_{notifications_};

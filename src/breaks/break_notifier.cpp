@@ -45,7 +45,8 @@ void BreakNotifier::requestAuthorization(std::function<void(bool)> done) {
 void BreakNotifier::ask(std::function<void(bool)> done) {
     service_.requestPermission(whileAlive(std::function([this, done = std::move(done)](Result<bool> answer) {
         const bool granted = answer && *answer;
-        authStatus_ = granted ? AuthStatus::granted : AuthStatus::denied;
+        const bool nobodyToAsk = !answer && answer.error().code == ErrorCode::NotFound;
+        authStatus_ = granted ? AuthStatus::granted : nobodyToAsk ? AuthStatus::unknown : AuthStatus::denied;
         done(granted);
     })));
 }

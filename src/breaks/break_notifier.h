@@ -24,7 +24,7 @@ public:
     [[nodiscard]] const Property<AuthStatus>& authStatus() const { return authStatus_; }
 
     /// Asks the person unless that has been decided before, sets `authStatus` and then calls `done` with whether
-    /// notifications are shown. An error counts as a refusal.
+    /// notifications are shown. An error counts as a refusal, unless there is nobody to ask.
     void requestAuthorization(std::function<void(bool)> done);
 
     /// Sets `authStatus` to what holds now; never asks the person.

@@ -32,7 +32,7 @@ public:
     virtual void permission(std::function<void(NotificationPermission)> answer) = 0;
 
     /// Asks the person for banners and sound, where the desktop has such a question, and answers with the decision.
-    /// Errors: any; the caller takes them for a refusal.
+    /// Errors: `NotFound`, there is nobody to ask, and it stays undetermined; the caller takes any other for a refusal.
     virtual void requestPermission(std::function<void(Result<bool>)> answer) = 0;
 
     /// Shows a notification of its own, which replaces no earlier one, also while the program's panel has the focus.

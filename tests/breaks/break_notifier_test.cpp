@@ -41,6 +41,7 @@ TEST_F(BreakNotifierTest, AsksAtMostOncePerUndecidedPermission) {
         {NotificationPermission::undetermined, true, 1, true, Status::granted},
         {NotificationPermission::undetermined, false, 1, false, Status::denied},
         {NotificationPermission::undetermined, Error{ErrorCode::Disconnected, "gone"}, 1, false, Status::denied},
+        {NotificationPermission::undetermined, Error{ErrorCode::NotFound, "nobody"}, 1, false, Status::unknown},
         {NotificationPermission::denied, true, 0, false, Status::denied},
         {NotificationPermission::authorised, false, 0, true, Status::granted},
         {NotificationPermission::provisional, false, 0, true, Status::granted},

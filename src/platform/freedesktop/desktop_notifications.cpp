@@ -3,13 +3,22 @@
 #include <cstring>
 #include <utility>
 
+#include "platform/posix/child_output.h"
+
 namespace dravo::freedesktop {
 
 namespace {
 
 constexpr const char* kService = "org.freedesktop.Notifications";
 constexpr const char* kPath = "/org/freedesktop/Notifications";
+constexpr const char* kGnomeSwitch =
+    "org.gnome.desktop.notifications.application:/org/gnome/desktop/notifications/application/dravo/";
 constexpr std::chrono::seconds kPatience{5};
+
+bool isGnome(sd_bus_message* serverInformation) {
+    const char* name = nullptr;
+    return sd_bus_message_read(serverInformation, "s", &name) > 0 && std::strcmp(name, "gnome-shell") == 0;
+}
 
 bool readsMarkup(sd_bus_message* capabilities) {
     bool found = false;
@@ -43,15 +52,37 @@ std::string escapedMarkup(std::string_view text) {
 }
 
 void DesktopNotifications::permission(std::function<void(NotificationPermission)> answer) {
-    ask("GetServerInformation", [answer = std::move(answer)](const Bus::Answer& server) {
-        answer(server ? NotificationPermission::authorised : NotificationPermission::undetermined);
+    ask("GetServerInformation", [this, answer = std::move(answer)](const Bus::Answer& server) {
+        if (!server) {
+            answer(NotificationPermission::undetermined);
+        } else if (isGnome(*server)) {
+            askGnome(answer);
+        } else {
+            answer(NotificationPermission::authorised);
+        }
     });
 }
 
 void DesktopNotifications::requestPermission(std::function<void(Result<bool>)> answer) {
-    ask("GetServerInformation", [answer = std::move(answer)](const Bus::Answer& server) {
-        answer(server ? Result<bool>(true) : Result<bool>(server.error()));
+    permission([answer = std::move(answer)](NotificationPermission permission) {
+        if (permission == NotificationPermission::undetermined) {
+            answer(Error{ErrorCode::NotFound, "there is no notification server"});
+        } else {
+            answer(permission == NotificationPermission::authorised);
+        }
     });
+}
+
+// GNOME keeps one switch for each program, by the name of its desktop entry; what it cannot tell is on.
+void DesktopNotifications::askGnome(std::function<void(NotificationPermission)> answer) {
+    const int number = ++lastNumber_;
+    pending_[number] =
+        posix::readChildOutput(watch_, scheduler_, {"gsettings", "get", kGnomeSwitch, "enable"}, kPatience,
+                               [this, number, answer = std::move(answer)](const Result<std::string>& text) {
+                                   const auto answered = pending_.extract(number);
+                                   const bool isOff = text && text->starts_with("false");
+                                   answer(isOff ? NotificationPermission::denied : NotificationPermission::authorised);
+                               });
 }
 
 void DesktopNotifications::post(const Notification& notification) {

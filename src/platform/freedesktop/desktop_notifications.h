@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/descriptor_watch.h"
 #include "base/scheduler.h"
 #include "breaks/notification_service.h"
 #include "platform/freedesktop/bus.h"
@@ -13,14 +14,15 @@ namespace dravo::freedesktop {
 
 /// Notifications through org.freedesktop.Notifications on the session bus.
 ///
-/// While a server answers, permission is authorised; without one it is undetermined, and a request for it fails. No
-/// desktop asks the person. A server is told whatever it may do with it: that the person switched this program's
-/// notifications off is not known here.
+/// While a server answers, permission is authorised, or denied where the server is GNOME's and the person has switched
+/// this program's notifications off there: the one desktop that tells. Without a server it is undetermined. No desktop
+/// asks the person. A server is told of every break, whatever it may do with it.
 ///
 /// Nothing is connected before the first call. Lifetime: what it is given outlives it.
 class DesktopNotifications final : public NotificationService {
 public:
-    DesktopNotifications(Bus& sessionBus, Scheduler& scheduler) : bus_(sessionBus), scheduler_(scheduler) {}
+    DesktopNotifications(Bus& sessionBus, Scheduler& scheduler, DescriptorWatch& watch)
+        : bus_(sessionBus), scheduler_(scheduler), watch_(watch) {}
 
     void permission(std::function<void(NotificationPermission)> answer) override;
     void requestPermission(std::function<void(Result<bool>)> answer) override;
@@ -29,10 +31,12 @@ public:
 private:
     /// Calls a method without arguments. An absent bus answers like an absent server, from the loop.
     void ask(const char* member, std::function<void(const Bus::Answer&)> onAnswer);
+    void askGnome(std::function<void(NotificationPermission)> answer);
     void notify(const Notification& notification, bool readsMarkup);
 
     Bus& bus_;
     Scheduler& scheduler_;
+    DescriptorWatch& watch_;
     std::map<int, Subscription> pending_;  ///< Calls whose answers are awaited, by number.
     std::map<int, Timer> refusals_;
     int lastNumber_ = 0;
