@@ -18,6 +18,7 @@
 #include "display/original_gamma_store.h"
 #include "filter/model/custom_preset_store.h"
 #include "filter_run.h"
+#include "platform/freedesktop/bus_control_client.h"
 #include "platform/pictures/picture_module.h"
 #include "platform/posix/instance_lock.h"
 #include "platform/posix/sd_event_loop.h"
@@ -41,23 +42,24 @@ void fillStandardDescriptors() {
 /// Another run of this user, known by the lock that it holds.
 class LockHolder : public cli::RunningInstance {
 public:
-    explicit LockHolder(const DataFolder& folder) : folder_(folder) {}
+    LockHolder(const DataFolder& folder, ControlClient& control) : folder_(folder), control_(control) {}
 
     Result<bool> switchOff() override {
         constexpr std::chrono::seconds kPatience{3};
         const auto answer = posix::InstanceLock::ask(folder_, SIGUSR1, kPatience);
         if (answer) return *answer == kIsOff;
-        if (answer.error().code == ErrorCode::NotFound) return false;
-        return answer.error();
+        if (answer.error().code != ErrorCode::NotFound) return answer.error();
+        // A run that could not make its lock is still on the bus.
+        const auto byBus = control_.switchOff();
+        if (byBus) return true;
+        return byBus.error().code == ErrorCode::NotFound ? Result<bool>(false) : byBus.error();
     }
 
-    /// A run that filters reads the person's presets and never writes them: the file is there for everybody.
-    Result<std::optional<std::vector<std::string>>> importPresets(const std::string&) override {
-        return std::optional<std::vector<std::string>>{};
-    }
+    bool isThere() override { return posix::InstanceLock::holder(folder_) > 0; }
 
 private:
     const DataFolder& folder_;
+    ControlClient& control_;
 };
 
 /// What the commands ask for, made when one of them does.
@@ -96,7 +98,9 @@ public:
                              }};
     }
 
-    cli::RunningInstance& runningInstance() { return instance_ ? *instance_ : instance_.emplace(folder()); }
+    cli::RunningInstance& runningInstance() { return instance_ ? *instance_ : instance_.emplace(folder(), control_); }
+
+    ControlClient& control() { return control_; }
 
     Result<OriginalGammaStore*> savedTables(DisplayServer& server) {
         OriginalGammaStore& saved = saved_.emplace(server, folder());
@@ -111,6 +115,7 @@ private:
     const DataFolder& folder() { return folder_ ? *folder_ : folder_.emplace(DataFolder::ofThisUser()); }
 
     std::optional<DataFolder> folder_;
+    freedesktop::BusControlClient control_;
     std::optional<LockHolder> instance_;
     std::optional<posix::InstanceLock> lock_;
     std::unique_ptr<DisplayServer> server_;
@@ -132,6 +137,7 @@ int runCommand(int argc, char** argv) {
         .presetStore = [&]() -> CustomPresetStore& { return world.presetStore(); },
         .timeZone = [&](std::optional<std::string_view> name) { return world.timeZone(name); },
         .now = [] { return posix::SdEventLoop().now(); },
+        .control = [&]() -> ControlClient& { return world.control(); },
         .runningInstance = [&]() -> cli::RunningInstance& { return world.runningInstance(); },
         .savedTables = [&](DisplayServer& server) { return world.savedTables(server); },
         .pictures = [] { return pictures::loadPictureModule(DRAVO_VERSION); },

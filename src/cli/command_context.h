@@ -14,6 +14,7 @@
 
 namespace dravo {
 
+class ControlClient;
 class CustomPresetStore;
 class OriginalGammaStore;
 
@@ -51,6 +52,9 @@ struct CommandContext {
     std::function<Result<TimeZone>(std::optional<std::string_view> name)> timeZone;
 
     std::function<WallTime()> now;
+
+    /// The way to ask the running Dravo, whether there is one or not.
+    std::function<ControlClient&()> control;
 
     /// Whoever filters already; one that never runs where nothing can.
     std::function<RunningInstance&()> runningInstance;

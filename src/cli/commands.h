@@ -7,6 +7,18 @@
 
 namespace dravo::cli {
 
+extern const Command kStatusCommand;
+extern const Command kToggleCommand;
+extern const Command kOnCommand;
+extern const Command kOffCommand;
+extern const Command kPauseCommand;
+extern const Command kResumeCommand;
+extern const Command kPresetCommand;
+extern const Command kSetCommand;
+extern const Command kScheduleCommand;
+extern const Command kLocationCommand;
+extern const Command kBreakCommand;
+extern const Command kQuitCommand;
 extern const Command kPresetsCommand;
 extern const Command kTableCommand;
 extern const Command kDisplaysCommand;

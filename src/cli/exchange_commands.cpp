@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <string>
 
+#include "app/control_client.h"
 #include "base/files.h"
 #include "cli/arguments.h"
 #include "cli/command_line.h"
@@ -25,6 +26,13 @@ ExitCode reportImport(CommandContext& context, const std::vector<std::string>& i
     return ExitCode::Ok;
 }
 
+/// Why the running Dravo's list, which is the one that counts, could not be reached; nothing if none runs.
+std::optional<std::string> whyNotByFile(const Error& error, CommandContext& context) {
+    if (error.code != ErrorCode::NotFound) return error.message;
+    if (!context.runningInstance().isThere()) return std::nullopt;
+    return "a running Dravo keeps the list and cannot be asked: " + error.message;
+}
+
 ExitCode runImport(const Arguments& arguments, CommandContext& context) {
     const std::string path(arguments.operands()[0]);
     const auto text = readFile(path, kLargestImport);
@@ -33,9 +41,10 @@ ExitCode runImport(const Arguments& arguments, CommandContext& context) {
     if (!incoming) {
         return fail(context, kImportCommand, ExitCode::FileTrouble, path + ": " + incoming.error().message);
     }
-    const auto byInstance = context.runningInstance().importPresets(*text);
-    if (!byInstance) return fail(context, kImportCommand, ExitCode::Refused, byInstance.error().message);
-    if (*byInstance) return reportImport(context, **byInstance);
+    const auto byInstance = context.control().importPresets(*text);
+    if (byInstance) return reportImport(context, *byInstance);
+    if (const auto reason = whyNotByFile(byInstance.error(), context))
+        return fail(context, kImportCommand, ExitCode::Refused, *reason);
     if (const auto adopted = context.presetStore().adopt(*incoming); !adopted) {
         return fail(context, kImportCommand, ExitCode::FileTrouble, adopted.error().message);
     }
@@ -45,6 +54,15 @@ ExitCode runImport(const Arguments& arguments, CommandContext& context) {
 }
 
 ExitCode runExport(const Arguments& arguments, CommandContext& context) {
+    const auto byInstance = context.control().exportPresets({arguments.operands().begin(), arguments.operands().end()});
+    if (byInstance) {
+        context.out.write(*byInstance + "\n");
+        return ExitCode::Ok;
+    }
+    if (byInstance.error().code == ErrorCode::InvalidInput)
+        return misused(context, kExportCommand, byInstance.error().message);
+    if (byInstance.error().code != ErrorCode::NotFound)
+        return fail(context, kExportCommand, ExitCode::Refused, byInstance.error().message);
     std::vector<FilterPreset> chosen;
     auto own = context.userPresets();
     for (const std::string_view id : arguments.operands()) {
@@ -69,7 +87,7 @@ const Command kImportCommand{
     .usages = kImportUsages,
     .description =
         "FILE holds one preset or an array of them. All are added or none; one with the id of a preset of\n"
-        "yours takes its place.",
+        "yours takes its place. A running Dravo adds them itself and shows them at once.",
     .leastOperands = 1,
     .mostOperands = 1,
     .run = runImport,

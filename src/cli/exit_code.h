@@ -8,7 +8,7 @@ enum class ExitCode {
     FileTrouble = 1,      ///< A file, or standard output, could not be read, understood or written.
     WrongUsage = 2,       ///< The command line makes no sense; nothing was done.
     NoDisplayServer = 3,  ///< No display server answered, or it went away.
-    Refused = 4,          ///< The display server is there and said no.
+    Refused = 4,          ///< The display server, or the running Dravo, is there and said no.
     NoInstance = 5,       ///< The command needs a running Dravo and there is none.
 };
 

@@ -52,7 +52,7 @@ std::string programHelp() {
                                               {"1", "a file, or the output, could not be read or written"},
                                               {"2", "wrong usage; nothing was done"},
                                               {"3", "no display server, or it went away"},
-                                              {"4", "the display server refused"},
+                                              {"4", "the display server, or the running Dravo, refused"},
                                               {"5", "no running Dravo to ask"}});
     return result + "\n'dravo COMMAND --help' says more about a command.\n";
 }

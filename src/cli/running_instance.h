@@ -1,9 +1,5 @@
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "base/result.h"
 
 namespace dravo::cli {
@@ -19,10 +15,8 @@ public:
     /// Errors: `Busy` (one runs and does not do it), `Disconnected` (it went away meanwhile).
     [[nodiscard]] virtual Result<bool> switchOff() = 0;
 
-    /// Hands it the text of a file of presets for its own list, which is the one that counts while it runs, and
-    /// returns their ids. Nothing if none runs.
-    /// Errors: as above, or its own refusal.
-    [[nodiscard]] virtual Result<std::optional<std::vector<std::string>>> importPresets(const std::string& text) = 0;
+    /// Whether one runs, also where nothing can be asked of it.
+    [[nodiscard]] virtual bool isThere() = 0;
 };
 
 }  // namespace dravo::cli

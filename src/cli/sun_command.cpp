@@ -37,10 +37,6 @@ WallTime noonOf(const std::chrono::year_month_day& date, const Calendar& calenda
                              static_cast<int>(static_cast<unsigned>(date.day())), 12, 0, 0});
 }
 
-std::string twoDigits(int number) { return (number < 10 ? "0" : "") + std::to_string(number); }
-
-std::string clockText(int minutes) { return twoDigits(minutes / 60) + ":" + twoDigits(minutes % 60); }
-
 std::string sunJson(const std::optional<SolarTimes>& times, const std::optional<ScheduleWindow>& window) {
     if (!times || !window) return "null\n";
     return R"({"sunrise":")" + utcText(times->sunrise) + R"(","sunset":")" + utcText(times->sunset) +

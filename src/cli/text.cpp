@@ -53,6 +53,23 @@ std::string fixed(double value, int decimals) {
     return std::string(buffer.data(), end);
 }
 
+std::string twoDigits(int number) { return (number < 10 ? "0" : "") + std::to_string(number); }
+
+std::string clockText(int minutes) { return twoDigits(minutes / 60) + ":" + twoDigits(minutes % 60); }
+
+std::optional<int> parseClock(std::string_view text) {
+    const std::size_t colon = text.find(':');
+    if (colon == 0 || colon > 2 || text.size() != colon + 3) return std::nullopt;
+    int parts[2] = {};
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (i == colon) continue;
+        if (text[i] < '0' || text[i] > '9') return std::nullopt;
+        int& part = parts[i > colon ? 1 : 0];
+        part = part * 10 + (text[i] - '0');
+    }
+    return parts[0] < 24 && parts[1] < 60 ? std::optional(parts[0] * 60 + parts[1]) : std::nullopt;
+}
+
 std::string quoted(std::string_view text) {
     constexpr std::size_t kLongest = 200;
     std::string result = "'";

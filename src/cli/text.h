@@ -13,6 +13,15 @@ namespace dravo::cli {
 /// `value` with exactly `decimals` digits after the point, whatever the locale.
 [[nodiscard]] std::string fixed(double value, int decimals);
 
+/// 7 as "07". REQUIRES: not negative.
+[[nodiscard]] std::string twoDigits(int number);
+
+/// Minutes of the day as "20:05".
+[[nodiscard]] std::string clockText(int minutes);
+
+/// "20:05", or "7:30", as minutes of the day.
+[[nodiscard]] std::optional<int> parseClock(std::string_view text);
+
 /// `text` in single quotes, control characters replaced: whatever a person typed, the message stays one line.
 [[nodiscard]] std::string quoted(std::string_view text);
 

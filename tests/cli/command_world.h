@@ -9,6 +9,7 @@
 
 #include "cli/command_context.h"
 #include "cli/command_line.h"
+#include "cli/fake_control_client.h"
 #include "cli/running_instance.h"
 #include "display/original_gamma_store.h"
 #include "filter/model/custom_preset_store.h"
@@ -32,6 +33,7 @@ public:
     bool hasDisplayServer = true;
     std::vector<FilterPreset> ownPresets;
     Result<bool> runningInstanceSays = false;
+    FakeControlClient control;
     TemporaryFolder folder;
     FixedOffsetCalendar calendar{std::chrono::hours(1)};
     WallTime now{};
@@ -55,6 +57,7 @@ public:
                 return cli::TimeZone{calendar, []() -> Result<Position> { return Position{51.5, -0.13}; }};
             },
             .now = [this] { return now; },
+            .control = [this]() -> ControlClient& { return control; },
             .runningInstance = [this]() -> cli::RunningInstance& { return instance_; },
             .savedTables = [this](DisplayServer& server) -> Result<OriginalGammaStore*> {
                 return &saved_.emplace(server, dataFolder());
@@ -86,10 +89,7 @@ private:
     struct Instance : cli::RunningInstance {
         explicit Instance(CommandWorld& owner) : world(owner) {}
         Result<bool> switchOff() override { return world.runningInstanceSays; }
-        Result<std::optional<std::vector<std::string>>> importPresets(const std::string&) override {
-            if (!world.runningInstanceSays) return world.runningInstanceSays.error();
-            return *world.runningInstanceSays ? std::optional<std::vector<std::string>>{{"BY-INSTANCE"}} : std::nullopt;
-        }
+        bool isThere() override { return !world.runningInstanceSays || *world.runningInstanceSays; }
         CommandWorld& world;
     };
 

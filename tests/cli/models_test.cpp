@@ -81,9 +81,16 @@ TEST_F(ExchangeCommandsTest, ImportsAllOrNothing) {
 
 TEST_F(ExchangeCommandsTest, LeavesTheFileToARunningInstance) {
     const std::string file = save(*encodePreset(preset("A")));
-    world.runningInstanceSays = true;
+    world.control.failure.reset();
     EXPECT_EQ(world.run({"import", file}).out, "Imported 1 preset: BY-INSTANCE\n");
-    world.runningInstanceSays = Error{ErrorCode::Busy, "it does not answer"};
+    EXPECT_EQ(world.run({"export", "B"}).out, "[]\n");
+    EXPECT_EQ(world.control.calls, (std::vector<std::string>{"import", "export 1"}));
+    world.control.failure = Error{ErrorCode::Busy, "it does not answer"};
+    EXPECT_EQ(world.run({"import", file}).code, ExitCode::Refused);
+    EXPECT_EQ(world.run({"export"}).code, ExitCode::Refused);
+    // One that runs and cannot be reached would write its own list over the file.
+    world.control.failure = Error{ErrorCode::NotFound, "there is no session bus"};
+    world.runningInstanceSays = true;
     EXPECT_EQ(world.run({"import", file}).code, ExitCode::Refused);
     EXPECT_TRUE(stored().empty());
 }

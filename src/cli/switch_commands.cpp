@@ -1,0 +1,63 @@
+#include "cli/commands.h"
+#include "cli/running_control.h"
+
+namespace dravo::cli {
+
+namespace {
+
+/// A command that is one call without arguments.
+template <const Command& command, Result<void> (ControlClient::*operation)()>
+ExitCode runCall(const Arguments& arguments, CommandContext& context) {
+    return finishControl(command, arguments, context, (context.control().*operation)());
+}
+
+constexpr const char* kPlainUsages[] = {"[--json]"};
+constexpr const char* kQuitUsages[] = {""};
+constexpr Option kPlainOptions[] = {kStateJsonOption};
+
+}  // namespace
+
+const Command kToggleCommand{
+    .name = "toggle",
+    .summary = "Switch the filter on or off",
+    .usages = kPlainUsages,
+    .description = "Holds until the schedule's next change, as 'on' and 'off' do.",
+    .options = kPlainOptions,
+    .run = runCall<kToggleCommand, &ControlClient::toggle>,
+};
+
+const Command kOnCommand{
+    .name = "on",
+    .summary = "Switch the filter on",
+    .usages = kPlainUsages,
+    .options = kPlainOptions,
+    .run = runCall<kOnCommand, &ControlClient::switchOn>,
+};
+
+const Command kOffCommand{
+    .name = "off",
+    .summary = "Switch the filter off",
+    .usages = kPlainUsages,
+    .description = "In a pause it drops the pause, and the filter stays off.",
+    .options = kPlainOptions,
+    .run = runCall<kOffCommand, &ControlClient::switchOff>,
+};
+
+const Command kResumeCommand{
+    .name = "resume",
+    .summary = "End a pause",
+    .usages = kPlainUsages,
+    .description = "Without a pause it changes nothing.",
+    .options = kPlainOptions,
+    .run = runCall<kResumeCommand, &ControlClient::resume>,
+};
+
+const Command kQuitCommand{
+    .name = "quit",
+    .summary = "End the running Dravo",
+    .usages = kQuitUsages,
+    .description = "Every display gets its own table back.",
+    .run = runCall<kQuitCommand, &ControlClient::quit>,
+};
+
+}  // namespace dravo::cli

@@ -1,0 +1,229 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "cli/command_world.h"
+#include "cli/commands.h"
+
+namespace dravo::testing {
+namespace {
+
+using cli::ExitCode;
+using namespace std::chrono_literals;
+
+/// 19:30 in the zone of these tests, an hour ahead of UTC.
+constexpr WallTime kEvening = std::chrono::sys_days{std::chrono::year{2026} / 11 / 22} + 18h + 30min;
+
+ControlState filtering() {
+    ControlState state;
+    state.isEnabled = true;
+    state.preset = "fl41";
+    state.intensity = 0.6;
+    state.contrast = -0.25;
+    state.isEdited = true;
+    state.melanopicReduction = 43.25;
+    state.schedule = {true, ScheduleMode::customTimes, 20 * 60, 7 * 60 + 5};
+    state.nextChange = {kEvening + 12h, false};
+    state.breaks = {true, 20, 754, 0};
+    state.location = {LocationSource::zone, "available", 52.5, -13.25};
+    state.displays = {{DisplayId{7}, "DP-1", 1024, ""}, {DisplayId{8}, "DP-2", 0, "It has no table."}};
+    return state;
+}
+
+class ControlCommandsTest : public ::testing::Test {
+protected:
+    void runs() {
+        world.control.failure.reset();
+        world.control.states = {filtering()};
+        world.now = kEvening;
+    }
+    CommandWorld world;
+};
+
+TEST_F(ControlCommandsTest, AskForExactlyWhatTheCommandLineSaysAndKeepSilent) {
+    runs();
+    const auto untilMinute = [](WallTime end) {
+        return "pause until " + std::to_string(end.time_since_epoch() / 1min);
+    };
+    const struct {
+        std::vector<std::string> words;
+        std::string call;
+    } cases[] = {
+        {{"toggle"}, "toggle"},
+        {{"on"}, "on"},
+        {{"off"}, "off"},
+        {{"resume"}, "resume"},
+        {{"quit"}, "quit"},
+        {{"pause"}, "pause 3600"},
+        {{"pause", "15m"}, "pause 900"},
+        {{"pause", "1h30m"}, "pause 5400"},
+        {{"pause", "1d2h3m4s"}, "pause 93784"},
+        {{"pause", "366d"}, "pause 31622400"},
+        {{"pause", "morning"}, "pause morning"},
+        {{"pause", "19:31"}, untilMinute(kEvening + 1min)},
+        {{"pause", "19:30"}, untilMinute(kEvening + 24h)},
+        {{"pause", "7:05"}, untilMinute(kEvening + 11h + 35min)},
+        {{"preset", "rose"}, "preset rose"},
+        {{"set", "intensity=0.6", "dimming=.1"}, "set 0.6 0.1 - -"},
+        {{"set", "black-point=0.2", "contrast=-0.5", "contrast=+0.5"}, "set - - 0.2 0.5"},
+        {{"set", "blackPoint=0"}, "set - - 0 -"},
+        {{"schedule", "off"}, "schedule 0 - - -"},
+        {{"schedule", "sun"}, "schedule 1 sunsetToSunrise - -"},
+        {{"schedule", "20:00-7:05"}, "schedule 1 customTimes 1200 425"},
+        {{"location", "-33.9", "18.4"}, "location typed -33.9 18.4"},
+        {{"location", "40.7", "-.5"}, "location typed 40.7 -0.5"},
+        {{"location", "zone"}, "location zone"},
+        {{"location", "service"}, "location service"},
+        {{"break", "on"}, "breaks 1 -"},
+        {{"break", "off"}, "breaks 0 -"},
+        {{"break", "45"}, "breaks 1 45"},
+        {{"break", "done"}, "dismiss"},
+    };
+    for (const auto& [words, call] : cases) {
+        world.control.calls.clear();
+        const Outcome outcome = world.run(words);
+        EXPECT_EQ(outcome.code, ExitCode::Ok) << call << outcome.err;
+        EXPECT_EQ(world.control.calls, std::vector{call});
+        EXPECT_EQ(outcome.out + outcome.err, "") << call;
+    }
+}
+
+TEST_F(ControlCommandsTest, RefuseWhatMakesNoSenseBeforeAskingAnybody) {
+    runs();
+    const struct {
+        std::vector<std::string> words;
+        std::string says;
+    } cases[] = {
+        {{"pause", "20"}, "not '20'"},
+        {{"pause", "24:00"}, "not '24:00'"},
+        {{"pause", "30m1h"}, "not '30m1h'"},
+        {{"pause", "h"}, "not 'h'"},
+        {{"pause", "99999999999h"}, "not '99999999999h'"},
+        {{"pause", "0s"}, "a pause lasts from one second to 366 days"},
+        {{"pause", "367d"}, "a pause lasts from one second to 366 days"},
+        {{"preset", "nothing"}, "no preset has the id \"nothing\""},
+        {{"set"}, "an argument is missing"},
+        {{"set", "intensity"}, "adjustments are given as intensity=0.6, not 'intensity'"},
+        {{"set", "gamma=1"}, "nothing to adjust is called 'gamma'"},
+        {{"set", "intensity=1", "dimming=0.81"}, "dimming lies from 0 to 0.8"},
+        {{"set", "contrast=-0.51"}, "contrast lies from -0.5 to 0.5"},
+        {{"set", "intensity=nan"}, "this is no number: 'intensity=nan'"},
+        {{"set", "intensity=60%"}, "this is no number: 'intensity=60%'"},
+        {{"schedule", "20:00"}, "not '20:00'"},
+        {{"schedule", "20:00-25:00"}, "not '20:00-25:00'"},
+        {{"location", "90.1", "0"}, "90"},
+        {{"location", "0", "-180.1"}, "180"},
+        {{"location", "0", "inf"}, "this is no number of degrees: 'inf'"},
+        {{"location", "typed"}, "not 'typed'"},
+        {{"break", "25"}, "not '25'"},
+        {{"toggle", "now"}, "too many arguments"},
+    };
+    for (const auto& [words, says] : cases) {
+        const Outcome outcome = world.run(words);
+        EXPECT_EQ(outcome.code, ExitCode::WrongUsage) << says;
+        EXPECT_NE(outcome.err.find(says), std::string::npos) << outcome.err;
+        EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 1) << outcome.err;
+    }
+    EXPECT_TRUE(world.control.calls.empty()) << world.control.calls.front();
+}
+
+TEST_F(ControlCommandsTest, SayWhyNobodyAnsweredOrWhatWasRefused) {
+    const std::vector<std::vector<std::string>> all{
+        {"status"},
+        {"status", "--follow"},
+        {"toggle"},
+        {"on"},
+        {"off"},
+        {"pause"},
+        {"pause", "1h"},
+        {"resume"},
+        {"preset"},
+        {"preset", "a"},
+        {"set", "dimming=0"},
+        {"schedule"},
+        {"schedule", "off"},
+        {"location"},
+        {"location", "zone"},
+        {"break"},
+        {"break", "on"},
+        {"quit"},
+    };
+    for (const auto& words : all) {
+        world.control.failure = Error{ErrorCode::NotFound, "Dravo is not running"};
+        const Outcome outcome = world.run(words);
+        EXPECT_EQ(outcome.code, ExitCode::NoInstance) << words[0];
+        EXPECT_EQ(outcome.err, "dravo " + words[0] + ": Dravo is not running\n");
+        world.control.failure = Error{ErrorCode::Busy, "Dravo is running and does not answer"};
+        EXPECT_EQ(world.run(words).code, ExitCode::Refused) << words[0];
+    }
+    world.control.failure = Error{ErrorCode::InvalidInput, "the filter is off; there is nothing to pause"};
+    EXPECT_EQ(world.run({"pause"}).code, ExitCode::Refused);
+}
+
+TEST_F(ControlCommandsTest, ShowTheStateToAPerson) {
+    runs();
+    EXPECT_EQ(world.run({"status"}).out,
+              "Filter           on\n"
+              "Preset           fl41 (edited)\n"
+              "Intensity        0.60\n"
+              "Dimming          0.00\n"
+              "Black point      0.00\n"
+              "Contrast         -0.25\n"
+              "Melanopic light  reduced by 43%\n"
+              "Schedule         20:00-07:05\n"
+              "Next change      off at 2026-11-23 07:30\n"
+              "Breaks           every 20 minutes, next in 12:34\n"
+              "Display          DP-1 ready\n"
+              "Display          DP-2 unsupported: It has no table.\n");
+    EXPECT_EQ(world.run({"preset"}).out, "fl41\n");
+    EXPECT_EQ(world.run({"schedule"}).out, "20:00-07:05\n");
+    EXPECT_EQ(world.run({"location"}).out, "52.5 -13.25 (approximate, from the time zone)\n");
+    EXPECT_EQ(world.run({"break"}).out, "every 20 minutes, next in 12:34\n");
+
+    auto& state = world.control.states.front();
+    state.isEnabled = false;
+    state.pausedUntil = kEvening + 90min;
+    state.schedule.mode = ScheduleMode::sunsetToSunrise;
+    state.location = {LocationSource::service, "denied", {}, {}};
+    state.breaks.breakSecondsLeft = 7;
+    const std::string paused = world.run({"status"}).out;
+    EXPECT_NE(paused.find("paused until 21:00\n"), std::string::npos) << paused;
+    EXPECT_NE(paused.find("Schedule         sun\n"), std::string::npos) << paused;
+    EXPECT_NE(paused.find("Location         unknown (location service, which gives no position)\n"), std::string::npos)
+        << paused;
+    EXPECT_NE(paused.find("Breaks           rest now, 7 s\n"), std::string::npos) << paused;
+}
+
+TEST_F(ControlCommandsTest, ShowTheStateToAProgram) {
+    runs();
+    const std::string json = controlStateJson(filtering()) + "\n";
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+             {"status", "--json"}, {"toggle", "--json"}, {"set", "--json", "dimming=0"}, {"preset", "--json"}}) {
+        EXPECT_EQ(world.run(words).out, json) << words[0];
+    }
+    EXPECT_EQ(world.run({"location", "--json"}).out,
+              R"({"source":"zone","status":"available","latitude":52.5,"longitude":-13.25})"
+              "\n");
+    world.control.states.front().location = {};
+    EXPECT_EQ(world.run({"location", "service", "--json"}).out,
+              R"({"source":"service","status":"idle","latitude":null,"longitude":null})"
+              "\n");
+}
+
+TEST_F(ControlCommandsTest, FollowPrintsALineForEachChangeButNoneForACountdown) {
+    runs();
+    ControlState later = filtering();
+    later.breaks.secondsRemaining = 700;
+    ControlState off = later;
+    off.isEnabled = false;
+    world.control.states = {filtering(), later, off};
+    EXPECT_EQ(world.run({"status", "--follow", "--json"}).out,
+              controlStateJson(filtering()) + "\n" + controlStateJson(off) + "\n");
+    const std::string lines = world.run({"status", "--follow"}).out;
+    EXPECT_EQ(std::ranges::count(lines, '\n'), 2) << lines;
+    EXPECT_TRUE(lines.starts_with("filter on; preset fl41 (edited); intensity 0.60; ")) << lines;
+    EXPECT_NE(lines.find("\nfilter off; "), std::string::npos) << lines;
+}
+
+}  // namespace
+}  // namespace dravo::testing
