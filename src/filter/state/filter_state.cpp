@@ -89,6 +89,7 @@ void FilterState::restoreInitialState() {
 void FilterState::startHousekeeping() {
     housekeepingTimer_ = parts_.scheduler.every(kHousekeepingPeriod, [this] { refreshState(); });
     subscriptions_.push_back(parts_.wakeSource.onWake([this] { refreshState(); }));
+    subscriptions_.push_back(parts_.calendar.onZoneChange([this] { refreshState(); }));
 }
 
 void FilterState::onPresetAssigned(const FilterPreset& preset) {
@@ -118,15 +119,16 @@ void FilterState::onOutsideEdit(const DefaultsKeys& keys) {
         suppressPresetSync_ = false;
         nextApplyAnimated_ = true;
     }
+    // Read now: switching on by hand would end a pause that the same edit begins.
+    const auto pauseEnd = preferences.pausedUntil();
+    if (isEdited({kFilterEnabled})) preferences.filterEnabled() ? turnOn() : turnOff();
     if (isEdited({kPausedUntil})) {
-        const auto end = preferences.pausedUntil();
-        if (end && *end > parts_.scheduler.now()) {
-            pause(*end);
+        if (pauseEnd && *pauseEnd > parts_.scheduler.now()) {
+            pause(*pauseEnd);
         } else if (pausedUntil.get()) {
             resume();
         }
     }
-    if (isEdited({kFilterEnabled})) preferences.filterEnabled() ? turnOn() : turnOff();
     if (isEdited({kScheduleEnabled, kScheduleMode, kScheduleStartMinutes, kScheduleEndMinutes})) refreshState();
 }
 

@@ -23,7 +23,7 @@ namespace dravo {
 /// What the controller works with; all of it outlives the controller.
 struct FilterStateParts {
     Scheduler& scheduler;
-    const Calendar& calendar;
+    Calendar& calendar;
     PreferencesStore& preferences;
     CustomPresetStore& customPresetStore;
     BreakTimer& breakTimer;
@@ -37,9 +37,9 @@ struct FilterStateParts {
 /// The single owner of what the screen shows: the selected preset, the four live adjustments, on or off, and the pause.
 ///
 /// Turns every change into at most one new table, stores the adjustments, restores everything at construction, and
-/// looks at the pause's end and the schedule every 30 seconds and after a wake. Views and control from outside write
-/// `selectedPreset` and the adjustments directly; `isEnabled` and `pausedUntil` change only through the operations. A
-/// person's edit of the settings file counts like the same change made in the panel.
+/// looks at the pause's end and the schedule every 30 seconds, after a wake and after a change of time zone. Views and
+/// control from outside write `selectedPreset` and the adjustments directly; `isEnabled` and `pausedUntil` change only
+/// through the operations. A person's edit of the settings file counts like the same change made in the panel.
 ///
 /// Thread: main thread.
 class FilterState {
