@@ -16,9 +16,11 @@ _dravo() {
     else
         usage=$("$program" help "$command" 2>/dev/null | sed -n '/^$/q;p')
         case $usage in
-            *PRESET*) words=$("$program" presets 2>/dev/null | awk '{ print $1 }') ;;
+            *PRESET* | *'[ID]'*) words=$("$program" presets 2>/dev/null | awk '{ print $1 }') ;;
             *COMMAND*) words=$("$program" help | awk '/^Commands:/ { on = 1; next } /^$/ { on = 0 } on { print $1 }') ;;
         esac
+        words+=" $(sed 's/^.*dravo [a-z]*//' <<<"$usage" | tr '[]| ' '\n' |
+            sed -n 's/^\([a-z0-9][a-z0-9-]*=\{0,1\}\)X\{0,1\}$/\1/p')"
         case $usage in
             *PRESET* | *FILE* | *OUT.png*)
                 compopt -o filenames 2>/dev/null
@@ -30,6 +32,8 @@ _dravo() {
     while read -r match; do
         COMPREPLY+=("$match")
     done < <(compgen -W "$words" -- "$word")
+    [[ ${COMPREPLY[*]} == *= ]] && compopt -o nospace 2>/dev/null
+    return 0
 }
 
 complete -F _dravo dravo

@@ -25,6 +25,11 @@ function __dravo_takes --description 'Whether the command on the line takes that
     test -n "$command"; and dravo help $command 2>/dev/null | sed -n '/^$/q;p' | string match --quiet --regex -- $argv[1]
 end
 
+function __dravo_values --description 'The words that the command on the line takes as they are'
+    dravo help (__dravo_command) 2>/dev/null | sed -n '/^$/q;s/^.*dravo [a-z]*//p' | tr '[]| ' '\n' |
+        sed -n 's/^\([a-z0-9][a-z0-9-]*=\{0,1\}\)X\{0,1\}$/\1/p'
+end
+
 function __dravo_is_option
     test -n (__dravo_command)""; and string match --quiet -- '-*' (commandline --current-token)
 end
@@ -36,5 +41,6 @@ complete -c dravo -n 'test -z (__dravo_command)""' -l help -d 'Show the help'
 complete -c dravo -n 'test -z (__dravo_command)""' -l version -d 'Show the version'
 complete -c dravo -n __dravo_is_option -a '(__dravo_options)'
 complete -c dravo -n '__dravo_takes COMMAND' -a '(__dravo_commands)'
-complete -c dravo -n '__dravo_takes PRESET' -a '(dravo presets 2>/dev/null | awk "{ print \$1 }")'
+complete -c dravo -n 'test -n (__dravo_command)""' -a '(__dravo_values)'
+complete -c dravo -n '__dravo_takes "PRESET|\[ID\]"' -a '(dravo presets 2>/dev/null | awk "{ print \$1 }")'
 complete -c dravo -n '__dravo_takes "PRESET|FILE|OUT.png"' --force-files

@@ -52,7 +52,7 @@ ExitCode runSet(const Arguments& arguments, CommandContext& context) {
     return finishControl(kSetCommand, arguments, context, context.control().setAdjustments(*change));
 }
 
-constexpr const char* kPresetUsages[] = {"[PRESET] [--json]"};
+constexpr const char* kPresetUsages[] = {"[ID] [--json]"};
 constexpr const char* kSetUsages[] = {"[intensity=X] [dimming=X] [black-point=X] [contrast=X] [--json]"};
 constexpr Option kStateOptions[] = {kStateJsonOption};
 constexpr std::size_t kMostAdjustments = 16;
@@ -63,7 +63,7 @@ const Command kPresetCommand{
     .name = "preset",
     .summary = "Select a preset, or show which one is",
     .usages = kPresetUsages,
-    .description = "PRESET is an id that 'dravo presets' lists. Its own adjustments come with it.",
+    .description = "ID is one that 'dravo presets' lists. Its own adjustments come with it.",
     .options = kStateOptions,
     .mostOperands = 1,
     .run = runPreset,

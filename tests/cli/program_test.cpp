@@ -178,6 +178,10 @@ TEST_F(ProgramTest, CompletesCommandsOptionsAndPresetsInBash) {
     }
     EXPECT_EQ(offered({"table", "--json", "notch"}), "\nnotch480\n");
     EXPECT_EQ(offered({"help", "rest"}), "\nrestore\n");
+    EXPECT_EQ(offered({"preset", "notch"}), "\nnotch480\n");
+    EXPECT_EQ(offered({"pause", ""}), "\n15m\n1h\nmorning\n");
+    EXPECT_EQ(offered({"break", "o"}), "\non\noff\n");
+    EXPECT_EQ(offered({"set", "b"}), "\nblack-point=\n");
 }
 
 TEST_F(ProgramTest, PreviewsAPictureExactlyAsTheTableSaysAndKeepsAlpha) {
