@@ -7,6 +7,7 @@
 #include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <regex>
 
 #include "cli/commands.h"
 #include "display/gamma_table.h"
@@ -182,6 +183,20 @@ TEST_F(ProgramTest, CompletesCommandsOptionsAndPresetsInBash) {
     EXPECT_EQ(offered({"pause", ""}), "\n15m\n1h\nmorning\n");
     EXPECT_EQ(offered({"break", "o"}), "\non\noff\n");
     EXPECT_EQ(offered({"set", "b"}), "\nblack-point=\n");
+}
+
+TEST(ManualTest, NamesEveryCommandAndOption) {
+    std::string manual = contentOf(DRAVO_MANUAL);
+    std::erase(manual, '\\');
+    const std::size_t begin = manual.find(".SH COMMANDS");
+    const std::string commands = manual.substr(begin, manual.find(".SH SIGNALS") - begin);
+    for (const cli::Command* const command : cli::commands()) {
+        const std::regex name(std::string("\\n\\.B[RI]? [^\\n]*\\b") + command->name + "\\b");
+        EXPECT_TRUE(std::regex_search(commands, name)) << command->name;
+        for (const cli::Option& option : command->options) {
+            EXPECT_NE(commands.find(std::string("--") + option.name), std::string::npos) << option.name;
+        }
+    }
 }
 
 TEST_F(ProgramTest, PreviewsAPictureExactlyAsTheTableSaysAndKeepsAlpha) {
