@@ -8,7 +8,7 @@ _dravo() {
         [[ ${COMP_WORDS[i]} == -* ]] || { command=${COMP_WORDS[i]} && break; }
     done
     if [[ -z $command ]]; then
-        words="--headless --help --version $("$program" help 2>/dev/null |
+        words="--autostart --headless --help --version $("$program" help 2>/dev/null |
             awk '/^Commands:/ { on = 1; next } /^$/ { on = 0 } on { print $1 }')"
     elif [[ $word == -* ]]; then
         words=$("$program" help "$command" 2>/dev/null |
@@ -19,7 +19,7 @@ _dravo() {
             *PRESET* | *'[ID]'*) words=$("$program" presets 2>/dev/null | awk '{ print $1 }') ;;
             *COMMAND*) words=$("$program" help | awk '/^Commands:/ { on = 1; next } /^$/ { on = 0 } on { print $1 }') ;;
         esac
-        words+=" $(sed 's/^.*dravo [a-z]*//' <<<"$usage" | tr '[]| ' '\n' |
+        words+=" $(printf '%s\n' "$usage" | sed 's/^.*dravo [a-z]*//' | tr '[]| ' '\n' |
             sed -n 's/^\([a-z0-9][a-z0-9-]*=\{0,1\}\)X\{0,1\}$/\1/p')"
         case $usage in
             *PRESET* | *FILE* | *OUT.png*)

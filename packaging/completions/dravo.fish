@@ -36,6 +36,7 @@ end
 
 complete -c dravo --no-files
 complete -c dravo -n 'test -z (__dravo_command)""' -a '(__dravo_commands)'
+complete -c dravo -n 'test -z (__dravo_command)""' -l autostart -d 'Filter in the background, for a start at login'
 complete -c dravo -n 'test -z (__dravo_command)""' -l headless -d 'Filter in the foreground, without any window'
 complete -c dravo -n 'test -z (__dravo_command)""' -l help -d 'Show the help'
 complete -c dravo -n 'test -z (__dravo_command)""' -l version -d 'Show the version'
