@@ -1,6 +1,9 @@
 // The composition root: the only place that knows everybody.
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <csignal>
@@ -12,6 +15,7 @@
 
 #include "base/data_folder.h"
 #include "base/report.h"
+#include "base/unique_fd.h"
 #include "cli/command_context.h"
 #include "cli/command_line.h"
 #include "cli/running_instance.h"
@@ -53,6 +57,22 @@ public:
         const auto byBus = control_.switchOff();
         if (byBus) return true;
         return byBus.error().code == ErrorCode::NotFound ? Result<bool>(false) : byBus.error();
+    }
+
+    Result<void> quit() override {
+        const pid_t holder = posix::InstanceLock::holder(folder_);
+        // Can be read once that process has ended.
+        const UniqueFd process(holder > 0 ? static_cast<int>(::syscall(SYS_pidfd_open, holder, 0)) : -1);
+        if (const auto asked = control_.quit(); !asked) {
+            if (asked.error().code != ErrorCode::NotFound || !process) return asked;
+            // Without a bus it still hears the signal.
+            if (::kill(holder, SIGUSR2) != 0) return asked;
+        }
+        constexpr int kPatience = 5000;
+        pollfd end{process.get(), POLLIN, 0};
+        if (process && ::poll(&end, 1, kPatience) == 0)
+            return Error{ErrorCode::Busy, "Dravo has been asked to end and does not"};
+        return {};
     }
 
     bool isThere() override { return posix::InstanceLock::holder(folder_) > 0; }

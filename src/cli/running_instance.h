@@ -15,6 +15,10 @@ public:
     /// Errors: `Busy` (one runs and does not do it), `Disconnected` (it went away meanwhile).
     [[nodiscard]] virtual Result<bool> switchOff() = 0;
 
+    /// Asks it to quit, and waits until it has ended.
+    /// Errors: `NotFound` (none runs), `Busy` (one runs and does not end), or its own refusal.
+    [[nodiscard]] virtual Result<void> quit() = 0;
+
     /// Whether one runs, also where nothing can be asked of it.
     [[nodiscard]] virtual bool isThere() = 0;
 };

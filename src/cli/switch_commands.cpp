@@ -1,5 +1,6 @@
 #include "cli/commands.h"
 #include "cli/running_control.h"
+#include "cli/running_instance.h"
 
 namespace dravo::cli {
 
@@ -9,6 +10,10 @@ namespace {
 template <const Command& command, Result<void> (ControlClient::*operation)()>
 ExitCode runCall(const Arguments& arguments, CommandContext& context) {
     return finishControl(command, arguments, context, (context.control().*operation)());
+}
+
+ExitCode runQuit(const Arguments& arguments, CommandContext& context) {
+    return finishControl(kQuitCommand, arguments, context, context.runningInstance().quit());
 }
 
 constexpr const char* kPlainUsages[] = {"[--json]"};
@@ -56,8 +61,8 @@ const Command kQuitCommand{
     .name = "quit",
     .summary = "End the running Dravo",
     .usages = kQuitUsages,
-    .description = "Every display gets its own table back.",
-    .run = runCall<kQuitCommand, &ControlClient::quit>,
+    .description = "Returns when it has ended and every display has its own table back.",
+    .run = runQuit,
 };
 
 }  // namespace dravo::cli

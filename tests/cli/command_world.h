@@ -89,6 +89,7 @@ private:
     struct Instance : cli::RunningInstance {
         explicit Instance(CommandWorld& owner) : world(owner) {}
         Result<bool> switchOff() override { return world.runningInstanceSays; }
+        Result<void> quit() override { return world.control.quit(); }
         bool isThere() override { return !world.runningInstanceSays || *world.runningInstanceSays; }
         CommandWorld& world;
     };

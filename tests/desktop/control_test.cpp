@@ -113,7 +113,8 @@ TEST_F(ControlTest, KeepsScheduleLocationAndBreaks) {
 
     // What was asked for is kept for the next run.
     EXPECT_EQ(command({"quit"}), "");
-    EXPECT_EQ(run->waitForExit(), ExitStatus::exited(0));
+    EXPECT_EQ(run->exitStatus(), ExitStatus::exited(0)) << "it has ended when the command has";
+    EXPECT_EQ(tables(), ownTables());
     const std::string kept = contentOf(home().path() / ".config/dravo/preferences.toml");
     for (const char* line : {"locationSource = \"typed\"", "lastLatitude = -33.9", "scheduleEndMinutes = 425"}) {
         EXPECT_NE(kept.find(line), std::string::npos) << kept;
@@ -200,7 +201,11 @@ TEST_F(ControlTest, WithoutASessionBusItFiltersAndSaysWhatIsMissing) {
     ProcessUnderTest toggle(home(), {"toggle"}, onServer());
     EXPECT_EQ(toggle.waitForExit(), ExitStatus::exited(5));
     EXPECT_EQ(std::ranges::count(toggle.standardError(), '\n'), 1) << toggle.standardError();
-    quit(run);
+
+    ProcessUnderTest quit(home(), {"quit"}, onServer());
+    EXPECT_EQ(quit.waitForExit(), ExitStatus::exited(0)) << quit.standardError();
+    EXPECT_EQ(run.exitStatus(), ExitStatus::exited(0)) << run.standardError();
+    EXPECT_EQ(tables(), ownTables());
 }
 
 }  // namespace
