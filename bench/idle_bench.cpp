@@ -1,6 +1,6 @@
 // What the program costs while nothing changes: it runs on three displays, and the kernel's own books are read before
 // and after, beside a program that does nothing but wake once a second. `idle_bench [SECONDS]`, 60 if not given; it
-// runs that long twice, with the filter on and off.
+// runs that long three times: without a panel with the filter on and off, and with one.
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "figures.h"
+#include "support/private_bus.h"
 #include "support/private_x_server.h"
 #include "support/process_under_test.h"
 
@@ -50,16 +51,29 @@ double proportionalSetMegabytes(pid_t process) {
     return static_cast<double>(numberAfter("\nPss:", rollup)) / 1024;
 }
 
-void measure(bool filterIsOn, int seconds) {
+struct Case {
+    const char* mode;
+    bool filterIsOn;
+    const char* timeAim;
+    const char* switchesAim;
+    const char* memoryAim;
+};
+
+void measure(const Case& row, int seconds) {
     testing::PrivateXServer xServer(kDisplays);
+    testing::PrivateBus bus;
     testing::TestHome home;
-    home.writePreferences(filterIsOn ? "filterEnabled = true\n" : "filterEnabled = false\n");
+    home.writePreferences(std::string("hasSeenOnboarding = true\nfilterEnabled = ") +
+                          (row.filterIsOn ? "true\n" : "false\n"));
     const auto neutral = xServer.displays().ramps();
-    testing::ProcessUnderTest program(home, {"--headless"}, {{"DISPLAY", xServer.address()}});
+    testing::ProcessUnderTest program(home, {row.mode},
+                                      {{"DISPLAY", xServer.address()},
+                                       {"DBUS_SESSION_BUS_ADDRESS", bus.address()},
+                                       {"DBUS_SYSTEM_BUS_ADDRESS", bus.address()}});
     testing::ChildProcess ticker(BARE_TICKER, {});
-    std::this_thread::sleep_for(3s);  // the start and the looks after it
+    std::this_thread::sleep_for(6s);  // the start, the looks after it, and threads that end again
     need(program.isRunning(), "the program ended:\n" + program.standardError());
-    need((xServer.displays().ramps() != neutral) == filterIsOn, "the displays are not as they should be");
+    need((xServer.displays().ramps() != neutral) == row.filterIsOn, "the displays are not as they should be");
 
     const Usage before = usageOf(program.pid());
     const double tickerBefore = usageOf(ticker.pid()).milliseconds;
@@ -70,16 +84,16 @@ void measure(bool filterIsOn, int seconds) {
     program.signal(SIGUSR2);
     need(program.waitForExit() == testing::ExitStatus::exited(0), "a bad end:\n" + program.standardError());
 
-    const char* filter = filterIsOn ? "on" : "off";
     const char* how = "`idle_bench`";
     std::printf(
-        "| `--headless`, filter %s, three displays, %d s of nothing: processor time | %s | %.1f ms (a bare ticker: "
+        "| `%s`, filter %s, three displays, a bus, %d s of nothing: processor time | %s | %.1f ms (a bare ticker: "
         "%.1f) | %s |\n",
-        filter, seconds, filterIsOn ? "10 ms" : "", after.milliseconds - before.milliseconds, tickerTime, how);
+        row.mode, row.filterIsOn ? "on" : "off", seconds, row.timeAim, after.milliseconds - before.milliseconds,
+        tickerTime, how);
     std::printf(
         "| the same: context switches of all threads | %s | %ld, and %ld where others took the processor | %s |\n",
-        filterIsOn ? "130" : "", after.waits - before.waits, after.preemptions - before.preemptions, how);
-    std::printf("| the same: proportional set size | 4 MB | %.1f MB | %s |\n", megabytes, how);
+        row.switchesAim, after.waits - before.waits, after.preemptions - before.preemptions, how);
+    std::printf("| the same: proportional set size | %s | %.1f MB | %s |\n", row.memoryAim, megabytes, how);
     std::fflush(stdout);
 }
 
@@ -91,6 +105,9 @@ int main(int argc, char** argv) {
     return run("idle_bench", [&] {
         const int seconds = argc > 1 ? std::atoi(argv[1]) : 60;
         need(seconds > 0, "for how many seconds?");
-        for (const bool filterIsOn : {true, false}) measure(filterIsOn, seconds);
+        measure({"--headless", true, "10 ms", "130", "4 MB"}, seconds);
+        measure({"--headless", false, "", "", "4 MB"}, seconds);
+        // With the toolkit loaded, and the panel closed.
+        measure({"--autostart", true, "", "", "35 MB"}, seconds);
     });
 }
