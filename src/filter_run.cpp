@@ -91,8 +91,8 @@ void FilterRun::listen() {
     loss_ = server_->onLoss([this] { serverIsGone(); });
     offRequest_.emplace(loop_, SIGUSR1, [this] {
         filterState_->turnOff();
-        applicator_->reset(Fade::none);
-        if (lock_) lock_->answer(kIsOff);
+        const auto isOff = applicator_->resetAtOnce();
+        if (lock_) lock_->answer(isOff ? kIsOff : isOff.error().message);
     });
     quitRequest_.emplace(loop_, SIGUSR2, [this] { quit(); });
     control_.emplace(FilterControlParts{*filterState_, preferences_, customPresets_, breakTimer_, locationProvider_,

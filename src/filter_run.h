@@ -33,7 +33,8 @@
 
 namespace dravo {
 
-/// What a run answers in its lock to SIGUSR1, once the displays have their tables back.
+/// What a run answers in its lock to SIGUSR1, once the server has confirmed that the displays have their tables back.
+/// Any other answer says why they have not.
 inline constexpr const char* kIsOff = "off";
 
 /// The run that filters the screen, put together from everything. Part of the composition root.

@@ -12,7 +12,7 @@ public:
     virtual ~RunningInstance() = default;
 
     /// Asks it to switch the filter off, and waits until it has. False if none runs.
-    /// Errors: `Busy` (one runs and does not do it), `Disconnected` (it went away meanwhile).
+    /// Errors: `Busy` (one runs and does not answer), `PermissionDenied` (it tried, and was refused).
     [[nodiscard]] virtual Result<bool> switchOff() = 0;
 
     /// Asks it to quit, and waits until it has ended.

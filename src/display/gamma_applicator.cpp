@@ -64,17 +64,21 @@ Result<void> GammaApplicator::shutDown() {
 }
 
 void GammaApplicator::reset(Fade fade) {
+    if (fade == Fade::none || !currentTable_) return static_cast<void>(resetAtOnce());
     restoreRetry_.cancel();
     stopKeeping();
-    if (fade == Fade::animated && currentTable_) {
-        startRamp(*fadeStart(), GammaTable::identity(), true);
-        return;
-    }
+    startRamp(*fadeStart(), GammaTable::identity(), true);
+}
+
+Result<void> GammaApplicator::resetAtOnce() {
+    restoreRetry_.cancel();
+    stopKeeping();
     const bool cutShort = std::exchange(ramp_, std::nullopt).has_value();
     frameTimer_.cancel();
     currentTable_.reset();
-    restore();
+    auto restored = restore();
     if (cutShort) rampEnds_.deliver();
+    return restored;
 }
 
 void GammaApplicator::applyToAllDisplays(const GammaTable& table) {
@@ -133,15 +137,16 @@ void GammaApplicator::endRamp() {
     ramp_.reset();
     if (resets) {
         currentTable_.reset();
-        restore();
+        static_cast<void>(restore());
     }
     rampEnds_.deliver();
 }
 
-void GammaApplicator::restore() {
-    const auto restored = server_.restoreCalibration();
+Result<void> GammaApplicator::restore() {
+    auto restored = server_.restoreCalibration();
     if (!restored && restored.error().code != ErrorCode::Disconnected)
-        restoreRetry_ = scheduler_.after(kRestoreRetryDelay, [this] { restore(); });
+        restoreRetry_ = scheduler_.after(kRestoreRetryDelay, [this] { static_cast<void>(restore()); });
+    return restored;
 }
 
 void GammaApplicator::startKeeping() {

@@ -42,6 +42,10 @@ public:
     /// Drops the current table and returns the displays to their calibration; animated, after a fade to neutral.
     void reset(Fade fade);
 
+    /// `reset` without a fade, for those who have to know: returns when the server has confirmed it.
+    /// Errors: those of `DisplayServer::restoreCalibration`; it is asked again until another table is wanted.
+    [[nodiscard]] Result<void> resetAtOnce();
+
     /// The end of a run: cancels a fade, stops all timers and returns the displays to their calibration, once.
     /// Errors: those of `DisplayServer::restoreCalibration`; the saved tables must then stay.
     [[nodiscard]] Result<void> shutDown();
@@ -71,7 +75,7 @@ private:
     void startRamp(const GammaTable& from, const GammaTable& to, bool resets);
     void showDueFrame();
     void endRamp();
-    void restore();
+    Result<void> restore();
     void startKeeping();
     void stopKeeping();
     void keep();

@@ -1,3 +1,6 @@
+#include <csignal>
+#include <thread>
+
 #include "desktop/filter_run_test.h"
 
 namespace dravo::testing {
@@ -41,6 +44,31 @@ TEST_F(SecondStartTest, RestoreAsksTheRunningOneToSwitchOff) {
     EXPECT_TRUE(waitUntil([this] { return allShow(filtered(intensity())); }));
     quit(*running);
     EXPECT_EQ(tables(), ownTables());
+}
+
+TEST_F(SecondStartTest, RestoreSaysSoWhenTheRunningOneCannotSwitchOff) {
+    const Run stuck = startAndSettle();
+    server().freeze();
+    EXPECT_EQ(run("restore", ExitStatus::exited(4)), "dravo restore: the running Dravo does not answer\n");
+    server().thaw();
+    EXPECT_TRUE(waitUntil([this] { return tables() == ownTables(); })) << "it was only late";
+    quit(*stuck);
+
+    // One that is refused by its display server, as far as anybody outside can tell.
+    sigset_t asked;
+    sigemptyset(&asked);
+    sigaddset(&asked, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &asked, nullptr);
+    const auto lock = posix::InstanceLock::acquire({home().path() / ".dravo", {}});
+    ASSERT_TRUE(lock);
+    std::thread refused([&] {
+        int received = 0;
+        sigwait(&asked, &received);
+        lock->answer("the X server refused a table");
+    });
+    EXPECT_EQ(run("restore", ExitStatus::exited(4)),
+              "dravo restore: the running Dravo cannot switch off: the X server refused a table\n");
+    refused.join();
 }
 
 TEST_F(SecondStartTest, RestoreAfterAKillGivesBackWhatWasSavedAndThenFindsNothingToDo) {

@@ -181,12 +181,13 @@ TEST(GammaApplicatorTest, AsksAgainWhenTheServerRefusesToTakeTheTableBackUntilAn
     auto& applicator = world.launched();
     applicator.apply(kDark, Fade::none);
     world.desk.refusesWriting = true;
-    applicator.reset(Fade::none);
+    EXPECT_EQ(applicator.resetAtOnce().error().code, ErrorCode::PermissionDenied);
     world.scheduler.advance(3s);
     EXPECT_TRUE(world.shows(kDark));
     world.desk.refusesWriting = false;
     world.scheduler.advance(1s);
     EXPECT_TRUE(world.showsOwn(0));
+    EXPECT_TRUE(applicator.resetAtOnce());
 
     applicator.apply(kDark, Fade::none);
     world.desk.refusesWriting = true;

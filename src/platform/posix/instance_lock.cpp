@@ -101,7 +101,7 @@ Result<std::string> InstanceLock::ask(const DataFolder& folder, int signal, std:
             return Error{ErrorCode::Busy, "the running Dravo does not answer"};
         std::array<char, 4096> events{};
         [[maybe_unused]] const auto drained = read(changes.get(), events.data(), events.size());
-        constexpr std::size_t kMaxAnswer = 64;
+        constexpr std::size_t kMaxAnswer = 512;
         // Emptied files are the first half of an answer.
         if (auto word = readFile(held.path, kMaxAnswer); word && !word->empty()) return *std::move(word);
     }
