@@ -32,9 +32,8 @@ void OriginalGammaStore::ensureDirectory() {
 
 void OriginalGammaStore::saveIfAbsent() {
     ensureDirectory();
-    if (isDamaged_) return;
-    const auto files = paths();
-    if (!isBehind_ && std::ranges::any_of(files, exists)) return;
+    if (!damaged_.empty()) return;
+    if (!isBehind_ && std::ranges::any_of(ours_, exists)) return;
     const auto displays = onlineDisplayIDs(server_);
     if (!displays) return;
     addTables(*displays);
@@ -42,16 +41,17 @@ void OriginalGammaStore::saveIfAbsent() {
 }
 
 void OriginalGammaStore::includeDisplays(std::span<const DisplayId> displays) {
-    if (!isDamaged_ && addTables(displays) && !ours_.empty()) write();
+    if (damaged_.empty() && addTables(displays) && !ours_.empty()) write();
 }
 
 bool OriginalGammaStore::restoreIfNeeded() {
     for (const auto& path : paths()) takeOver(path);
     const bool restores = !ours_.empty();
     isBehind_ = restores;
-    if (isDamaged_) server_.distrustFoundTables();
+    const bool isDamaged = !damaged_.empty();
+    if (isDamaged) server_.distrustFoundTables();
     if (restores) server_.declareOwnTables(tables_);
-    if (restores || isDamaged_) loadOwnTables(isDamaged_);
+    if (restores || isDamaged) loadOwnTables(isDamaged);
     return restores;
 }
 
@@ -62,11 +62,12 @@ std::vector<DisplayId> OriginalGammaStore::knownDisplays() const {
 }
 
 void OriginalGammaStore::clear() {
-    for (const auto& path : paths()) static_cast<void>(removeFile(path));
+    for (const auto& path : ours_) static_cast<void>(removeFile(path));
+    for (const auto& path : damaged_) static_cast<void>(setAsideAsBad(path));
     tables_.clear();
     ours_.clear();
+    damaged_.clear();
     isBehind_ = false;
-    isDamaged_ = false;
 }
 
 std::vector<std::filesystem::path> OriginalGammaStore::paths() const {
@@ -82,9 +83,10 @@ void OriginalGammaStore::takeOver(const std::filesystem::path& path) {
     if (!text && (text.error().code == ErrorCode::NotFound || text.error().code == ErrorCode::PermissionDenied)) return;
     auto tables = text ? decodeTables(*text) : Result<std::map<DisplayId, GammaTable>>(text.error());
     if (!tables) {
-        isDamaged_ = true;
-        reportOnce("damaged-tables", path.string() + " cannot be used (" + tables.error().message +
-                                         "); displays without a color profile are given a neutral table");
+        damaged_.insert(path);
+        const std::string fault = text ? path.string() + ": " + tables.error().message : text.error().message;
+        reportOnce("damaged-tables",
+                   fault + "; it is kept as .bad, and displays without a color profile are given a neutral table");
         return;
     }
     // The folder in the home directory comes first, and its entries win.

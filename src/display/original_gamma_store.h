@@ -52,7 +52,8 @@ public:
     /// Displays whose own tables the file names, also absent ones. Empty before `restoreIfNeeded` or `saveIfAbsent`.
     [[nodiscard]] std::vector<DisplayId> knownDisplays() const;
 
-    /// Removes the file: the displays have been given back, and the server has confirmed it.
+    /// Removes the file: the displays have been given back, and the server has confirmed it. One that could not be
+    /// understood is kept as `.bad`, as it may be all that is known of a calibration.
     void clear();
 
 private:
@@ -66,8 +67,8 @@ private:
     DataFolder folder_;
     std::map<DisplayId, GammaTable> tables_;
     std::set<std::filesystem::path> ours_;  ///< Files that we have understood or written, and may replace.
+    std::set<std::filesystem::path> damaged_;
     bool isBehind_ = false;  ///< A file of ours does not say all of `tables_`, or not in the right folder.
-    bool isDamaged_ = false;
 };
 
 }  // namespace dravo
