@@ -51,7 +51,8 @@ public:
     Result<bool> switchOff() override {
         constexpr std::chrono::seconds kPatience{3};
         const auto answer = posix::InstanceLock::ask(folder_, SIGUSR1, kPatience);
-        if (answer) return *answer == kIsOff;
+        if (answer && *answer == kIsOff) return true;
+        if (answer) return Error{ErrorCode::PermissionDenied, "the running Dravo cannot switch off: " + *answer};
         if (answer.error().code != ErrorCode::NotFound) return answer.error();
         // A run that could not make its lock is still on the bus.
         const auto byBus = control_.switchOff();
@@ -94,11 +95,10 @@ public:
         return server_.get();
     }
 
-    std::vector<FilterPreset> userPresets() {
+    Result<std::vector<FilterPreset>> userPresets() {
         auto presets = readCustomPresets(folder().home);
-        if (presets) return std::move(*presets);
-        if (presets.error().code != ErrorCode::NotFound) reportOnce("own presets", presets.error().message);
-        return {};
+        if (!presets && presets.error().code == ErrorCode::NotFound) return std::vector<FilterPreset>{};
+        return presets;
     }
 
     CustomPresetStore& presetStore() { return store_ ? *store_ : store_.emplace(folder().home); }
@@ -126,8 +126,14 @@ public:
         OriginalGammaStore& saved = saved_.emplace(server, folder());
         saved.ensureDirectory();
         auto lock = posix::InstanceLock::acquire(folder());
-        if (!lock) return lock.error();
-        lock_.emplace(std::move(*lock));
+        if (lock) {
+            lock_.emplace(std::move(*lock));
+        } else if (lock.error().code == ErrorCode::Busy) {
+            return lock.error();
+        } else {
+            // A broken home is no reason to leave the displays tinted.
+            reportOnce("no-lock", lock.error().message + "; a Dravo started now would not be noticed");
+        }
         return &saved;
     }
 

@@ -41,8 +41,9 @@ struct CommandContext {
     /// Errors: `NotFound` (no display server to talk to), `Unsupported` (one that cannot do it), `PermissionDenied`.
     std::function<Result<DisplayServer*>()> displays;
 
-    /// The person's own presets; a file of them that cannot be used counts as none, and is complained about.
-    std::function<std::vector<FilterPreset>()> userPresets;
+    /// The person's own presets; none if there is no file of them.
+    /// Errors: `InvalidInput`, `PermissionDenied`, `Internal` (there is one that cannot be used).
+    std::function<Result<std::vector<FilterPreset>>()> userPresets;
 
     /// The same as a store to change.
     std::function<CustomPresetStore&()> presetStore;

@@ -64,13 +64,14 @@ ExitCode runExport(const Arguments& arguments, CommandContext& context) {
     if (byInstance.error().code != ErrorCode::NotFound)
         return fail(context, kExportCommand, ExitCode::Refused, byInstance.error().message);
     std::vector<FilterPreset> chosen;
-    auto own = context.userPresets();
+    const auto own = context.userPresets();
+    if (!own) return fail(context, kExportCommand, ExitCode::FileTrouble, own.error().message);
     for (const std::string_view id : arguments.operands()) {
-        const auto found = std::ranges::find(own, id, &FilterPreset::id);
-        if (found == own.end()) return misused(context, kExportCommand, "no preset of your own is " + quoted(id));
+        const auto found = std::ranges::find(*own, id, &FilterPreset::id);
+        if (found == own->end()) return misused(context, kExportCommand, "no preset of your own is " + quoted(id));
         chosen.push_back(*found);
     }
-    const auto json = encodePresets(arguments.operands().empty() ? own : chosen);
+    const auto json = encodePresets(arguments.operands().empty() ? *own : chosen);
     if (!json) return fail(context, kExportCommand, ExitCode::FileTrouble, json.error().message);
     context.out.write(*json + "\n");
     return ExitCode::Ok;

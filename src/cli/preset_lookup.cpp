@@ -37,10 +37,15 @@ std::string unknownPreset(std::string_view id, const std::vector<FilterPreset>& 
 
 }  // namespace
 
-std::vector<FilterPreset> allPresets(CommandContext& context) {
-    std::vector<FilterPreset> result = FilterPreset::builtIn();
-    std::ranges::move(context.userPresets(), std::back_inserter(result));
-    return result;
+PresetList allPresets(const Command& command, CommandContext& context) {
+    PresetList list{FilterPreset::builtIn(), ExitCode::Ok};
+    auto own = context.userPresets();
+    if (own) {
+        std::ranges::move(*own, std::back_inserter(list.presets));
+    } else {
+        list.code = fail(context, command, ExitCode::FileTrouble, own.error().message);
+    }
+    return list;
 }
 
 Result<FilterPreset> presetOf(std::string_view operand, CommandContext& context) {
@@ -49,8 +54,11 @@ Result<FilterPreset> presetOf(std::string_view operand, CommandContext& context)
     }
     // A built-in preset needs no look at the person's file.
     if (const FilterPreset* const found = findPreset(operand, {})) return *found;
-    const auto presets = allPresets(context);
-    if (const FilterPreset* const found = findPreset(operand, presets)) return *found;
+    const auto own = context.userPresets();
+    if (!own) return own.error();
+    if (const FilterPreset* const found = findPreset(operand, *own)) return *found;
+    auto presets = FilterPreset::builtIn();
+    std::ranges::copy(*own, std::back_inserter(presets));
     return Error{ErrorCode::NotFound, unknownPreset(operand, presets)};
 }
 

@@ -11,8 +11,13 @@
 
 namespace dravo::cli {
 
-/// The built-in presets, then the person's own.
-[[nodiscard]] std::vector<FilterPreset> allPresets(CommandContext& context);
+/// The built-in presets, then the person's own. A file of those that cannot be used is complained about on standard
+/// error; then `code` says how to end.
+struct PresetList {
+    std::vector<FilterPreset> presets;
+    ExitCode code = ExitCode::Ok;
+};
+[[nodiscard]] PresetList allPresets(const Command& command, CommandContext& context);
 
 /// The preset that an operand means: a file with one preset if it has a "/" or ends in ".json", else an id.
 /// Errors: `NotFound` (no such id: wrong usage); any other: trouble with a file.

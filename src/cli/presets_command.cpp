@@ -34,15 +34,15 @@ std::string presetListing(const std::vector<FilterPreset>& presets) {
 }
 
 ExitCode runPresets(const Arguments& arguments, CommandContext& context) {
-    const auto presets = allPresets(context);
+    const auto [presets, code] = allPresets(kPresetsCommand, context);
     if (!arguments.has("json")) {
         context.out.write(presetListing(presets));
-        return ExitCode::Ok;
+        return code;
     }
     const auto json = encodePresets(presets);
     if (!json) return fail(context, kPresetsCommand, ExitCode::FileTrouble, json.error().message);
     context.out.write(*json + "\n");
-    return ExitCode::Ok;
+    return code;
 }
 
 constexpr const char* kPresetsUsages[] = {"[--json]"};

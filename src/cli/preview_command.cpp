@@ -71,8 +71,10 @@ Result<Picture> readPicture(PictureService& pictures, std::string_view path) {
 
 ExitCode drawAllPresets(PictureService& pictures, std::string_view path, CommandContext& context) {
     std::vector<PresetCell> cells;
-    for (const FilterPreset& preset : allPresets(context)) cells.push_back(presetCell(preset));
-    return finish(pictures, pictures.presetSheet(cells), path, context);
+    const auto [presets, code] = allPresets(kPreviewCommand, context);
+    for (const FilterPreset& preset : presets) cells.push_back(presetCell(preset));
+    const ExitCode drawn = finish(pictures, pictures.presetSheet(cells), path, context);
+    return drawn == ExitCode::Ok ? code : drawn;
 }
 
 ExitCode drawDisplays(PictureService& pictures, std::string_view path, CommandContext& context) {

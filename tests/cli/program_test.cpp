@@ -150,6 +150,7 @@ TEST_F(ProgramTest, ListsOnesOwnPresetsAndComplainsOnceAboutADamagedFile) {
     home_.write(".dravo/custom_presets.json", R"([{"di":"MINE",)" + preset);
     const Outcome damaged = run({"presets", "--json"});
     EXPECT_EQ(nlohmann::json::parse(damaged.out).size(), FilterPreset::builtIn().size());
+    EXPECT_EQ(damaged.status, ExitStatus::exited(1));
     EXPECT_NE(damaged.err.find("custom_presets.json"), std::string::npos) << damaged.err;
     EXPECT_EQ(std::ranges::count(damaged.err, '\n'), 1) << damaged.err;
 }

@@ -46,7 +46,11 @@ CustomPresetStore::CustomPresetStore(const std::filesystem::path& folder) : file
     }
 }
 
-Result<void> CustomPresetStore::save() { return write(presets); }
+Result<void> CustomPresetStore::save() {
+    auto written = write(presets);
+    if (!written) reportOnce("custom presets unsaved", "your own presets are not saved: " + written.error().message);
+    return written;
+}
 
 Result<void> CustomPresetStore::update(const FilterPreset& preset) {
     if (std::ranges::find(presets.get(), preset.id, &FilterPreset::id) == presets.get().end()) return {};
@@ -62,20 +66,15 @@ Result<void> CustomPresetStore::adopt(std::span<const FilterPreset> incoming) {
 }
 
 Result<void> CustomPresetStore::write(const std::vector<FilterPreset>& list) {
-    const auto attempt = [&]() -> Result<void> {
-        if (file_.empty()) return Error{ErrorCode::NotFound, "there is no home folder to keep presets in"};
-        const auto text = encodePresets(list);
-        if (!text) return text.error();
-        if (holdsUnreadFile_) {
-            auto kept = setAsideAsBad(file_);
-            if (!kept && kept.error().code != ErrorCode::NotFound) return kept;
-            holdsUnreadFile_ = false;
-        }
-        return writeFileAtomically(file_, *text);
-    };
-    auto written = attempt();
-    if (!written) reportOnce("custom presets unsaved", "your own presets are not saved: " + written.error().message);
-    return written;
+    if (file_.empty()) return Error{ErrorCode::NotFound, "there is no home folder to keep presets in"};
+    const auto text = encodePresets(list);
+    if (!text) return text.error();
+    if (holdsUnreadFile_) {
+        auto kept = setAsideAsBad(file_);
+        if (!kept && kept.error().code != ErrorCode::NotFound) return kept;
+        holdsUnreadFile_ = false;
+    }
+    return writeFileAtomically(file_, *text);
 }
 
 }  // namespace dravo

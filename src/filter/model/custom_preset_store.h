@@ -38,7 +38,8 @@ public:
     /// Replaces the first preset with this one's id and saves; without such a preset nothing happens.
     Result<void> update(const FilterPreset& preset);
 
-    /// Replaces or appends each of `incoming` by id, and saves: all of them or, on an error, none.
+    /// Replaces or appends each of `incoming` by id, and saves: all of them or, on an error, none. A failure is for the
+    /// caller to tell.
     Result<void> adopt(std::span<const FilterPreset> incoming);
 
 private:
