@@ -1,6 +1,7 @@
 #include "support/child_process.h"
 
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -33,6 +34,10 @@ void resetSignals() {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+void giveUpOverrulingPermissions() {
+    for (const int right : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH, CAP_FOWNER}) prctl(PR_CAPBSET_DROP, right, 0, 0, 0);
 }
 
 // dup2 onto the same number would leave the close-on-exec flag set.
@@ -74,6 +79,7 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, Options options
         prctl(PR_SET_PDEATHSIG, options.signalAtOurDeath);
         setpgid(0, 0);
         resetSignals();
+        if (options.isBoundByPermissions) giveUpOverrulingPermissions();
         place(in, 0);
         place(out, 1);
         place(err, 2);

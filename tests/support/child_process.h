@@ -41,6 +41,8 @@ public:
         int descriptorThree = -1;
         /// What the kernel sends it when the test dies first.
         int signalAtOurDeath = SIGKILL;
+        /// Whether file permissions bind it also when the tests run as root.
+        bool isBoundByPermissions = false;
     };
 
     ChildProcess(const std::filesystem::path& program, Options options);

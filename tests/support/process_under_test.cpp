@@ -48,6 +48,7 @@ ChildProcess::Options optionsFor(const TestHome& home, std::vector<std::string> 
     options.environment = home.environment();
     for (const auto& [name, value] : more) options.environment.insert_or_assign(name, value);
     options.outputTo = std::move(outputTo);
+    options.isBoundByPermissions = true;
     return options;
 }
 

@@ -1,0 +1,413 @@
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+#include "desktop/filter_run_test.h"
+
+namespace dravo::testing {
+namespace {
+
+namespace fs = std::filesystem;
+using Environment = std::map<std::string, std::string>;
+
+constexpr const char* kGoodPreferences = "filterEnabled = true\nlastPresetID = \"fl41\"\nlastIntensity = 0.9\n";
+constexpr const char* kTables = ".dravo/original_gamma.json";
+constexpr const char* kPresets = ".dravo/custom_presets.json";
+constexpr const char* kPreferences = ".config/dravo/preferences.toml";
+
+constexpr const char* kOwnPreset =
+    R"({"id":"MINE","name":"Mine","redFactor":1,"greenFactor":1,"blueFactor":1,"intensity":0,"dimming":0,)"
+    R"("blackPoint":0,"gamma":1,"contrast":0,"colorTemperature":6500,"redIntensity":1,"greenIntensity":1,)"
+    R"("blueIntensity":1,"isBuiltIn":false,"isGrayscale":false})";
+
+/// Which thing stands at a path, and in what state: a file that was rewritten or replaced has another imprint.
+struct Imprint {
+    explicit Imprint(const fs::path& path) {
+        struct stat status = {};
+        if (lstat(path.c_str(), &status) != 0) return;
+        facts = {static_cast<long>(status.st_ino), static_cast<long>(status.st_mode), status.st_size,
+                 status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+    }
+    bool operator==(const Imprint&) const = default;
+    std::array<long, 5> facts{};
+};
+
+/// Something bad in a file's place.
+struct Trouble {
+    const char* name;
+    void (*put)(const fs::path& path);
+    bool isUnderstandable = false;  ///< As preferences: an empty text sets nothing.
+    bool isAnotherUsers = false;    ///< Says nothing about our own runs.
+};
+
+void put(const fs::path& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
+bool isToml(const fs::path& path) { return path.extension() == ".toml"; }
+
+constexpr std::array kTroubles{
+    Trouble{"cut off", [](const fs::path& path) { put(path, "{\"1\":{\"red\":[0,0.5"); }},
+    Trouble{"binary",
+            [](const fs::path& path) {
+                std::string bytes;
+                for (int i = 0; i < 5000; ++i) bytes += static_cast<char>(i * 7);
+                put(path, bytes);
+            }},
+    Trouble{"empty", [](const fs::path& path) { put(path, ""); }, true},
+    Trouble{"deeply nested",
+            [](const fs::path& path) {
+                put(path, isToml(path) ? "a = " + std::string(16000, '[') : std::string(100000, '['));
+            }},
+    Trouble{"many parts",
+            [](const fs::path& path) {
+                std::string text = isToml(path) ? "a" : "{";
+                for (int i = 0; i < 7900; ++i) text += isToml(path) ? ".a" : "\"1\":{\"red\":";
+                put(path, text);
+            }},
+    Trouble{"huge numbers",
+            [](const fs::path& path) {
+                put(path, isToml(path) ? "lastIntensity = 99999999999999999999999999"
+                                       : R"({"1":{"red":[0,1e999],"green":[0,1],"blue":[0,1]}})");
+            }},
+    Trouble{"a folder", [](const fs::path& path) { fs::create_directories(path / "inside"); }},
+    Trouble{"a pipe", [](const fs::path& path) { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); }},
+    Trouble{"a link to itself", [](const fs::path& path) { fs::create_symlink(path.filename(), path); }},
+    Trouble{"200 MB of nothing",
+            [](const fs::path& path) {
+                put(path, "");
+                fs::resize_file(path, 200U << 20U);
+            }},
+    Trouble{"not ours to read",
+            [](const fs::path& path) {
+                put(path, "{}");
+                fs::permissions(path, fs::perms::none);
+            },
+            false, true},
+};
+
+auto countLines(const std::string& text) { return std::ranges::count(text, '\n'); }
+
+class HostileHomeTest : public FilterRunTest {
+protected:
+    struct Life {
+        std::string said;
+        Ramps left;
+    };
+
+    /// A home with preferences, and with `trouble` in the place of one of its files.
+    static void furnish(const TestHome& home, const std::string& file, const Trouble& trouble) {
+        home.writePreferences(kGoodPreferences);
+        fs::create_directories(home.path() / ".dravo");
+        fs::remove(home.path() / file);
+        trouble.put(home.path() / file);
+    }
+
+    [[nodiscard]] Run startIn(const TestHome& home, const Environment& more = {}) {
+        Environment environment = onServer();
+        environment.insert(more.begin(), more.end());
+        return std::make_unique<ProcessUnderTest>(home, std::vector<std::string>{"--headless"}, environment);
+    }
+
+    void showOwnTables() {
+        for (const auto& [output, ramp] : ownTables()) displays().setRamp(output, ramp);
+    }
+
+    /// What the run complained about, but for the missing bus of these tests.
+    static std::string saidByTheHome(const ProcessUnderTest& run) {
+        constexpr std::string_view kNoBus = "dravo: there is no session bus: commands cannot reach this program\n";
+        std::string said = run.standardError();
+        if (const auto at = said.find(kNoBus); at != std::string::npos) said.erase(at, kNoBus.size());
+        return said;
+    }
+
+    /// A whole run in this home, with the displays' own tables on screen before: it shows `expected`, then ends in
+    /// good order.
+    Life live(const TestHome& home, const Ramp& expected, const Environment& more = {}) {
+        showOwnTables();
+        const Run run = startIn(home, more);
+        EXPECT_TRUE(waitUntil([&] { return allShow(expected); })) << run->standardError();
+        quit(*run);
+        return {saidByTheHome(*run), tables()};
+    }
+
+    void expectAKillToBeUndone(const TestHome& home, const Ramp& expected, const Environment& more) {
+        showOwnTables();
+        const Run killed = startIn(home, more);
+        EXPECT_TRUE(waitUntil([&] { return allShow(expected); })) << killed->standardError();
+        killHard(*killed);
+        const Run next = startIn(home, more);
+        EXPECT_TRUE(waitUntil([&] { return !next->standardOutput().empty(); })) << "the kill went unnoticed";
+        quit(*next);
+        EXPECT_EQ(tables(), ownTables());
+    }
+
+    /// What a run shows that found no preferences.
+    Ramp shownByDefault() {
+        const TestHome home;
+        const Run run = startIn(home);
+        EXPECT_TRUE(waitUntil([&] { return tables().at("DUMMY2") != ownTables().at("DUMMY2"); }));
+        const Ramp shown = tables().at("DUMMY2");
+        quit(*run);
+        return shown;
+    }
+
+    /// Own tables, but neutral ones on the displays that are on.
+    [[nodiscard]] Ramps distrustedTables() {
+        Ramps expected = ownTables();
+        const auto neutral = toLevels(GammaTable::identity(), 256);
+        for (const auto& output : displays().enabledOutputs()) {
+            expected[output] = {neutral.red, neutral.green, neutral.blue};
+        }
+        return expected;
+    }
+
+    struct Outcome {
+        ExitStatus status;
+        std::string out;
+        std::string err;
+    };
+    /// Runs a command in this home to its end.
+    [[nodiscard]] Outcome command(const TestHome& home, std::vector<std::string> arguments,
+                                  const Environment& more = {}) {
+        Environment environment = onServer();
+        environment.insert(more.begin(), more.end());
+        ProcessUnderTest program(home, std::move(arguments), environment);
+        const auto status = program.waitForExit();
+        return {status.value_or(ExitStatus{}), program.standardOutput(), program.standardError()};
+    }
+    void expectFileTrouble(const Outcome& outcome, const fs::path& naming) {
+        EXPECT_EQ(outcome.status, ExitStatus::exited(1));
+        expectOneLine(outcome.err, naming);
+    }
+    void expectCannotImport(const TestHome& home, const fs::path& naming, const Environment& more = {}) {
+        const TemporaryFolder incoming;
+        put(incoming / "mine.json", kOwnPreset);
+        expectFileTrouble(command(home, {"import", incoming / "mine.json"}, more), naming);
+    }
+
+    static void expectKept(const Imprint& before, const fs::path& path) {
+        EXPECT_TRUE(Imprint(path) == before || Imprint(path.string() + ".bad") == before) << path << " is lost";
+    }
+    static void expectOneLine(const std::string& said, const fs::path& naming) {
+        EXPECT_EQ(countLines(said), 1) << said;
+        EXPECT_NE(said.find(naming.string()), std::string::npos) << said;
+    }
+};
+
+TEST_F(HostileHomeTest, WithUnusableTablesIsFilteredAndEndsWithCalibrations) {
+    for (const Trouble& trouble : kTroubles) {
+        SCOPED_TRACE(trouble.name);
+        const TestHome home;
+        const fs::path file = home.path() / kTables;
+        furnish(home, kTables, trouble);
+        const Imprint before(file);
+        const Life life = live(home, filtered(kStrong));
+        EXPECT_EQ(life.left, trouble.isAnotherUsers ? ownTables() : distrustedTables());
+        expectKept(before, file);
+        expectOneLine(life.said, file);
+        // The mark of an unclean end is gone with the clean one.
+        const Life next = live(home, filtered(kStrong));
+        EXPECT_EQ(next.left, ownTables());
+        EXPECT_EQ(countLines(next.said), trouble.isAnotherUsers ? 1 : 0) << next.said;
+    }
+}
+
+TEST_F(HostileHomeTest, WithUnusablePreferencesOrPresetsIsFilteredAllTheSame) {
+    const Ramp byDefault = shownByDefault();
+    ASSERT_NE(byDefault, filtered(kStrong));
+    for (const char* name : {kPreferences, kPresets}) {
+        for (const Trouble& trouble : kTroubles) {
+            SCOPED_TRACE(std::string(name) + " is " + trouble.name);
+            const TestHome home;
+            const fs::path file = home.path() / name;
+            furnish(home, name, trouble);
+            const Imprint before(file);
+            const Life life = live(home, isToml(file) ? byDefault : filtered(kStrong));
+            EXPECT_EQ(life.left, ownTables());
+            expectKept(before, file);
+            if (isToml(file) && trouble.isUnderstandable) {
+                EXPECT_EQ(life.said, "");
+            } else {
+                expectOneLine(life.said, file);
+            }
+        }
+    }
+}
+
+TEST_F(HostileHomeTest, WithUnusableFilesIsNamedByTheCommandsThatNeedThem) {
+    for (const Trouble& trouble : kTroubles) {
+        SCOPED_TRACE(trouble.name);
+        const TestHome home;
+        furnish(home, kPresets, trouble);
+        const fs::path file = home.path() / kPresets;
+        const Imprint before(file);
+        for (const std::vector<std::string>& needed : std::vector<std::vector<std::string>>{
+                 {"presets"}, {"export"}, {"export", "MINE"}, {"table", "MINE"}, {"table", file}, {"import", file}}) {
+            SCOPED_TRACE(needed.front());
+            expectFileTrouble(command(home, needed), file);
+        }
+        EXPECT_EQ(command(home, {"table", "fl41"}).err, "");
+
+        home.write("mine.json", kOwnPreset);
+        const Outcome imported = command(home, {"import", home.path() / "mine.json"});
+        EXPECT_EQ(imported.status, ExitStatus::exited(0));
+        expectOneLine(imported.err, file);
+        EXPECT_EQ(Imprint(file.string() + ".bad"), before);
+        EXPECT_NE(command(home, {"export"}).out.find("\"MINE\""), std::string::npos);
+    }
+}
+
+TEST_F(HostileHomeTest, WithUnusableTablesIsNoReasonForACommandToLeaveTheTint) {
+    for (const Trouble& trouble : kTroubles) {
+        SCOPED_TRACE(trouble.name);
+        const TestHome home;
+        furnish(home, kTables, trouble);
+        const Imprint before(home.path() / kTables);
+        for (const auto& output : displays().enabledOutputs()) displays().setRamp(output, filtered(kStrong));
+        const Outcome restored = command(home, {"restore"});
+        EXPECT_EQ(restored.status, ExitStatus::exited(0)) << restored.err;
+        if (!trouble.isAnotherUsers) expectOneLine(restored.err, home.path() / kTables);
+        EXPECT_EQ(tables(), distrustedTables());
+        expectKept(before, home.path() / kTables);
+    }
+}
+
+/// A home that cannot hold what the program wants to keep.
+struct Place {
+    const char* name;
+    /// Makes it so; what it adds to the environment.
+    Environment (*spoil)(const TestHome& home);
+    const char* named;  ///< What the lines name, below the home.
+    std::ptrdiff_t lines = 1;
+    bool holdsPreferences = true;
+    bool holdsPresets = false;
+    bool savesTables = true;  ///< In the runtime folder, so that a kill is undone.
+};
+
+constexpr fs::perms kReadOnly = fs::perms::owner_read | fs::perms::owner_exec;
+
+const std::array kPlaces{
+    Place{.name = "read-only",
+          .spoil = [](const TestHome& home) -> Environment {
+              fs::permissions(home.path(), kReadOnly);
+              return {};
+          },
+          .named = ".dravo"},
+    Place{.name = "read-only, without a runtime folder",
+          .spoil = [](const TestHome& home) -> Environment {
+              fs::permissions(home.path(), kReadOnly);
+              return {{"XDG_RUNTIME_DIR", ""}};
+          },
+          .named = ".dravo",
+          .lines = 2,
+          .savesTables = false},
+    Place{.name = ".dravo is a file",
+          .spoil = [](const TestHome& home) -> Environment {
+              put(home.path() / ".dravo", "precious");
+              return {};
+          },
+          .named = ".dravo"},
+    Place{.name = "the folder of the preferences is a file",
+          .spoil = [](const TestHome& home) -> Environment {
+              fs::remove_all(home.path() / ".config/dravo");
+              put(home.path() / ".config/dravo", "precious");
+              return {};
+          },
+          .named = ".config/dravo",
+          .holdsPreferences = false,
+          .holdsPresets = true},
+    Place{.name = "the folder of the preferences is read-only",
+          .spoil = [](const TestHome& home) -> Environment {
+              fs::permissions(home.path() / ".config/dravo", kReadOnly);
+              return {};
+          },
+          .named = "",
+          .lines = 0,
+          .holdsPresets = true},
+    Place{.name = "missing",
+          .spoil = [](const TestHome& home) -> Environment {
+              fs::permissions(home.path(), kReadOnly);
+              return {{"HOME", home.path() / "none"}, {"XDG_CONFIG_HOME", ""}};
+          },
+          .named = "none",
+          .lines = 2,
+          .holdsPreferences = false},
+};
+
+TEST_F(HostileHomeTest, ThatCannotHoldAnythingKeepsTheDisplaysSafe) {
+    const Ramp byDefault = shownByDefault();
+    for (const Place& place : kPlaces) {
+        SCOPED_TRACE(place.name);
+        const TestHome home;
+        home.writePreferences(kGoodPreferences);
+        const Environment more = place.spoil(home);
+        const Ramp expected = place.holdsPreferences ? filtered(kStrong) : byDefault;
+        if (place.savesTables) expectAKillToBeUndone(home, expected, more);
+        const Life life = live(home, expected, more);
+        EXPECT_EQ(life.left, ownTables());
+        if (!place.holdsPresets) expectCannotImport(home, home.path() / place.named, more);
+        EXPECT_EQ(command(home, {"restore"}, more).status, ExitStatus::exited(0));
+        EXPECT_EQ(tables(), distrustedTables());
+        EXPECT_EQ(countLines(life.said), place.lines) << life.said;
+        EXPECT_NE(life.said.find(place.lines ? (home.path() / place.named).string() : ""), std::string::npos)
+            << life.said;
+        for (const char* file : {".dravo", ".config/dravo"}) {
+            if (!fs::is_regular_file(home.path() / file)) continue;
+            EXPECT_EQ(contentOf(home.path() / file), "precious");
+        }
+    }
+}
+
+/// A small disk of its own, full to the last byte once `fill` was called.
+class SmallDisk {
+public:
+    /// Mounts it where only this process sees it. Not `isThere()` where that is not allowed.
+    SmallDisk() {
+        isThere_ = unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                   mount("small", point_.path().c_str(), "tmpfs", 0, "size=64k") == 0;
+    }
+    ~SmallDisk() {
+        if (isThere_) umount2(point_.path().c_str(), MNT_DETACH);
+    }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
+    [[nodiscard]] bool isThere() const { return isThere_; }
+    [[nodiscard]] const fs::path& path() const { return point_.path(); }
+    void fill() const {
+        std::ofstream ballast(point_ / "ballast", std::ios::binary);
+        while (ballast.put('x').flush()) continue;
+    }
+
+private:
+    TemporaryFolder point_;
+    bool isThere_ = false;
+};
+
+TEST_F(HostileHomeTest, OnAFullDiskKeepsTheDisplaysSafe) {
+    const SmallDisk disk;
+    if (!disk.isThere()) GTEST_SKIP() << "mounting a small disk needs root: " << std::strerror(errno);
+    const TestHome home(disk.path());
+    home.writePreferences(kGoodPreferences);
+    const TemporaryFolder elsewhere;
+    disk.fill();
+
+    const Environment more{{"XDG_RUNTIME_DIR", elsewhere.path()}};
+    expectAKillToBeUndone(home, filtered(kStrong), more);
+    const Life life = live(home, filtered(kStrong), more);
+    EXPECT_EQ(life.left, ownTables());
+    expectOneLine(life.said, home.path() / kTables);
+
+    const Life unsaved = live(home, filtered(kStrong));
+    EXPECT_EQ(unsaved.left, ownTables());
+    expectOneLine(unsaved.said, home.runtimeFolder() / "dravo/original_gamma.json");
+    expectCannotImport(home, home.path() / ".dravo");
+    EXPECT_EQ(contentOf(home.path() / kPreferences), kGoodPreferences);
+}
+
+}  // namespace
+}  // namespace dravo::testing
