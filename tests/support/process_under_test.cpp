@@ -54,8 +54,10 @@ ChildProcess::Options optionsFor(const TestHome& home, std::vector<std::string> 
 
 }  // namespace
 
+fs::path programUnderTest() { return DRAVO_PROGRAM; }
+
 ProcessUnderTest::ProcessUnderTest(const TestHome& home, std::vector<std::string> arguments,
                                    const std::map<std::string, std::string>& more, fs::path outputTo)
-    : ChildProcess(DRAVO_PROGRAM, optionsFor(home, std::move(arguments), more, std::move(outputTo))) {}
+    : ChildProcess(programUnderTest(), optionsFor(home, std::move(arguments), more, std::move(outputTo))) {}
 
 }  // namespace dravo::testing

@@ -31,7 +31,11 @@ private:
     TemporaryFolder folder_;
 };
 
-/// The real program, run in a home of the test's with nothing of the caller's session.
+/// The real program's file.
+[[nodiscard]] std::filesystem::path programUnderTest();
+
+/// The real program, run in a home of the test's with nothing of the caller's session. File permissions bind it
+/// also when the tests run as root.
 class ProcessUnderTest : public ChildProcess {
 public:
     /// `more` adds to the home's environment, e.g. DISPLAY.
