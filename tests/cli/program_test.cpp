@@ -7,7 +7,8 @@
 #include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <regex>
+#include <set>
+#include <sstream>
 
 #include "cli/commands.h"
 #include "display/gamma_table.h"
@@ -191,9 +192,18 @@ TEST(ManualTest, NamesEveryCommandAndOption) {
     std::erase(manual, '\\');
     const std::size_t begin = manual.find(".SH COMMANDS");
     const std::string commands = manual.substr(begin, manual.find(".SH SIGNALS") - begin);
+    // The words of the lines that begin an entry.
+    std::set<std::string> words;
+    std::istringstream lines(commands);
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.starts_with(".B")) continue;
+        std::ranges::replace_if(
+            line, [](char c) { return c == '"' || c == ','; }, ' ');
+        std::istringstream parts(line);
+        for (std::string word; parts >> word;) words.insert(word);
+    }
     for (const cli::Command* const command : cli::commands()) {
-        const std::regex name(std::string("\\n\\.B[RI]? [^\\n]*\\b") + command->name + "\\b");
-        EXPECT_TRUE(std::regex_search(commands, name)) << command->name;
+        EXPECT_TRUE(words.contains(command->name)) << command->name;
         for (const cli::Option& option : command->options) {
             EXPECT_NE(commands.find(std::string("--") + option.name), std::string::npos) << option.name;
         }
