@@ -29,7 +29,8 @@ public:
     /// The process that holds the lock, or 0 if nobody does.
     [[nodiscard]] static pid_t holder(const DataFolder& folder);
 
-    /// Leaves a word or a sentence (512 bytes at most) in the file: the answer to somebody who asked this run for something by `ask`.
+    /// Leaves a word or a sentence (512 bytes at most) in the file: the answer to somebody who asked this run for
+    /// something by `ask`.
     void answer(std::string_view word) const;
 
     /// Sends `signal` to the holder and waits for its next answer, for `patience` at most. Works without any bus.
