@@ -10,8 +10,6 @@ namespace {
 constexpr double kDefaultIntensity = 0.8;
 constexpr std::int64_t kDefaultStartMinutes = 20 * 60;
 constexpr std::int64_t kDefaultEndMinutes = 7 * 60;
-constexpr std::int64_t kDefaultKeyCode = 14;
-constexpr std::int64_t kDefaultModifiers = 0x1200;
 constexpr double kLargestLatitude = 90;
 constexpr double kLargestLongitude = 180;
 
@@ -110,14 +108,14 @@ void PreferencesStore::setLocationSource(LocationSource source) {
 }
 
 std::int64_t PreferencesStore::shortcutKeyCode() const {
-    return integerOr(preference::kShortcutKeyCode, kDefaultKeyCode);
+    return integerOr(preference::kShortcutKeyCode, kDefaultShortcutKeyCode);
 }
 std::int64_t PreferencesStore::shortcutModifiers() const {
-    return integerOr(preference::kShortcutModifiers, kDefaultModifiers);
+    return integerOr(preference::kShortcutModifiers, kDefaultShortcutModifiers);
 }
 void PreferencesStore::setShortcut(std::int64_t keyCode, std::int64_t modifiers) {
     announceAndSet(preference::kShortcutKeyCode, keyCode);
-    defaults_.set(preference::kShortcutModifiers, modifiers);
+    announceAndSet(preference::kShortcutModifiers, modifiers);
 }
 bool PreferencesStore::shortcutEnabled() const { return boolOr(preference::kShortcutEnabled, true); }
 void PreferencesStore::setShortcutEnabled(bool enabled) { announceAndSet(preference::kShortcutEnabled, enabled); }

@@ -37,6 +37,10 @@ inline constexpr std::string_view kAdvancedExpanded = "advancedExpanded";
 inline constexpr std::string_view kAppleLanguages = "AppleLanguages";
 }  // namespace preference
 
+/// Control Shift E, numbered as the hot-key service does.
+inline constexpr std::int64_t kDefaultShortcutKeyCode = 14;
+inline constexpr std::int64_t kDefaultShortcutModifiers = 0x1200;
+
 /// What opens and closes the schedule's window; the values are the stored integers.
 enum class ScheduleMode : std::int64_t {
     customTimes = 0,      ///< From `scheduleStartMinutes` to `scheduleEndMinutes`.
@@ -116,10 +120,10 @@ public:
 
     // Global shortcut, announced. Key code and modifier mask are those of the hot-key service.
 
-    [[nodiscard]] std::int64_t shortcutKeyCode() const;    ///< Absent: 14, the E key.
-    [[nodiscard]] std::int64_t shortcutModifiers() const;  ///< Absent: 0x1200, Control and Shift.
-    void setShortcut(std::int64_t keyCode, std::int64_t modifiers);
-    [[nodiscard]] bool shortcutEnabled() const;  ///< Absent: true.
+    [[nodiscard]] std::int64_t shortcutKeyCode() const;              ///< Absent: `kDefaultShortcutKeyCode`.
+    [[nodiscard]] std::int64_t shortcutModifiers() const;            ///< Absent: `kDefaultShortcutModifiers`.
+    void setShortcut(std::int64_t keyCode, std::int64_t modifiers);  ///< Announced for each of the two.
+    [[nodiscard]] bool shortcutEnabled() const;                      ///< Absent: true.
     void setShortcutEnabled(bool enabled);
 
     // Break reminder, announced.

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <algorithm>
+#include <functional>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "app/hot_key_service.h"
+
+namespace dravo::memory {
+
+/// A desktop whose keyboard is `press`.
+class MemoryHotKeys : public HotKeyService {
+public:
+    Result<Subscription> registerHotKey(HotKey hotKey, std::function<void()> onPress) override {
+        if (std::ranges::find(takenByOthers, hotKey) != takenByOthers.end())
+            return Error{ErrorCode::Busy, "another program has it"};
+        registered = hotKey;
+        onPress_ = std::move(onPress);
+        ++registrations;
+        return Subscription([this] { registered.reset(); });
+    }
+
+    /// Somebody presses this combination.
+    void press(HotKey hotKey) {
+        if (hotKey != registered) return;
+        const auto call = onPress_;
+        call();
+    }
+
+    std::vector<HotKey> takenByOthers;
+    std::optional<HotKey> registered;
+    int registrations = 0;  ///< How many succeeded.
+
+private:
+    std::function<void()> onPress_;
+};
+
+}  // namespace dravo::memory
