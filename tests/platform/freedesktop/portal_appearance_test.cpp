@@ -1,0 +1,208 @@
+#include "platform/freedesktop/portal_appearance.h"
+
+#include <limits>
+#include <optional>
+
+#include "bus_fixture.h"
+#include "bus_peer.h"
+
+namespace dravo::freedesktop {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::BusPeer;
+using Scheme = Appearance::Scheme;
+
+constexpr const char* kName = "org.freedesktop.portal.Desktop";
+constexpr const char* kPath = "/org/freedesktop/portal/desktop";
+constexpr const char* kInterface = "org.freedesktop.portal.Settings";
+constexpr const char* kAppearance = "org.freedesktop.appearance";
+constexpr const char* kGnome = "org.gnome.desktop.interface";
+
+using Colour = std::array<double, 3>;
+
+/// What the portal's desktop is set to. Absent: the desktop has no such setting.
+struct Settings {
+    std::optional<std::uint32_t> scheme = {};
+    std::optional<Colour> accent = {};
+    std::optional<std::uint32_t> contrast = {};
+    std::optional<std::uint32_t> reducedMotion = {};
+    std::optional<bool> animations = {};
+    bool hasWrongTypes = false;  ///< Every value is a text.
+};
+
+void append(sd_bus_message* reply, const char* key, bool asText, const std::function<void()>& value) {
+    if (asText) {
+        sd_bus_message_append(reply, "{sv}", key, "s", "1");
+        return;
+    }
+    sd_bus_message_open_container(reply, 'e', "sv");
+    sd_bus_message_append(reply, "s", key);
+    value();
+    sd_bus_message_close_container(reply);
+}
+
+void appendNumber(sd_bus_message* reply, const char* key, std::optional<std::uint32_t> number, bool asText) {
+    if (number) append(reply, key, asText, [&] { sd_bus_message_append(reply, "v", "u", *number); });
+}
+
+bool replyWith(const Settings& settings, sd_bus_message* call) {
+    sd_bus_message* reply = nullptr;
+    sd_bus_message_new_method_return(call, &reply);
+    sd_bus_message_open_container(reply, 'a', "{sa{sv}}");
+    sd_bus_message_open_container(reply, 'e', "sa{sv}");
+    sd_bus_message_append(reply, "s", kAppearance);
+    sd_bus_message_open_container(reply, 'a', "{sv}");
+    const bool asText = settings.hasWrongTypes;
+    appendNumber(reply, "color-scheme", settings.scheme, asText);
+    if (settings.accent) {
+        const auto& [red, green, blue] = *settings.accent;
+        append(reply, "accent-color", asText,
+               [&, r = red, g = green, b = blue] { sd_bus_message_append(reply, "v", "(ddd)", r, g, b); });
+    }
+    appendNumber(reply, "contrast", settings.contrast, asText);
+    appendNumber(reply, "reduced-motion", settings.reducedMotion, asText);
+    sd_bus_message_close_container(reply);
+    sd_bus_message_close_container(reply);
+    sd_bus_message_open_container(reply, 'e', "sa{sv}");
+    sd_bus_message_append(reply, "s", kGnome);
+    sd_bus_message_open_container(reply, 'a', "{sv}");
+    sd_bus_message_append(reply, "{sv}", "clock-format", "s", "24h");
+    if (settings.animations)
+        append(reply, "enable-animations", asText,
+               [&] { sd_bus_message_append(reply, "v", "b", static_cast<int>(*settings.animations)); });
+    sd_bus_message_close_container(reply);
+    sd_bus_message_close_container(reply);
+    sd_bus_message_close_container(reply);
+    const bool isSent = sd_bus_send(nullptr, reply, nullptr) >= 0;
+    sd_bus_message_unref(reply);
+    return isSent;
+}
+
+class PortalAppearanceTest : public testing::BusTest {
+protected:
+    void SetUp() override {
+        BusTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) return;
+        bus.emplace(loop, loop, Bus::Kind::session);
+        service.emplace(*bus, loop);
+    }
+
+    void startPortal(const Settings& settings) {
+        portal.emplace(loop.event(), daemon->address(), kName,
+                       [settings](std::string_view member, sd_bus_message* call) {
+                           return member == "ReadAll" && replyWith(settings, call);
+                       });
+    }
+    void observe() {
+        changes = service->onChange([this] { ++deliveries; });
+        ASSERT_TRUE(runUntil([&] { return bus->handle() != nullptr; }));
+        settle(*bus);
+    }
+    void announce(const char* name, const char* key, std::uint32_t value) {
+        sd_bus_emit_signal(portal->bus(), kPath, kInterface, "SettingChanged", "ssv", name, key, "u", value);
+    }
+
+    std::optional<BusPeer> portal;
+    std::optional<Bus> bus;
+    std::optional<PortalAppearance> service;
+    int deliveries = 0;
+    Subscription changes;
+};
+
+TEST_F(PortalAppearanceTest, ReadsWhatTheDesktopIsSetTo) {
+    constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+    const std::array<std::uint8_t, 3> blue{53, 132, 228};
+    const Colour blueOfDesktop{0.207843, 0.517647, 0.894118};
+    const Settings everything{1, blueOfDesktop, 1, 1, true};
+    auto texts = everything;
+    texts.hasWrongTypes = true;
+    const struct {
+        const char* name;
+        Settings settings;
+        Appearance expected;
+    } rows[] = {
+        {"nothing set", {}, {}},
+        {"everything set", everything, {Scheme::dark, blue, true, true}},
+        {"light", {2u}, {Scheme::light, {}, false, false}},
+        {"no preference", {0u, {}, 0u, 0u}, {}},
+        {"a scheme of tomorrow", {7u}, {}},
+        {"no accent", {{}, Colour{-1, -1, -1}}, {}},
+        {"accent above one", {{}, Colour{0.5, 1.5, 0.5}}, {}},
+        {"accent that is no number", {{}, Colour{0.5, kNan, 0.5}}, {}},
+        {"animations off", {{}, {}, {}, {}, false}, {Scheme::unknown, {}, false, true}},
+        {"the portal's own motion setting comes first", {{}, {}, {}, 0u, false}, {}},
+        {"wrong types", texts, {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        startPortal(row.settings);
+        deliveries = 0;
+        bus.emplace(loop, loop, Bus::Kind::session);
+        service.emplace(*bus, loop);
+        observe();
+        ASSERT_TRUE(runUntil([&] { return !portal->calls.empty(); }));
+        settle(*bus);
+        EXPECT_EQ(service->appearance(), row.expected);
+        EXPECT_EQ(deliveries > 0, row.expected != Appearance{});
+        changes.reset();
+        service.reset();
+        portal.reset();
+    }
+}
+
+TEST_F(PortalAppearanceTest, FollowsChangesAndSaysNothingWhenNothingChanged) {
+    startPortal({.scheme = 1, .reducedMotion = {}, .animations = true});
+    observe();
+    ASSERT_TRUE(runUntil([&] { return service->appearance().scheme == Scheme::dark; }));
+    settle(*bus);
+    const int before = deliveries;
+    announce(kAppearance, "color-scheme", 1);
+    announce(kAppearance, "something-new", 2);
+    announce(kGnome, "color-scheme", 2);
+    settle(*bus);
+    EXPECT_EQ(deliveries, before);
+
+    announce(kAppearance, "color-scheme", 2);
+    EXPECT_TRUE(runUntil([&] { return service->appearance().scheme == Scheme::light; }));
+    announce(kAppearance, "reduced-motion", 1);
+    EXPECT_TRUE(runUntil([&] { return service->appearance().reducedMotion; }));
+    EXPECT_EQ(deliveries, before + 2);
+}
+
+TEST_F(PortalAppearanceTest, KeepsWhatAnEndedPortalSaidAndAsksTheNextOne) {
+    observe();
+    EXPECT_EQ(service->appearance(), Appearance{}) << "there is no portal yet";
+    startPortal({.scheme = 2});
+    EXPECT_TRUE(runUntil([&] { return service->appearance().scheme == Scheme::light; }));
+    portal.reset();
+    settle(*bus);
+    EXPECT_EQ(service->appearance().scheme, Scheme::light);
+    startPortal({.scheme = 1, .contrast = 1});
+    EXPECT_TRUE(runUntil([&] { return service->appearance() == Appearance{Scheme::dark, {}, true, false}; }));
+}
+
+TEST_F(PortalAppearanceTest, APortalThatRefusesOrABusThatEndsLeavesItUnknown) {
+    portal.emplace(loop.event(), daemon->address(), kName, [](std::string_view, sd_bus_message* call) {
+        return sd_bus_reply_method_return(call, "s", "nonsense") >= 0;
+    });
+    observe();
+    ASSERT_TRUE(runUntil([&] { return !portal->calls.empty(); }));
+    settle(*bus);
+    bool isLost = false;
+    const auto lost = bus->onLost([&] { isLost = true; });
+    daemon->kill();
+    EXPECT_TRUE(runUntil([&] { return isLost; }));
+
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", "", 1);
+    Bus none(loop, loop, Bus::Kind::session);
+    PortalAppearance alone(none, loop);
+    const auto subscription = alone.onChange([this] { ++deliveries; });
+    runUntil([] { return false; }, 20ms);
+    EXPECT_EQ(alone.appearance(), Appearance{});
+    EXPECT_EQ(service->appearance(), Appearance{});
+    EXPECT_EQ(deliveries, 0);
+}
+
+}  // namespace
+}  // namespace dravo::freedesktop
