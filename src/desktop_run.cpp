@@ -8,15 +8,16 @@ Result<std::unique_ptr<DesktopRun>> DesktopRun::create(const DesktopRunParts& pa
     const auto found = posix::findInModule("dravo-desktop.so", kDesktopModuleEntry);
     if (!found) return found.error();
     const auto entry = reinterpret_cast<DesktopModuleEntry>(*found);
-    std::unique_ptr<DesktopShell> shell(entry(DRAVO_VERSION, {parts.loop, parts.scheduler, parts.onServerLoss}));
+    std::unique_ptr<DesktopShell> shell(entry(DRAVO_VERSION, {parts.loop, parts.panel, parts.onServerLoss}));
     if (!shell) return Error{ErrorCode::Unsupported, "dravo-desktop.so belongs to another version of Dravo"};
     return std::unique_ptr<DesktopRun>(new DesktopRun(std::move(shell), parts));
 }
 
 DesktopRun::DesktopRun(std::unique_ptr<DesktopShell> shell, const DesktopRunParts& parts)
     : shell_(std::move(shell)),
-      delegate_({parts.filterState, parts.preferences, shell_->statusItem(), shell_->popover(), parts.scheduler,
-                 [this](WallTime instant) { return shell_->shortTime(instant); }, [] {}, parts.quit}) {}
+      delegate_({parts.panel.filterState, parts.panel.preferences, shell_->statusItem(), shell_->popover(),
+                 parts.panel.scheduler, [this](WallTime instant) { return shell_->shortTime(instant); }, [] {},
+                 parts.panel.quit}) {}
 
 int DesktopRun::run(RunKind kind) {
     delegate_.finishLaunching(kind);

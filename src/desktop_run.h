@@ -11,11 +11,8 @@ namespace dravo {
 
 /// What the desktop's side of a run shows and acts on; all of it outlives that side.
 struct DesktopRunParts {
-    FilterState& filterState;
-    PreferencesStore& preferences;
-    Scheduler& scheduler;
+    PanelParts panel;
     GuestLoop& loop;
-    std::function<void()> quit;
     std::function<void()> onServerLoss;
 };
 

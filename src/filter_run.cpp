@@ -107,11 +107,15 @@ void FilterRun::listen() {
 }
 
 void FilterRun::startDesktop() {
-    auto desktop = DesktopRun::create({*filterState_, preferences_, loop_, loop_, [this] { quit(); },
-                                       [this] {
-                                           serverIsGone();
-                                           ::_exit(static_cast<int>(cli::ExitCode::NoDisplayServer));
-                                       }});
+    auto desktop =
+        DesktopRun::create({{*filterState_, preferences_, customPresets_, breakTimer_, breakNotifier_,
+                             locationProvider_, *applicator_, *grayscale_, *displays_, *control_, shortcutManager_,
+                             launchAtLogin_, loop_, calendar_, appearance_, [this] { quit(); }},
+                            loop_,
+                            [this] {
+                                serverIsGone();
+                                ::_exit(static_cast<int>(cli::ExitCode::NoDisplayServer));
+                            }});
     if (desktop) {
         desktop_ = std::move(*desktop);
     } else {

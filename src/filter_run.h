@@ -4,6 +4,9 @@
 #include <optional>
 
 #include "app/filter_control.h"
+#include "app/keyboard_shortcut_manager.h"
+#include "app/launch_at_login.h"
+#include "app/unsupported_services.h"
 #include "base/data_folder.h"
 #include "breaks/break_notifier.h"
 #include "breaks/break_timer.h"
@@ -21,6 +24,7 @@
 #include "platform/freedesktop/desktop_notifications.h"
 #include "platform/freedesktop/geoclue_location_service.h"
 #include "platform/freedesktop/logind_wake_source.h"
+#include "platform/freedesktop/portal_appearance.h"
 #include "platform/freedesktop/toml_user_defaults.h"
 #include "platform/posix/background_sync.h"
 #include "platform/posix/instance_lock.h"
@@ -76,8 +80,13 @@ private:
     freedesktop::DesktopNotifications notifications_{sessionBus_, loop_, loop_};
     posix::ZoneTablePosition zones_;
     CustomPresetStore customPresets_{folder_.home};
+    freedesktop::PortalAppearance appearance_{sessionBus_, loop_};
     BreakNotifier breakNotifier_{notifications_};
     BreakTimer breakTimer_{preferences_, breakNotifier_, loop_};
+    UnsupportedHotKeys hotKeys_;
+    UnsupportedLoginItems loginItems_;
+    KeyboardShortcutManager shortcutManager_{hotKeys_, preferences_, loop_};
+    LaunchAtLogin launchAtLogin_{loginItems_};
     LocationProvider locationProvider_{loop_, preferences_, locationService_, zones_, calendar_};
 
     // Built once the display server is there.

@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 
+#include "app/panel_parts.h"
 #include "app/popover.h"
 #include "app/status_item.h"
 #include "base/guest_loop.h"
@@ -30,7 +31,7 @@ public:
 /// What a shell is made with; all of it outlives the shell.
 struct DesktopShellParts {
     GuestLoop& loop;
-    Scheduler& scheduler;
+    PanelParts panel;
     std::function<void()> onServerLoss;  ///< The toolkit is about to end the process: its display server is gone.
 };
 

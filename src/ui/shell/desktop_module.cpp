@@ -1,14 +1,16 @@
 #include <QApplication>
-#include <QLocale>
-#include <QTime>
 #include <cstdlib>
 #include <memory>
 #include <string_view>
 
 #include "app/desktop_shell.h"
+#include "ui/controls/accessibility.h"
 #include "ui/shell/panel_window.h"
 #include "ui/shell/toolkit_loop.h"
 #include "ui/shell/tray_icon.h"
+#include "ui/texts.h"
+#include "ui/theme.h"
+#include "ui/views/menu_bar_view.h"
 
 namespace dravo::ui {
 
@@ -55,6 +57,7 @@ public:
         QApplication::setQuitOnLastWindowClosed(false);
         QApplication::setApplicationName(QStringLiteral("Dravo"));
         QApplication::setDesktopFileName(QStringLiteral("dravo"));
+        installAccessibility();
     }
 
 private:
@@ -67,7 +70,13 @@ private:
 class Shell : public DesktopShell {
 public:
     explicit Shell(const DesktopShellParts& parts)
-        : loop_(parts.loop), tray_(parts.scheduler), window_(parts.scheduler, [this] { return tray_.geometry(); }) {
+        : parts_(parts.panel),
+          loop_(parts.loop),
+          tray_(parts.panel.scheduler),
+          window_(parts.panel.scheduler, {[this] { return tray_.geometry(); }, [this] { adoptAppearance(); },
+                                          [this] { return makeContent(); }}) {
+        adoptAppearance();
+        appearance_ = parts_.appearance.onChange([this] { adoptAppearance(); });
         onServerLoss = parts.onServerLoss;
         static_cast<void>(std::atexit(endOfProcess));
     }
@@ -77,15 +86,28 @@ public:
     StatusItem& statusItem() override { return tray_; }
     Popover& popover() override { return window_; }
     std::string shortTime(WallTime instant) const override {
-        const auto local = QDateTime::fromSecsSinceEpoch(std::chrono::system_clock::to_time_t(instant)).time();
-        return QLocale().toString(local, QLocale::ShortFormat).toStdString();
+        return timeText(parts_.calendar.fields(instant)).toStdString();
     }
 
 private:
+    // Never from dark to light under the eyes of the person: the panel asks again before it shows.
+    void adoptAppearance() {
+        const auto wanted = Theme::of(parts_.appearance.appearance());
+        if (window_.isShown() && theme().isDark && !wanted.isDark) return;
+        setTheme(wanted);
+    }
+
+    PanelWindow::Content makeContent() {
+        auto* const view = new MenuBarView(parts_);
+        return {view, [view] { return view->closeInnermost(); }};
+    }
+
+    const PanelParts parts_;
     Toolkit toolkit_;
     ToolkitLoop loop_;
     TrayIcon tray_;
     PanelWindow window_;
+    Subscription appearance_;
 };
 
 }  // namespace

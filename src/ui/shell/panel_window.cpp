@@ -13,6 +13,7 @@
 #include <chrono>
 
 #include "ui/shell/window_manager.h"
+#include "ui/theme.h"
 
 namespace dravo::ui {
 
@@ -22,7 +23,6 @@ using namespace std::chrono_literals;
 
 constexpr auto kSameClick = 300ms;
 constexpr int kGap = 8;
-constexpr int kRadius = 12;
 
 bool isOurs(QPoint place) {
     const auto windows = QApplication::topLevelWidgets();
@@ -33,10 +33,10 @@ bool isOurs(QPoint place) {
 
 }  // namespace
 
-PanelWindow::PanelWindow(Scheduler& scheduler, std::function<QRect()> iconPlace)
+PanelWindow::PanelWindow(Scheduler& scheduler, Needs needs)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint),
       scheduler_(scheduler),
-      iconPlace_(std::move(iconPlace)),
+      needs_(std::move(needs)),
       outsidePress_([this] {
           if (!isOurs(QCursor::pos())) closeFromOutside();
       }) {
@@ -45,6 +45,8 @@ PanelWindow::PanelWindow(Scheduler& scheduler, std::function<QRect()> iconPlace)
     setAttribute(Qt::WA_QuitOnClose, false);
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
+    // The size is ours to set: a fixed size makes some window managers take the focus away at each change.
+    layout->setSizeConstraint(QLayout::SetNoConstraint);
     layout->addWidget(&scroll_);
     scroll_.setFrameShape(QFrame::NoFrame);
     scroll_.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -53,23 +55,34 @@ PanelWindow::PanelWindow(Scheduler& scheduler, std::function<QRect()> iconPlace)
     scroll_.viewport()->setAutoFillBackground(false);
 }
 
-void PanelWindow::setContent(QWidget* content) {
-    content_ = content;
-    scroll_.setWidget(content);
-    content->setAutoFillBackground(false);
-    content->installEventFilter(this);
+void PanelWindow::adoptContent() {
+    if (content_.widget) return;
+    content_ = needs_.makeContent();
+    scroll_.setWidget(content_.widget);
+    content_.widget->setAutoFillBackground(false);
+    content_.widget->installEventFilter(this);
+    scroll_.verticalScrollBar()->setStyleSheet(theme().styleSheet());
+}
+
+void PanelWindow::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::PaletteChange) scroll_.verticalScrollBar()->setStyleSheet(theme().styleSheet());
+    QWidget::changeEvent(event);
 }
 
 void PanelWindow::show() {
     if (isVisible()) return;
+    needs_.beforeShowing();
     const bool isTranslucent = hasCompositor();
     if (isTranslucent != testAttribute(Qt::WA_TranslucentBackground)) {
         destroy();  // a window keeps the depth that it was made with
         setAttribute(Qt::WA_TranslucentBackground, isTranslucent);
         if (!isTranslucent) setAttribute(Qt::WA_NoSystemBackground, false);
     }
+    adoptContent();
     chooseAnchor();
     ensurePolished();
+    scroll_.verticalScrollBar()->setValue(0);
+    content_.widget->setVisible(true);
     fitToContent();
     hideFromTaskBars(winId());
     setVisible(true);
@@ -108,13 +121,13 @@ void PanelWindow::leaveIfForsaken() {
 }
 
 bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == content_ && event->type() == QEvent::LayoutRequest && isVisible()) fitToContent();
+    if (watched == content_.widget && event->type() == QEvent::LayoutRequest && isVisible()) fitToContent();
     return QWidget::eventFilter(watched, event);
 }
 
 void PanelWindow::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Escape) {
-        close();
+        if (!content_.takesEscape || !content_.takesEscape()) close();
     } else {
         QWidget::keyPressEvent(event);
     }
@@ -123,15 +136,16 @@ void PanelWindow::keyPressEvent(QKeyEvent* event) {
 void PanelWindow::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
+    // Opaque to the edge: what lies below must not shine through beneath the hairline, nor at a stepped corner.
+    if (!testAttribute(Qt::WA_TranslucentBackground)) painter.fillRect(rect(), theme().panel);
     QPainterPath outline;
-    outline.addRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), kRadius, kRadius);
-    // Opaque to the edge: what lies below must not shine through beneath the hairline.
-    painter.fillPath(outline, palette().window());
-    painter.strokePath(outline, QPen(palette().mid().color(), 1));
+    outline.addRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), Theme::kPanelRadius, Theme::kPanelRadius);
+    painter.fillPath(outline, theme().panel);
+    painter.strokePath(outline, QPen(laidOver(theme().hairline, theme().panel), 1));
 }
 
 void PanelWindow::chooseAnchor() {
-    anchor_ = iconPlace_();
+    anchor_ = needs_.iconPlace();
     const QPoint pointer = QCursor::pos();
     const QScreen* screen = QGuiApplication::screenAt(anchor_.isEmpty() ? pointer : anchor_.center());
     if (!screen) screen = QGuiApplication::primaryScreen();
@@ -144,19 +158,18 @@ void PanelWindow::chooseAnchor() {
 }
 
 void PanelWindow::fitToContent() {
-    if (!content_) return;
-    if (content_->layout()) content_->layout()->activate();
-    const int width = content_->sizeHint().width();
-    const int wanted = content_->hasHeightForWidth() ? content_->heightForWidth(width) : content_->sizeHint().height();
+    auto* const content = content_.widget;
+    content->layout()->activate();
+    const int width = std::clamp(content->sizeHint().width(), content->minimumWidth(), content->maximumWidth());
+    const int wanted = content->hasHeightForWidth() ? content->heightForWidth(width) : content->sizeHint().height();
     const int height = std::min(wanted, available_.height() - 2 * kGap);
     scroll_.setVerticalScrollBarPolicy(wanted > height ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
     const int bar = wanted > height ? scroll_.verticalScrollBar()->sizeHint().width() : 0;
     const QSize size(width + bar, height);
-    setFixedSize(size);
-    move(placeFor(size));
+    setGeometry(QRect(placeFor(size), size));
     if (!testAttribute(Qt::WA_TranslucentBackground)) {
         QPainterPath outline;
-        outline.addRoundedRect(QRectF(QPointF(), QSizeF(size)), kRadius, kRadius);
+        outline.addRoundedRect(QRectF(QPointF(), QSizeF(size)), Theme::kPanelRadius, Theme::kPanelRadius);
         setMask(QRegion(outline.toFillPolygon().toPolygon()));
     } else {
         clearMask();

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QPointer>
 #include <QRect>
 #include <QScrollArea>
 #include <QWidget>
@@ -19,11 +18,19 @@ namespace dravo::ui {
 /// Thread: main thread.
 class PanelWindow : public QWidget, public Popover {
 public:
-    /// `iconPlace` gives the tray icon's place on the screen, empty where nobody knows it.
-    PanelWindow(Scheduler& scheduler, std::function<QRect()> iconPlace);
+    /// What the window shows; its size follows the widget's size hint.
+    struct Content {
+        QWidget* widget = nullptr;            ///< The window takes it over.
+        std::function<bool()> takesEscape{};  ///< Closes something inside; false if there is nothing to close.
+    };
 
-    /// Takes `content` over; it is told apart by its own size hint.
-    void setContent(QWidget* content);
+    struct Needs {
+        std::function<QRect()> iconPlace;      ///< The tray icon's place on the screen; empty where nobody knows it.
+        std::function<void()> beforeShowing;   ///< Puts the present look in force.
+        std::function<Content()> makeContent;  ///< Called once, when the window is first shown.
+    };
+
+    PanelWindow(Scheduler& scheduler, Needs needs);
 
     void show() override;
     void close() override;
@@ -32,11 +39,13 @@ public:
 
 protected:
     bool event(QEvent* event) override;
+    void changeEvent(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void adoptContent();
     void fitToContent();
     void closeFromOutside();
     void leaveIfForsaken();
@@ -44,9 +53,9 @@ private:
     void chooseAnchor();
 
     Scheduler& scheduler_;
-    std::function<QRect()> iconPlace_;
+    Needs needs_;
     QScrollArea scroll_;
-    QPointer<QWidget> content_;
+    Content content_;
     QRect anchor_;     ///< what the panel hangs from: the icon, or a corner of the screen
     QRect available_;  ///< what the screen of the anchor leaves free
     OutsidePress outsidePress_;

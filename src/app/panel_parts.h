@@ -1,0 +1,43 @@
+#pragma once
+
+#include <functional>
+
+#include "app/appearance_service.h"
+#include "app/control_service.h"
+#include "app/keyboard_shortcut_manager.h"
+#include "app/launch_at_login.h"
+#include "base/calendar.h"
+#include "base/scheduler.h"
+#include "breaks/break_notifier.h"
+#include "breaks/break_timer.h"
+#include "display/display_server.h"
+#include "display/gamma_applicator.h"
+#include "display/grayscale_switch.h"
+#include "filter/model/custom_preset_store.h"
+#include "filter/model/preferences_store.h"
+#include "filter/state/filter_state.h"
+#include "schedule/location_provider.h"
+
+namespace dravo {
+
+/// What the panel shows and acts on; all of it outlives the panel.
+struct PanelParts {
+    FilterState& filterState;
+    PreferencesStore& preferences;
+    CustomPresetStore& customPresetStore;
+    BreakTimer& breakTimer;
+    BreakNotifier& breakNotifier;
+    LocationProvider& locationProvider;
+    GammaApplicator& applicator;
+    GrayscaleSwitch& grayscale;
+    DisplayServer& displays;
+    ControlTarget& control;  ///< For presets that come and go as files.
+    KeyboardShortcutManager& shortcutManager;
+    LaunchAtLogin& launchAtLogin;
+    Scheduler& scheduler;
+    Calendar& calendar;
+    AppearanceService& appearance;
+    std::function<void()> quit;  ///< Gives the displays back, then ends the program.
+};
+
+}  // namespace dravo

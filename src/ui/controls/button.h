@@ -1,0 +1,113 @@
+#pragma once
+
+#include <QAbstractButton>
+#include <QFocusEvent>
+#include <functional>
+
+#include "ui/icons.h"
+#include "ui/theme.h"
+
+namespace dravo::ui {
+
+/// Whether the focus is to be shown: only once it came by the keyboard.
+class KeyboardFocus {
+public:
+    void note(const QFocusEvent& event);
+    [[nodiscard]] bool isShown() const { return isShown_; }
+
+private:
+    bool isShown_ = false;
+};
+
+/// Draws the ring that marks the keyboard's focus, inside `place`.
+void drawFocusRing(QPainter& painter, const QRectF& place, qreal radius);
+
+/// What all buttons of the panel share: hover, pressed, disabled and focus looks, and Enter as well as Space.
+///
+/// A subclass draws itself; the button's accessible name is its text unless it was given one.
+class Button : public QAbstractButton {
+    Q_OBJECT
+
+public:
+    explicit Button(QWidget* parent = nullptr);
+
+    /// Calls `action` on every click, by mouse, keyboard or assistive technology.
+    void onClick(std::function<void()> action);
+
+protected:
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+    [[nodiscard]] bool showsFocus() const { return focus_.isShown(); }
+    [[nodiscard]] bool isHot() const { return isEnabled() && (isDown() || underMouse()); }
+
+private:
+    KeyboardFocus focus_;
+};
+
+/// An icon alone, in a square that can be hit.
+class IconButton : public Button {
+    Q_OBJECT
+
+public:
+    IconButton(Icon icon, const QString& toolTip, QWidget* parent = nullptr);
+
+    void setIcon(Icon icon, const QString& toolTip);
+    [[nodiscard]] QSize sizeHint() const override { return {Theme::kTarget, Theme::kTarget}; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    Icon icon_;
+};
+
+/// A labelled button: small, as everything in the panel.
+class PushButton : public Button {
+    Q_OBJECT
+
+public:
+    enum class Kind {
+        plain,
+        primary,  ///< What the person came for.
+        destructive,
+        link,  ///< Only its text.
+    };
+
+    PushButton(const QString& text, Kind kind, QWidget* parent = nullptr);
+
+    /// Shows the text as of lesser weight, as while a recorder waits.
+    void setMuted(bool isMuted);
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    [[nodiscard]] QColor ink() const;
+
+    Kind kind_;
+    bool isMuted_ = false;
+};
+
+/// The header of a part that unfolds: a chevron and a title, at once and without motion.
+class DisclosureButton : public Button {
+    Q_OBJECT
+
+public:
+    DisclosureButton(const QString& title, QWidget* parent = nullptr);
+
+    void setExpanded(bool isExpanded);
+    [[nodiscard]] bool isExpanded() const { return isExpanded_; }
+    [[nodiscard]] QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    bool isExpanded_ = false;
+};
+
+}  // namespace dravo::ui

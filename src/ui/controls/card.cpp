@@ -1,0 +1,61 @@
+#include "ui/controls/card.h"
+
+#include <QAccessible>
+#include <QPainter>
+
+#include "ui/controls/layout.h"
+
+namespace dravo::ui {
+
+Card::Card(QWidget* parent) : QWidget(parent) {
+    auto* const column = layOut<QVBoxLayout>(this, Theme::kGap);
+    column->setContentsMargins(Theme::kBlockGap, Theme::kBlockGap, Theme::kBlockGap, Theme::kBlockGap);
+    title_ = new Label({}, TextStyle::title);
+    message_ = new Label({}, TextStyle::caption, Tone::secondary);
+    answers_ = new QWidget;
+    layOut<QHBoxLayout>(answers_, Theme::kGap);
+    column->addWidget(title_->wrapped());
+    column->addWidget(message_->wrapped());
+    column->addWidget(answers_);
+}
+
+void Card::setContent(const QString& title, const QString& message, const std::vector<Answer>& answers) {
+    QStringList shown{title, message};
+    for (const auto& answer : answers) shown += answer.title;
+    if (shown == shown_) return;
+    shown_ = shown;
+    title_->setText(title);
+    message_->setText(message);
+    message_->setVisible(!message.isEmpty());
+    setAccessibleName(title);
+    setAccessibleDescription(message);
+    auto* const row = static_cast<QHBoxLayout*>(answers_->layout());
+    while (auto* const item = row->takeAt(0)) {
+        if (item->widget()) item->widget()->deleteLater();
+        delete item;
+    }
+    row->addStretch();
+    for (const auto& answer : answers) {
+        auto* const button = new PushButton(answer.title, answer.kind);
+        // The answer takes the card away, and this button with it.
+        button->onClick([action = answer.action] { action(); });
+        row->addWidget(button);
+    }
+}
+
+void Card::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    QAccessibleEvent alert(this, QAccessible::Alert);
+    QAccessible::updateAccessibility(&alert);
+}
+
+void Card::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(theme().hairline, 1));
+    painter.setBrush(theme().raised);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), Theme::kControlRadius,
+                            Theme::kControlRadius);
+}
+
+}  // namespace dravo::ui

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QWidget>
+#include <functional>
+#include <vector>
+
+#include "ui/controls/button.h"
+#include "ui/controls/label.h"
+
+namespace dravo::ui {
+
+/// What the panel asks or tells, inside itself: a title, a text, and the answers. Announced to a screen reader as an
+/// alert when it appears.
+class Card : public QWidget {
+    Q_OBJECT
+
+public:
+    struct Answer {
+        QString title;
+        PushButton::Kind kind = PushButton::Kind::plain;
+        std::function<void()> action;
+    };
+
+    explicit Card(QWidget* parent = nullptr);
+
+    /// Replaces what it shows; the same as before changes nothing, and keeps the keyboard where it is.
+    void setContent(const QString& title, const QString& message, const std::vector<Answer>& answers);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+private:
+    Label* title_;
+    Label* message_;
+    QWidget* answers_;
+    QStringList shown_;
+};
+
+}  // namespace dravo::ui

@@ -1,0 +1,121 @@
+#include "ui/controls/fields.h"
+
+#include <QPainter>
+#include <QStyleOptionSpinBox>
+#include <QWheelEvent>
+#include <chrono>
+
+#include "ui/icons.h"
+#include "ui/texts.h"
+
+namespace dravo::ui {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kRest = 1s;
+constexpr int kFieldRadius = 6;
+constexpr int kFieldPadding = 6;
+constexpr int kStepper = 14;
+constexpr int kStepIcon = 10;
+
+void drawField(QPainter& painter, const QRect& rect, bool hasFocus) {
+    painter.setRenderHint(QPainter::Antialiasing);
+    const Theme& t = theme();
+    painter.setPen(hasFocus ? QPen(t.accentText, 1.5) : QPen(t.hairline, 1));
+    painter.setBrush(t.sunk);
+    painter.drawRoundedRect(QRectF(rect).adjusted(1, 1, -1, -1), kFieldRadius, kFieldRadius);
+}
+
+void clearGround(QWidget& widget) {
+    QPalette palette;
+    palette.setColor(QPalette::Base, Qt::transparent);
+    widget.setPalette(palette);
+}
+
+}  // namespace
+
+TextField::TextField(const QString& placeholder, QWidget* parent) : QLineEdit(parent) {
+    setPlaceholderText(placeholder);
+    setAccessibleName(placeholder);
+    setFont(fontOf(TextStyle::body));
+    setFrame(false);
+    setTextMargins(kFieldPadding, 0, kFieldPadding, 0);
+    clearGround(*this);
+}
+
+void TextField::paintEvent(QPaintEvent* event) {
+    {
+        QPainter painter(this);
+        drawField(painter, rect(), hasFocus());
+    }
+    QLineEdit::paintEvent(event);
+}
+
+TimeField::TimeField(const QString& name, QWidget* parent) : QTimeEdit(parent) {
+    setAccessibleName(name);
+    setFont(fontOf(TextStyle::caption));
+    setFrame(false);
+    setDisplayFormat(usesTwelveHours() ? QStringLiteral("h:mm AP") : QStringLiteral("HH:mm"));
+    setKeyboardTracking(true);
+    setWrapping(true);
+    setFocusPolicy(Qt::StrongFocus);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    lineEdit()->setFrame(false);
+    clearGround(*lineEdit());
+    rest_.setSingleShot(true);
+    connect(&rest_, &QTimer::timeout, this, [this] { settle(); });
+    connect(this, &QTimeEdit::userTimeChanged, this, [this] {
+        isEdited_ = true;
+        rest_.start(kRest);
+    });
+    connect(this, &QTimeEdit::editingFinished, this, [this] { settle(); });
+}
+
+void TimeField::setMinutes(int minutes) {
+    if (isEdited_) return;
+    const QTime wanted(minutes / 60, minutes % 60);
+    if (time() == wanted) return;
+    const QSignalBlocker quiet(this);
+    setTime(wanted);
+}
+
+void TimeField::settle() {
+    rest_.stop();
+    if (!isEdited_) return;
+    isEdited_ = false;
+    if (onInput_) onInput_(60 * time().hour() + time().minute());
+}
+
+QSize TimeField::sizeHint() const {
+    const QString widest = usesTwelveHours() ? QStringLiteral("00:00 AM") : QStringLiteral("00:00");
+    return {fontMetrics().horizontalAdvance(widest) + 2 * kFieldPadding + kStepper + 8, Theme::kTarget};
+}
+
+void TimeField::wheelEvent(QWheelEvent* event) {
+    if (hasFocus()) {
+        QTimeEdit::wheelEvent(event);
+    } else {
+        event->ignore();
+    }
+}
+
+void TimeField::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    drawField(painter, rect(), hasFocus());
+    QStyleOptionSpinBox option;
+    initStyleOption(&option);
+    for (const auto part : {QStyle::SC_SpinBoxUp, QStyle::SC_SpinBoxDown}) {
+        const QRect button = style()->subControlRect(QStyle::CC_SpinBox, &option, part, this);
+        const bool isUp = part == QStyle::SC_SpinBoxUp;
+        painter.save();
+        painter.translate(QRectF(button).center());
+        painter.rotate(isUp ? 180 : 0);
+        drawIcon(painter, Icon::openMenu, QRect(-kStepIcon / 2, -kStepIcon / 2, kStepIcon, kStepIcon),
+                 theme().secondary);
+        painter.restore();
+    }
+}
+
+}  // namespace dravo::ui

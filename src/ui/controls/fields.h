@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QLineEdit>
+#include <QTimeEdit>
+#include <QTimer>
+#include <functional>
+
+#include "ui/theme.h"
+
+namespace dravo::ui {
+
+/// A line to type in.
+class TextField : public QLineEdit {
+    Q_OBJECT
+
+public:
+    explicit TextField(const QString& placeholder, QWidget* parent = nullptr);
+
+    [[nodiscard]] QSize sizeHint() const override { return {QLineEdit::sizeHint().width(), 26}; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
+/// A time of day, hours and minutes, typed or stepped. What a person sets counts once the editing ends: by Enter, by
+/// leaving, or after a second without a change, so that no time in between takes effect.
+class TimeField : public QTimeEdit {
+    Q_OBJECT
+
+public:
+    explicit TimeField(const QString& name, QWidget* parent = nullptr);
+
+    /// Shows this time, unless the person is at it. Minutes after midnight, 0..1439.
+    void setMinutes(int minutes);
+    void onInput(std::function<void(int)> handler) { onInput_ = std::move(handler); }
+
+    [[nodiscard]] QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+
+private:
+    void settle();
+
+    std::function<void(int)> onInput_;
+    QTimer rest_;
+    bool isEdited_ = false;
+};
+
+}  // namespace dravo::ui

@@ -1,0 +1,113 @@
+#include "ui/controls/menu_button.h"
+
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPointer>
+
+namespace dravo::ui {
+
+namespace {
+
+constexpr int kSidePadding = 8;
+
+void fill(QMenu& menu, const std::vector<MenuLine>& lines) {
+    for (const auto& line : lines) {
+        if (line.text.isEmpty()) {
+            menu.addSeparator();
+            continue;
+        }
+        auto* const action = menu.addAction(QString(line.text).replace(QLatin1Char('&'), QLatin1String("&&")));
+        if (!line.picture.isNull()) action->setIcon(QIcon(line.picture));
+        if (line.isHeading) {
+            action->setEnabled(false);
+            continue;
+        }
+        if (line.isCurrent) menu.setActiveAction(action);
+        QObject::connect(action, &QAction::triggered, &menu, [choose = line.choose] {
+            if (choose) choose();
+        });
+    }
+}
+
+}  // namespace
+
+void openMenu(QWidget& anchor, const std::vector<MenuLine>& lines, int leastWidth) {
+    auto* const menu = new QMenu(anchor.window());
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setStyleSheet(theme().styleSheet());
+    menu->setFont(fontOf(TextStyle::body));
+    menu->setLayoutDirection(anchor.layoutDirection());
+    menu->setMinimumWidth(leastWidth);
+    fill(*menu, lines);
+    QPoint place = anchor.mapToGlobal(QPoint(0, anchor.height() + Theme::kSmallGap));
+    if (anchor.isRightToLeft()) place.rx() += anchor.width() - menu->sizeHint().width();
+    menu->popup(place);
+}
+
+MenuButton::MenuButton(Size size, const QString& name, QWidget* parent) : Button(parent), size_(size) {
+    setAccessibleName(name);
+    setFont(fontOf(size == Size::regular ? TextStyle::body : TextStyle::caption));
+    setSizePolicy(size == Size::regular ? QSizePolicy::Expanding : QSizePolicy::Fixed, QSizePolicy::Fixed);
+    onClick([this] { open(); });
+}
+
+void MenuButton::setChoice(const QString& text, const QPixmap& picture) {
+    const bool isNew = this->text() != text;
+    picture_ = picture;
+    setText(text);
+    if (isNew) updateGeometry();
+    update();
+}
+
+QSize MenuButton::sizeHint() const {
+    const int picture = picture_.isNull() ? 0 : Theme::kSmallIcon + Theme::kGap;
+    return {fontMetrics().horizontalAdvance(text()) + picture + 2 * kSidePadding + Theme::kGap + Theme::kSmallIcon,
+            size_ == Size::regular ? 28 : Theme::kTarget};
+}
+
+QSize MenuButton::minimumSizeHint() const { return size_ == Size::regular ? QSize(80, 28) : sizeHint(); }
+
+void MenuButton::open() {
+    if (lines_) openMenu(*this, lines_(), width());
+}
+
+void MenuButton::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Down || event->key() == Qt::Key_Up) {
+        open();
+    } else {
+        Button::keyPressEvent(event);
+    }
+}
+
+void MenuButton::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const Theme& t = theme();
+    const QRectF face = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    painter.setPen(QPen(t.hairline, 1));
+    painter.setBrush(t.raised);
+    painter.drawRoundedRect(face, Theme::kControlRadius, Theme::kControlRadius);
+    if (isHot()) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(t.hairline);
+        painter.drawRoundedRect(face, Theme::kControlRadius, Theme::kControlRadius);
+    }
+    const bool mirrored = isRightToLeft();
+    const auto placed = [&](int fromStart, int side) {
+        return QRect(mirrored ? width() - fromStart - side : fromStart, (height() - side) / 2, side, side);
+    };
+    int start = kSidePadding;
+    if (!picture_.isNull()) {
+        painter.drawPixmap(placed(start, Theme::kSmallIcon), picture_);
+        start += Theme::kSmallIcon + Theme::kGap;
+    }
+    const int end = kSidePadding + Theme::kSmallIcon;
+    drawIcon(painter, Icon::openMenu, placed(width() - end, Theme::kSmallIcon), t.secondary);
+    const QRect room = rect().adjusted(mirrored ? end + 4 : start, 0, mirrored ? -start : -end - 4, 0);
+    painter.setPen(t.text);
+    painter.drawText(room, leadingAlignment(layoutDirection()) | Qt::TextSingleLine,
+                     fontMetrics().elidedText(text(), Qt::ElideRight, room.width()));
+    if (showsFocus()) drawFocusRing(painter, rect(), Theme::kControlRadius);
+}
+
+}  // namespace dravo::ui

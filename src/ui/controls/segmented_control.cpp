@@ -1,0 +1,75 @@
+#include "ui/controls/segmented_control.h"
+
+#include <QButtonGroup>
+#include <QKeyEvent>
+#include <QPainter>
+#include <algorithm>
+
+#include "ui/controls/layout.h"
+
+namespace dravo::ui {
+
+namespace {
+
+constexpr int kGroove = 2;
+constexpr int kSegmentRadius = 5;
+constexpr int kSidePadding = 6;
+
+/// One of them; a radio button to assistive technology.
+class Segment : public Button {
+public:
+    explicit Segment(const QString& title) {
+        setText(title);
+        setCheckable(true);
+        setAutoExclusive(true);
+        setFont(fontOf(TextStyle::caption));
+        setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    }
+    QSize sizeHint() const override {
+        return {fontMetrics().horizontalAdvance(text()) + 2 * kSidePadding, Theme::kTarget};
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        const Theme& t = theme();
+        if (isChecked() || isHot()) {
+            painter.setPen(isChecked() ? QPen(t.hairline, 1) : QPen(Qt::NoPen));
+            painter.setBrush(isChecked() ? t.raised : t.hairline);
+            painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), kSegmentRadius, kSegmentRadius);
+        }
+        painter.setPen(isChecked() || isHot() ? t.text : t.secondary);
+        painter.drawText(rect(), Qt::AlignCenter,
+                         fontMetrics().elidedText(text(), Qt::ElideRight, width() - kSidePadding));
+        if (showsFocus()) drawFocusRing(painter, rect(), kSegmentRadius);
+    }
+};
+
+}  // namespace
+
+SegmentedControl::SegmentedControl(const QStringList& titles, const QString& name, QWidget* parent) : QWidget(parent) {
+    setAccessibleName(name);
+    auto* const row = layOut<QHBoxLayout>(this, 0);
+    row->setContentsMargins(kGroove, kGroove, kGroove, kGroove);
+    for (int index = 0; index < titles.size(); ++index) {
+        auto* const segment = new Segment(titles[index]);
+        segment->onClick([this, index] {
+            if (onChoice_) onChoice_(index);
+        });
+        row->addWidget(segment, 1);
+        segments_.push_back(segment);
+    }
+}
+
+void SegmentedControl::setChoice(int index) { segments_.at(static_cast<std::size_t>(index))->setChecked(true); }
+
+void SegmentedControl::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(theme().sunk);
+    painter.drawRoundedRect(rect(), Theme::kControlRadius, Theme::kControlRadius);
+}
+
+}  // namespace dravo::ui

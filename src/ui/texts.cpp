@@ -1,0 +1,141 @@
+#include "ui/texts.h"
+
+#include <unicode/udat.h>
+#include <unicode/udatpg.h>
+#include <unicode/uloc.h>
+#include <unicode/unum.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <memory>
+
+#include "base/localized.h"
+
+namespace dravo::ui {
+
+namespace {
+
+struct NumberFormatCloser {
+    void operator()(UNumberFormat* format) const { unum_close(format); }
+};
+struct DateFormatCloser {
+    void operator()(UDateFormat* format) const { udat_close(format); }
+};
+using NumberFormat = std::unique_ptr<UNumberFormat, NumberFormatCloser>;
+using DateFormat = std::unique_ptr<UDateFormat, DateFormatCloser>;
+using Buffer = std::array<UChar, 128>;
+
+const QChar* toQt(const UChar* text) { return reinterpret_cast<const QChar*>(text); }
+const UChar* toIcu(const QString& text) { return reinterpret_cast<const UChar*>(text.utf16()); }
+
+/// A format of `style` in the interface's locale with exactly `digits` fraction digits; null if there is none.
+NumberFormat numberFormat(UNumberFormatStyle style, int digits) {
+    UErrorCode status = U_ZERO_ERROR;
+    NumberFormat format(unum_open(style, nullptr, 0, uloc_getDefault(), nullptr, &status));
+    if (U_FAILURE(status)) return nullptr;
+    unum_setAttribute(format.get(), UNUM_MIN_FRACTION_DIGITS, digits);
+    unum_setAttribute(format.get(), UNUM_MAX_FRACTION_DIGITS, digits);
+    return format;
+}
+
+QString formatted(const UNumberFormat* format, double value) {
+    if (!format) return {};
+    Buffer buffer;
+    UErrorCode status = U_ZERO_ERROR;
+    const auto length = unum_formatDouble(format, value, buffer.data(), buffer.size(), nullptr, &status);
+    return U_FAILURE(status) ? QString() : QString(toQt(buffer.data()), length);
+}
+
+void putPlusBefore(UNumberFormat* format) {
+    Buffer before;
+    UErrorCode status = U_ZERO_ERROR;
+    const auto length = unum_getTextAttribute(format, UNUM_POSITIVE_PREFIX, before.data(), before.size(), &status);
+    if (U_FAILURE(status)) return;
+    // Some locales write the percent sign in front.
+    const QString prefix = QLatin1Char('+') + QString(toQt(before.data()), length);
+    unum_setTextAttribute(format, UNUM_POSITIVE_PREFIX, toIcu(prefix), static_cast<std::int32_t>(prefix.size()),
+                          &status);
+}
+
+UDateFormat* timeFormat() {
+    static const DateFormat format = [] {
+        UErrorCode status = U_ZERO_ERROR;
+        // Fields go in as they are: the zone is the calendar's matter.
+        const std::u16string zone = u"Etc/UTC";
+        DateFormat made(udat_open(UDAT_SHORT, UDAT_NONE, uloc_getDefault(), zone.c_str(), -1, nullptr, 0, &status));
+        if (U_FAILURE(status)) made.reset();
+        return made;
+    }();
+    return format.get();
+}
+
+}  // namespace
+
+QString text(std::string_view key, std::string_view english) { return QString::fromStdString(localized(key, english)); }
+
+QString text(std::string_view english) { return text(english, english); }
+
+QString filled(QString text, const QString& first, const QString& second) {
+    if (text.contains(QLatin1String("%1$@"))) {
+        return text.replace(QLatin1String("%1$@"), first).replace(QLatin1String("%2$@"), second);
+    }
+    const auto place = text.indexOf(QLatin1String("%@"));
+    if (place < 0) return text;
+    text.replace(place, 2, first);
+    const auto next = text.indexOf(QLatin1String("%@"), place + first.size());
+    if (next >= 0) text.replace(next, 2, second);
+    return text;
+}
+
+QString percentText(double fraction, bool isSigned) {
+    static const NumberFormat plain = numberFormat(UNUM_PERCENT, 0);
+    static const NumberFormat withSign = [] {
+        auto format = numberFormat(UNUM_PERCENT, 0);
+        if (format) putPlusBefore(format.get());
+        return format;
+    }();
+    // The negative zero that rounding a small number leaves would be written with its sign.
+    const double shown = std::abs(fraction) < 0.005 ? 0 : fraction;
+    const QString written = formatted((isSigned ? withSign : plain).get(), shown);
+    return written.isEmpty() ? QString::number(static_cast<int>(shown * 100)) + QLatin1Char('%') : written;
+}
+
+QString decimalText(double value, int digits) {
+    static const std::array<NumberFormat, 3> formats{numberFormat(UNUM_DECIMAL, 0), numberFormat(UNUM_DECIMAL, 1),
+                                                     numberFormat(UNUM_DECIMAL, 2)};
+    const QString written = formatted(formats.at(static_cast<std::size_t>(digits)).get(), value);
+    return written.isEmpty() ? QString::number(value, 'f', digits) : written;
+}
+
+double typedNumber(const QString& text) {
+    const QString trimmed = text.trimmed();
+    bool isPlain = false;
+    if (const double value = trimmed.toDouble(&isPlain); isPlain) return value;
+    static const NumberFormat format = numberFormat(UNUM_DECIMAL, 2);
+    std::int32_t end = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    const auto length = static_cast<std::int32_t>(trimmed.size());
+    const double value = format ? unum_parseDouble(format.get(), toIcu(trimmed), length, &end, &status) : 0;
+    const bool isWhole = format && U_SUCCESS(status) && end == length && length > 0;
+    return isWhole ? value : std::numeric_limits<double>::quiet_NaN();
+}
+
+QString timeText(const LocalFields& time) {
+    Buffer buffer;
+    UErrorCode status = U_ZERO_ERROR;
+    const double milliseconds = 60'000.0 * (60 * time.hour + time.minute);
+    const auto length =
+        timeFormat() ? udat_format(timeFormat(), milliseconds, buffer.data(), buffer.size(), nullptr, &status) : 0;
+    if (length > 0 && U_SUCCESS(status)) return QString(toQt(buffer.data()), length);
+    return QStringLiteral("%1:%2").arg(time.hour, 2, 10, QLatin1Char('0')).arg(time.minute, 2, 10, QLatin1Char('0'));
+}
+
+bool usesTwelveHours() {
+    Buffer buffer;
+    UErrorCode status = U_ZERO_ERROR;
+    const auto length = timeFormat() ? udat_toPattern(timeFormat(), false, buffer.data(), buffer.size(), &status) : 0;
+    return U_SUCCESS(status) && QString(toQt(buffer.data()), length).contains(QLatin1Char('a'));
+}
+
+}  // namespace dravo::ui

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QString>
+#include <string_view>
+
+#include "base/calendar.h"
+
+namespace dravo::ui {
+
+/// The panel's texts and figures, in the interface's language and the locale's own form.
+///
+/// Thread: main thread.
+
+/// The text for `key`, else `english`; the second form is for texts whose key is the text itself.
+[[nodiscard]] QString text(std::string_view key, std::string_view english);
+[[nodiscard]] QString text(std::string_view english);
+
+/// `text` with its first "%@" (or, counting upward, "%1$@" and "%2$@") replaced.
+[[nodiscard]] QString filled(QString text, const QString& first, const QString& second = {});
+
+/// A fraction as a whole percentage: 0.25 is "25%" in English. Signed, what is not negative carries a plus.
+[[nodiscard]] QString percentText(double fraction, bool isSigned);
+
+/// With exactly `digits` digits after the decimal separator.
+[[nodiscard]] QString decimalText(double value, int digits);
+
+/// The number that a person typed in the locale's own form or in the plain one with a point; NaN for anything else.
+[[nodiscard]] double typedNumber(const QString& text);
+
+/// The time of day, short: "6:30 PM", "18:30".
+[[nodiscard]] QString timeText(const LocalFields& time);
+
+/// Whether the locale writes the time of day with a morning and an afternoon.
+[[nodiscard]] bool usesTwelveHours();
+
+}  // namespace dravo::ui

@@ -1,0 +1,57 @@
+#include "ui/views/onboarding_view.h"
+
+#include <QHBoxLayout>
+
+#include "app/keyboard_shortcut.h"
+#include "ui/controls/button.h"
+#include "ui/controls/layout.h"
+#include "ui/texts.h"
+
+namespace dravo::ui {
+
+namespace {
+
+constexpr int kSymbol = 36;
+
+Label* addFeature(QVBoxLayout* column, Icon icon, const QString& what) {
+    auto* const row = bare<QHBoxLayout>(Theme::kGap);
+    row->addWidget(new IconMark(icon, Theme::kIcon, Tone::secondary), 0, Qt::AlignTop);
+    auto* const label = (new Label(what, TextStyle::caption))->wrapped();
+    row->addWidget(label, 1);
+    column->addLayout(row);
+    return label;
+}
+
+}  // namespace
+
+OnboardingView::OnboardingView(const PanelParts& parts, std::function<void()> onDismiss) : View(parts) {
+    auto* const column = layOut<QVBoxLayout>(this, Theme::kBlockGap);
+    column->setContentsMargins(Theme::kPadding, Theme::kPadding, Theme::kPadding, Theme::kPadding);
+    column->addWidget(new IconMark(Icon::eye, kSymbol, Tone::accent), 0, Qt::AlignHCenter);
+    column->addWidget(new Label(text("Welcome to Dravo"), TextStyle::headline), 0, Qt::AlignHCenter);
+
+    auto* const features = bare<QVBoxLayout>(Theme::kGap);
+    addFeature(features, Icon::presets, text("Science-backed filters that reduce migraine-triggering wavelengths"));
+    addFeature(features, Icon::adjustments, text("Adjust intensity, dimming, contrast, and more"));
+    shortcut_ = addFeature(features, Icon::keyboard, {});
+    column->addLayout(features);
+
+    auto* const hint =
+        (new Label(text("Click the menu bar icon anytime to adjust your filter."), TextStyle::caption, Tone::secondary))
+            ->wrapped();
+    hint->setAlignment(Qt::AlignHCenter);
+    column->addWidget(hint);
+    auto* const start = new PushButton(text("Get Started"), PushButton::Kind::primary);
+    start->onClick(std::move(onDismiss));
+    column->addWidget(start, 0, Qt::AlignHCenter);
+}
+
+void OnboardingView::refresh() {
+    const auto code = parts_.preferences.shortcutKeyCode();
+    const auto modifiers = parts_.preferences.shortcutModifiers();
+    const QString sentence = text("Toggle with %@ from anywhere");
+    shortcut_->setText(filled(sentence, QString::fromStdString(displayString(code, modifiers))));
+    shortcut_->setAccessibleName(filled(sentence, QString::fromStdString(spokenShortcut(code, modifiers))));
+}
+
+}  // namespace dravo::ui

@@ -1,0 +1,155 @@
+#include "ui/views/position_view.h"
+
+#include "schedule/solar_calculator.h"
+#include "ui/controls/layout.h"
+#include "ui/texts.h"
+
+namespace dravo::ui {
+
+namespace {
+
+constexpr int kCoordinateDigits = 2;
+
+}  // namespace
+
+PositionView::PositionView(const PanelParts& parts) : View(parts) {
+    auto* const column = layOut<QVBoxLayout>(this, Theme::kSmallGap);
+    timesRow_ = makeRow(Icon::sunset, times_, TextStyle::caption);
+    deniedRow_ = makeRow(Icon::locationOff, denied_, TextStyle::caption2);
+    denied_->setText(text("solar.needs_location", "Turn on location access in System Settings to use sunset times."));
+    waitingRow_ = makeRow(Icon::more, waiting_, TextStyle::caption);
+    waiting_->setText(text("Determining location…"));
+    for (auto* const row : {timesRow_, deniedRow_, waitingRow_}) column->addWidget(row);
+    column->addWidget(makeSourceRow());
+    choice_ = makeChoice();
+    column->addWidget(choice_);
+}
+
+QWidget* PositionView::makeRow(Icon icon, Label*& label, TextStyle style) {
+    auto* const widget = new QWidget(this);
+    auto* const row = layOut<QHBoxLayout>(widget, Theme::kGap);
+    row->addWidget(new IconMark(icon, Theme::kSmallIcon, Tone::secondary));
+    label = new Label({}, style, Tone::secondary);
+    row->addWidget(label->wrapped(), 1);
+    return widget;
+}
+
+QWidget* PositionView::makeSourceRow() {
+    auto* const widget = new QWidget(this);
+    auto* const row = layOut<QHBoxLayout>(widget, Theme::kGap);
+    source_ = new Label({}, TextStyle::caption2, Tone::secondary);
+    row->addWidget(source_->wrapped(), 1);
+    change_ = new PushButton({}, PushButton::Kind::link, widget);
+    change_->onClick([this] { setChoosing(!isChoosing_); });
+    row->addWidget(change_, 0, Qt::AlignTop);
+    return widget;
+}
+
+QWidget* PositionView::makeChoice() {
+    auto* const widget = new QWidget(this);
+    auto* const column = layOut<QVBoxLayout>(widget, Theme::kGap);
+    auto* const sources = bare<QHBoxLayout>(Theme::kGap);
+    auto* const service = new PushButton(text("Location Service"), PushButton::Kind::plain);
+    service->onClick([this] { take(LocationSource::service); });
+    auto* const zone = new PushButton(text("Time Zone"), PushButton::Kind::plain);
+    zone->onClick([this] { take(LocationSource::zone); });
+    sources->addWidget(service);
+    sources->addWidget(zone);
+    sources->addStretch();
+    column->addLayout(sources);
+    auto* const typed = bare<QHBoxLayout>(Theme::kGap);
+    latitude_ = new TextField(text("Latitude"), widget);
+    longitude_ = new TextField(text("Longitude"), widget);
+    auto* const use = new PushButton(text("Use"), PushButton::Kind::plain);
+    use->onClick([this] { takeTyped(); });
+    for (auto* const field : {latitude_, longitude_}) {
+        connect(field, &QLineEdit::returnPressed, this, [this] { takeTyped(); });
+        typed->addWidget(field, 1);
+    }
+    typed->addWidget(use);
+    column->addLayout(typed);
+    complaint_ = new Label({}, TextStyle::caption, Tone::orange);
+    column->addWidget(complaint_->wrapped());
+    return widget;
+}
+
+void PositionView::setChoosing(bool isChoosing) {
+    isChoosing_ = isChoosing;
+    complaint_->clear();
+    const auto fill = [](TextField* field, const std::optional<double>& degrees) {
+        field->setText(degrees ? decimalText(*degrees, kCoordinateDigits) : QString());
+    };
+    fill(latitude_, parts_.preferences.lastLatitude());
+    fill(longitude_, parts_.preferences.lastLongitude());
+    refresh();
+}
+
+void PositionView::take(LocationSource source) {
+    if (source == LocationSource::zone) {
+        if (const auto taken = parts_.locationProvider.useZone(); !taken) {
+            complaint_->setText(text("position.zone_unknown", "The time zone has no known place."));
+            refresh();
+            return;
+        }
+    } else {
+        parts_.locationProvider.useService();
+    }
+    setChoosing(false);
+}
+
+void PositionView::takeTyped() {
+    const Position position{typedNumber(latitude_->text()), typedNumber(longitude_->text())};
+    if (const auto taken = parts_.locationProvider.useTyped(position); !taken) {
+        complaint_->setText(
+            text("position.range", "Latitude goes from -90 to 90, longitude from -180 to 180 degrees."));
+        refresh();
+        return;
+    }
+    setChoosing(false);
+}
+
+void PositionView::hideEvent(QHideEvent* event) {
+    View::hideEvent(event);
+    if (!event->spontaneous()) isChoosing_ = false;
+}
+
+void PositionView::refresh() {
+    const auto latitude = parts_.preferences.lastLatitude();
+    const auto longitude = parts_.preferences.lastLongitude();
+    std::optional<SolarTimes> sun;
+    if (latitude && longitude) {
+        sun = SolarCalculator::solarTimes(parts_.scheduler.now(), *latitude, *longitude, parts_.calendar);
+    }
+    if (sun) {
+        times_->setText(filled(text("solar.range", "Sunset %@ to sunrise %@"),
+                               timeText(parts_.calendar.fields(sun->sunset)),
+                               timeText(parts_.calendar.fields(sun->sunrise))));
+    }
+    const bool isDenied = !sun && parts_.locationProvider.status().get() == LocationProvider::Status::denied;
+    timesRow_->setVisible(sun.has_value());
+    deniedRow_->setVisible(isDenied);
+    waitingRow_->setVisible(!sun && !isDenied);
+    source_->setText(sourceText());
+    change_->setText(isChoosing_ ? text("Cancel") : text("Change…"));
+    change_->updateGeometry();
+    complaint_->setVisible(!complaint_->text().isEmpty());
+    choice_->setVisible(isChoosing_);
+}
+
+QString PositionView::sourceText() const {
+    switch (parts_.preferences.locationSource()) {
+        case LocationSource::typed:
+            return text("position.typed", "For the position that you entered.");
+        case LocationSource::zone:
+            return text("position.zone", "For the time zone's main city, approximately.");
+        case LocationSource::service:
+            break;
+    }
+    // Until it has answered, the person learns what following the sun asks for.
+    const bool isKnown = parts_.preferences.lastLatitude() && parts_.preferences.lastLongitude();
+    return isKnown
+               ? text("position.service", "For your approximate position.")
+               : text("position.consent", "Dravo asks this desktop's location service for your approximate position.");
+}
+
+}  // namespace dravo::ui

@@ -1,0 +1,175 @@
+#include "ui/views/preset_editor_view.h"
+
+#include <array>
+
+#include "melanopic/melanopic_model.h"
+#include "ui/controls/button.h"
+#include "ui/controls/layout.h"
+#include "ui/texts.h"
+
+namespace dravo::ui {
+
+namespace {
+
+constexpr int kRowGap = 6;
+constexpr int kLabelWidth = 68;
+constexpr int kFigureWidth = 44;
+
+}  // namespace
+
+struct PresetEditorView::FieldLook {
+    std::string_view label;
+    double FilterPreset::*member;
+    AdjustmentRange range;
+    Figure figure;
+    AdjustmentSlider::Steps steps = {};
+};
+
+PresetEditorView::PresetEditorView(const PanelParts& parts, PresetEditing& editing,
+                                   std::function<void(const Error&)> onSaveFailed)
+    : View(parts), editing_(editing), onSaveFailed_(std::move(onSaveFailed)) {
+    static constexpr std::array<FieldLook, 7> kMain{{
+        {"Red", &FilterPreset::redFactor, kFactorRange, Figure::decimal},
+        {"Green", &FilterPreset::greenFactor, kFactorRange, Figure::decimal},
+        {"Blue", &FilterPreset::blueFactor, kFactorRange, Figure::decimal},
+        {"Intensity", &FilterPreset::intensity, kIntensityRange, Figure::percent},
+        {"Dimming", &FilterPreset::dimming, kDimmingRange, Figure::percent},
+        {"Black Point", &FilterPreset::blackPoint, kBlackPointRange, Figure::percent},
+        {"Contrast", &FilterPreset::contrast, kContrastRange, Figure::signedPercent},
+    }};
+    auto* const column = layOut<QVBoxLayout>(this, kRowGap);
+    column->addWidget(new Divider);
+    title_ = new Label({}, TextStyle::title);
+    column->addWidget(title_);
+    name_ = new TextField(text("Preset Name"), this);
+    connect(name_, &QLineEdit::textEdited, this, [this](const QString& name) { editing_.setName(name.toStdString()); });
+    connect(name_, &QLineEdit::returnPressed, this, [this] { save(); });
+    column->addWidget(name_);
+    curve_ = new CurveView(text("Transfer curves of this preset"), this);
+    column->addWidget(curve_);
+    auto* const melanopic = bare<QHBoxLayout>(Theme::kGap);
+    melanopic->addWidget(new IconMark(Icon::moon, Theme::kSmallIcon, Tone::secondary));
+    melanopic->addWidget((new Label(text("Melanopic light reduced"), TextStyle::caption))->wrapped(), 1);
+    melanopic_ = new FigureLabel(TextStyle::caption, Tone::secondary);
+    melanopic->addWidget(melanopic_);
+    column->addLayout(melanopic);
+    for (const auto& look : kMain) column->addLayout(makeField(look));
+    header_ = new DisclosureButton(text("Advanced"), this);
+    column->addWidget(header_);
+    advanced_ = makeAdvanced();
+    advanced_->setVisible(false);
+    column->addWidget(advanced_);
+    header_->onClick([this] {
+        header_->setExpanded(!header_->isExpanded());
+        advanced_->setVisible(header_->isExpanded());
+    });
+    column->addLayout(makeButtons());
+}
+
+QLayout* PresetEditorView::makeField(const FieldLook& look) {
+    auto* const row = bare<QHBoxLayout>(Theme::kGap);
+    auto* const label = new Label(text(look.label), TextStyle::caption);
+    label->setFixedWidth(kLabelWidth);
+    label->wrapped();
+    row->addWidget(label);
+    auto* const slider = new AdjustmentSlider(look.range, look.steps, text(look.label), this);
+    const auto member = look.member;
+    slider->onInput([this, member](double value) { editing_.setValue(member, value); });
+    row->addWidget(slider, 1);
+    auto* const value = new FigureLabel(TextStyle::caption, Tone::secondary);
+    value->setFixedWidth(kFigureWidth);
+    row->addWidget(value);
+    fields_.push_back({member, look.figure, slider, value});
+    return row;
+}
+
+QWidget* PresetEditorView::makeAdvanced() {
+    static constexpr std::array<FieldLook, 5> kLooks{{
+        {"Gamma", &FilterPreset::gamma, kGammaRange, Figure::decimal},
+        {"Temp (K)", &FilterPreset::colorTemperature, kColorTemperatureRange, Figure::whole, {50, 500}},
+        {"R Int", &FilterPreset::redIntensity, kChannelIntensityRange, Figure::decimal},
+        {"G Int", &FilterPreset::greenIntensity, kChannelIntensityRange, Figure::decimal},
+        {"B Int", &FilterPreset::blueIntensity, kChannelIntensityRange, Figure::decimal},
+    }};
+    constexpr std::size_t kCurveFields = 2;
+    auto* const widget = new QWidget(this);
+    auto* const column = layOut<QVBoxLayout>(widget, kRowGap);
+    for (std::size_t i = 0; i < kLooks.size(); ++i) {
+        if (i == kCurveFields) {
+            column->addWidget(new Divider);
+            column->addWidget(new Label(text("Per-Channel Intensity"), TextStyle::caption));
+        }
+        column->addLayout(makeField(kLooks.at(i)));
+    }
+    return widget;
+}
+
+QLayout* PresetEditorView::makeButtons() {
+    auto* const row = bare<QHBoxLayout>(Theme::kGap);
+    row->setContentsMargins(0, Theme::kSmallGap, 0, 0);
+    auto* const cancel = new PushButton(text("Cancel"), PushButton::Kind::plain, this);
+    cancel->onClick([this] { editing_.cancel(); });
+    save_ = new PushButton(text("Save"), PushButton::Kind::primary, this);
+    save_->onClick([this] { save(); });
+    row->addWidget(cancel);
+    row->addStretch();
+    row->addWidget(save_);
+    return row;
+}
+
+QString PresetEditorView::figureOf(double value, Figure figure) {
+    switch (figure) {
+        case Figure::decimal:
+            return decimalText(value, 2);
+        case Figure::whole:
+            return decimalText(value, 0);
+        case Figure::signedPercent:
+            return percentText(value, true);
+        case Figure::percent:
+            break;
+    }
+    return percentText(value, false);
+}
+
+void PresetEditorView::refresh() {
+    if (!editing_.isOpen()) return;
+    const FilterPreset& draft = editing_.draft();
+    title_->setText(editing_.isOfStored() ? text("Edit Preset") : text("New Preset"));
+    const QString name = QString::fromStdString(draft.name);
+    if (name_->text() != name) name_->setText(name);
+    for (const auto& field : fields_) {
+        const double value = draft.*field.member;
+        const QString figure = figureOf(value, field.figure);
+        field.slider->setValue(value, figure);
+        field.value->setText(figure);
+    }
+    curve_->setTable(computeTable(draft, draft.intensity, draft.dimming, draft.blackPoint, draft.contrast));
+    melanopic_->setText(percentText(
+        melanopicReduction(draft, {draft.intensity, draft.dimming, draft.blackPoint, draft.contrast}) / 100, false));
+    save_->setEnabled(editing_.canSave());
+}
+
+void PresetEditorView::save() {
+    if (!editing_.canSave()) return;
+    if (const auto saved = editing_.save(); !saved) onSaveFailed_(saved.error());
+}
+
+void PresetEditorView::showEvent(QShowEvent* event) {
+    View::showEvent(event);
+    if (event->spontaneous()) return;
+    name_->setFocus(Qt::OtherFocusReason);
+}
+
+void PresetEditorView::hideEvent(QHideEvent* event) {
+    View::hideEvent(event);
+    if (event->spontaneous()) return;
+    // Closing the panel keeps the fields; the next editor opens folded.
+    if (editing_.isOpen()) {
+        editing_.endPreview();
+    } else {
+        header_->setExpanded(false);
+        advanced_->setVisible(false);
+    }
+}
+
+}  // namespace dravo::ui

@@ -1,0 +1,180 @@
+#include "ui/views/preset_picker_view.h"
+
+#include <algorithm>
+
+#include "ui/controls/layout.h"
+#include "ui/texts.h"
+#include "ui/views/preset_editor_view.h"
+#include "ui/views/preset_files.h"
+#include "ui/views/swatch.h"
+
+namespace dravo::ui {
+
+PresetPickerView::PresetPickerView(const PanelParts& parts, PresetEditing& editing) : View(parts), editing_(editing) {
+    auto* const column = layOut<QVBoxLayout>(this, Theme::kGap);
+    column->addLayout(makePickerRow());
+    editedRow_ = makeEditedRow();
+    column->addWidget(editedRow_);
+    card_ = new Card(this);
+    column->addWidget(card_);
+    editor_ = new PresetEditorView(parts, editing, [this](const Error& error) {
+        tell(text("preset.save_failed", "The preset could not be saved"), QString::fromStdString(error.message));
+    });
+    column->addWidget(editor_);
+}
+
+QLayout* PresetPickerView::makePickerRow() {
+    auto* const row = bare<QHBoxLayout>(Theme::kGap);
+    row->addWidget(new Label(text("Preset"), TextStyle::body));
+    picker_ = new MenuButton(MenuButton::Size::regular, text("Preset"), this);
+    picker_->setLines([this] { return presetLines(); });
+    row->addWidget(picker_, 1);
+    edit_ = new IconButton(Icon::edit, text("Edit this preset"), this);
+    edit_->onClick([this] { editing_.beginChanging(parts_.filterState.selectedPreset); });
+    remove_ = new IconButton(Icon::remove, text("Delete this preset"), this);
+    remove_->onClick([this] {
+        showingDeleteConfirm_ = true;
+        refresh();
+    });
+    add_ = new IconButton(Icon::add, {}, this);
+    add_->onClick([this] { toggleEditor(); });
+    auto* const buttons = bare<QHBoxLayout>(0);
+    for (auto* const button : {edit_, remove_, add_}) buttons->addWidget(button);
+    row->addLayout(buttons);
+    return row;
+}
+
+QWidget* PresetPickerView::makeEditedRow() {
+    auto* const widget = new QWidget(this);
+    auto* const row = layOut<QHBoxLayout>(widget, Theme::kGap);
+    row->addWidget(new Label(text("Edited"), TextStyle::caption2, Tone::secondary), 1);
+    auto* const revert = new IconButton(Icon::revert, text("Revert to preset values"), widget);
+    revert->onClick([this] { parts_.filterState.revertToPreset(); });
+    row->addWidget(revert);
+    return widget;
+}
+
+void PresetPickerView::refresh() {
+    const FilterPreset& selected = parts_.filterState.selectedPreset;
+    picker_->setChoice(QString::fromStdString(selected.localizedName()), swatchImage(selected, devicePixelRatioF()));
+    const bool isOwn = !selected.isBuiltIn && !editing_.isOpen();
+    edit_->setVisible(isOwn);
+    remove_->setVisible(isOwn);
+    if (editing_.isOpen()) {
+        add_->setIcon(Icon::cancel, text("Cancel"));
+    } else {
+        add_->setIcon(Icon::add, text("Save current settings as a preset"));
+    }
+    editedRow_->setVisible(parts_.filterState.isEdited());
+    if (!isOwn) showingDeleteConfirm_ = false;
+    refreshCard();
+    editor_->refresh();
+    editor_->setVisible(editing_.isOpen());
+}
+
+void PresetPickerView::refreshCard() {
+    using Kind = PushButton::Kind;
+    if (showingDeleteConfirm_) {
+        const QString name = QString::fromStdString(parts_.filterState.selectedPreset.get().localizedName());
+        card_->setContent(filled(text("preset.delete.title", "Delete \"%@\"?"), name),
+                          text("preset.delete.message", "This preset will be removed permanently."),
+                          {{text("Cancel"), Kind::plain, [this] { closeInnermost(); }},
+                           {text("Delete"), Kind::destructive, [this] { deleteSelected(); }}});
+    } else if (!messageTitle_.isEmpty()) {
+        card_->setContent(messageTitle_, message_, {{text("OK"), Kind::plain, [this] { closeInnermost(); }}});
+    }
+    card_->setVisible(showingDeleteConfirm_ || !messageTitle_.isEmpty());
+}
+
+bool PresetPickerView::closeInnermost() {
+    if (showingDeleteConfirm_) {
+        showingDeleteConfirm_ = false;
+    } else if (!messageTitle_.isEmpty()) {
+        messageTitle_.clear();
+    } else if (editing_.isOpen()) {
+        editing_.cancel();
+    } else {
+        return false;
+    }
+    refresh();
+    return true;
+}
+
+std::vector<MenuLine> PresetPickerView::presetLines() {
+    std::vector<MenuLine> lines;
+    const auto append = [&](const std::vector<FilterPreset>& presets) {
+        for (const auto& preset : presets) {
+            lines.push_back({.text = QString::fromStdString(preset.localizedName()),
+                             .picture = swatchImage(preset, devicePixelRatioF()),
+                             .isCurrent = preset.id == parts_.filterState.selectedPreset.get().id,
+                             .choose = [this, preset] { parts_.filterState.selectedPreset = preset; }});
+        }
+    };
+    lines.push_back({.text = text("Built-in"), .isHeading = true});
+    append(FilterPreset::builtIn());
+    const auto& own = parts_.customPresetStore.presets.get();
+    if (!own.empty()) {
+        lines.push_back({.text = text("Custom"), .isHeading = true});
+        append(own);
+    }
+    appendExchangeLines(lines);
+    return lines;
+}
+
+void PresetPickerView::appendExchangeLines(std::vector<MenuLine>& lines) {
+    lines.push_back({});
+    lines.push_back({.text = text("Import Presets…"), .choose = [this] { importFile(); }});
+    if (!parts_.customPresetStore.presets.get().empty())
+        lines.push_back({.text = text("Export Presets…"), .choose = [this] { exportFile(); }});
+}
+
+void PresetPickerView::toggleEditor() {
+    if (editing_.isOpen()) {
+        editing_.cancel();
+    } else {
+        editing_.beginNew();
+    }
+}
+
+void PresetPickerView::deleteSelected() {
+    showingDeleteConfirm_ = false;
+    const std::string id = parts_.filterState.selectedPreset.get().id;
+    auto presets = parts_.customPresetStore.presets.get();
+    std::erase_if(presets, [&](const FilterPreset& preset) { return preset.id == id; });
+    parts_.customPresetStore.presets = std::move(presets);
+    const auto saved = parts_.customPresetStore.save();
+    parts_.filterState.selectedPreset = FilterPreset::migrainePrecision();
+    if (!saved) {
+        tell(text("preset.delete_failed", "The preset could not be removed from the file"),
+             QString::fromStdString(saved.error().message));
+    }
+}
+
+void PresetPickerView::importFile() {
+    askForPresetsToRead(window(), [this](const Result<std::string>& read) {
+        if (read) {
+            const auto imported = parts_.control.importPresets(*read);
+            if (imported) return;
+            tell(text("preset.import_failed", "Nothing was imported"),
+                 QString::fromStdString(imported.error().message));
+        } else {
+            tell(text("preset.import_failed", "Nothing was imported"), QString::fromStdString(read.error().message));
+        }
+    });
+}
+
+void PresetPickerView::exportFile() {
+    const auto presets = parts_.control.exportPresets({});
+    if (!presets) return;
+    askForFileToWrite(window(), *presets, [this](const Error& error) {
+        tell(text("preset.export_failed", "The presets were not exported"), QString::fromStdString(error.message));
+    });
+}
+
+void PresetPickerView::tell(const QString& title, const QString& message) {
+    messageTitle_ = title;
+    message_ = message;
+    refresh();
+}
+
+}  // namespace dravo::ui

@@ -1,0 +1,98 @@
+#include "ui/views/schedule_view.h"
+
+#include "ui/controls/layout.h"
+#include "ui/texts.h"
+#include "ui/views/position_view.h"
+
+namespace dravo::ui {
+
+ScheduleView::ScheduleView(const PanelParts& parts) : View(parts) {
+    auto* const column = layOut<QVBoxLayout>(this, Theme::kGap);
+    header_ = new ToggleRow(text("Automatic Schedule"), this);
+    header_->setToolTip(text("schedule.help",
+                             "Turns the filter on and off automatically. Toggling it yourself overrides the schedule "
+                             "until the next scheduled change."));
+    header_->onFlip([this](bool isOn) {
+        parts_.preferences.setScheduleEnabled(isOn);
+        parts_.filterState.refreshState();
+    });
+    column->addWidget(header_);
+
+    content_ = new QWidget(this);
+    auto* const rows = layOut<QVBoxLayout>(content_, Theme::kGap);
+    mode_ = new SegmentedControl({text("Custom Times"), text("Sunset to Sunrise")}, text("Schedule"), content_);
+    mode_->onChoice([this](int index) { setMode(static_cast<ScheduleMode>(index)); });
+    rows->addWidget(mode_);
+    timesRow_ = makeTimesRow();
+    rows->addWidget(timesRow_);
+    neverOn_ = new Label(text("schedule.never_on", "Both times are the same: the schedule keeps the filter off."),
+                         TextStyle::caption, Tone::orange);
+    rows->addWidget(neverOn_->wrapped());
+    position_ = new PositionView(parts);
+    rows->addWidget(position_);
+    nextChange_ = new Label({}, TextStyle::caption, Tone::secondary);
+    rows->addWidget(nextChange_->wrapped());
+    column->addWidget(content_);
+}
+
+QWidget* ScheduleView::makeTimesRow() {
+    auto* const widget = new QWidget(content_);
+    auto* const row = layOut<QHBoxLayout>(widget, Theme::kGap);
+    start_ = new TimeField(text("From"), widget);
+    end_ = new TimeField(text("to"), widget);
+    start_->onInput([this](int minutes) {
+        parts_.preferences.setScheduleStartMinutes(minutes);
+        parts_.filterState.refreshState();
+    });
+    end_->onInput([this](int minutes) {
+        parts_.preferences.setScheduleEndMinutes(minutes);
+        parts_.filterState.refreshState();
+    });
+    row->addWidget(new Label(text("From"), TextStyle::caption));
+    row->addWidget(start_);
+    row->addWidget(new Label(text("to"), TextStyle::caption));
+    row->addWidget(end_);
+    row->addStretch();
+    return widget;
+}
+
+void ScheduleView::setMode(ScheduleMode mode) {
+    parts_.preferences.setScheduleMode(mode);
+    if (mode == ScheduleMode::sunsetToSunrise) parts_.locationProvider.start();
+    parts_.filterState.refreshState();
+}
+
+void ScheduleView::showEvent(QShowEvent* event) {
+    View::showEvent(event);
+    const bool followsSun = parts_.preferences.scheduleMode() == ScheduleMode::sunsetToSunrise;
+    if (!event->spontaneous() && parts_.preferences.scheduleEnabled() && followsSun) parts_.locationProvider.start();
+}
+
+void ScheduleView::refresh() {
+    const auto& preferences = parts_.preferences;
+    header_->setOn(preferences.scheduleEnabled());
+    content_->setVisible(preferences.scheduleEnabled());
+    if (!preferences.scheduleEnabled()) return;
+    const bool followsSun = preferences.scheduleMode() == ScheduleMode::sunsetToSunrise;
+    mode_->setChoice(followsSun ? 1 : 0);
+    timesRow_->setVisible(!followsSun);
+    const auto start = preferences.scheduleStartMinutes();
+    const auto end = preferences.scheduleEndMinutes();
+    start_->setMinutes(static_cast<int>(start));
+    end_->setMinutes(static_cast<int>(end));
+    neverOn_->setVisible(!followsSun && start == end);
+    position_->refresh();
+    position_->setVisible(followsSun);
+    const QString next = nextChangeText();
+    nextChange_->setText(next);
+    nextChange_->setVisible(!next.isEmpty());
+}
+
+QString ScheduleView::nextChangeText() const {
+    const auto next = parts_.filterState.nextScheduledChange();
+    if (!next) return {};
+    const QString form = next->turnsOn ? text("schedule.on_at", "On at %@") : text("schedule.off_at", "Off at %@");
+    return filled(form, timeText(parts_.calendar.fields(next->at)));
+}
+
+}  // namespace dravo::ui

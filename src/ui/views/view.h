@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QWidget>
+
+#include "app/panel_parts.h"
+
+namespace dravo::ui {
+
+/// One part of the panel. It holds no filter logic: it shows what the parts hold whenever `refresh` is called, and
+/// changes them by their operations.
+///
+/// Thread: main thread. Lifetime: `parts` outlives it.
+class View : public QWidget {
+public:
+    explicit View(const PanelParts& parts) : parts_(parts) {}
+
+    /// Shows the present values. Costs nothing where they have not changed; never counts as a person's input.
+    virtual void refresh() = 0;
+
+protected:
+    const PanelParts& parts_;
+};
+
+}  // namespace dravo::ui
