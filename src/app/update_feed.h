@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+#include "base/result.h"
+#include "base/subscription.h"
+
+namespace dravo {
+
+/// More than this no feed may answer, in bytes.
+inline constexpr std::size_t kMaxFeedBytes = std::size_t{64} * 1024;
+
+/// Fetches the text at which releases are announced. Touches the network only when asked to, sends nothing about the
+/// person, and never makes the main thread wait.
+///
+/// Thread: main thread.
+class UpdateFeed {
+public:
+    using Answer = std::function<void(const Result<std::string>&)>;
+
+    virtual ~UpdateFeed() = default;
+
+    /// Fetches the whole text at `address`, in http or https as that says; sent on elsewhere it follows to https alone.
+    /// `answer` comes once, from the loop, and may end the subscription, whose end gives the transfer up. There is no
+    /// limit in time but that. Lifetime: this outlives the subscription.
+    ///
+    /// Errors, each with a sentence for the person: `Unsupported` (what it takes is not installed), `Disconnected` (no
+    /// connection, or it broke off), `PermissionDenied` (the other side is not who it should be, or leads somewhere
+    /// insecure), `InvalidInput` (it answers with something else, or too much), `Internal`.
+    [[nodiscard]] virtual Subscription fetch(const std::string& address, Answer answer) = 0;
+};
+
+}  // namespace dravo
