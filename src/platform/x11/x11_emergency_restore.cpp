@@ -4,6 +4,8 @@
 #include <xcb/xcbext.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <utility>
 
 #include "platform/x11/x11_matrix_grayscale.h"
 
@@ -38,6 +40,13 @@ xcb_void_cookie_t sendRamp(xcb_connection_t* connection, const CrtcLevels& ramp)
     return xcb_randr_set_crtc_gamma_checked(connection, static_cast<xcb_randr_crtc_t>(ramp.crtc),
                                             static_cast<std::uint16_t>(ramp.levels.size()), ramp.levels.red.data(),
                                             ramp.levels.green.data(), ramp.levels.blue.data());
+}
+
+EmergencyRestore::EmergencyRestore(std::string display) : display_(std::move(display)) {
+    // Without the variable libXau puts the path together in one buffer of the whole process: of two threads that
+    // connect at once, one may read half a path and be refused.
+    const char* const home = std::getenv("HOME");
+    if (home) ::setenv("XAUTHORITY", (std::string(home) + "/.Xauthority").c_str(), 0);
 }
 
 Result<void> EmergencyRestore::open() {

@@ -25,8 +25,9 @@ struct EmergencyTargets {
 /// `open` and `restore` run on the guard's thread, `setTargets` on the main thread.
 class EmergencyRestore {
 public:
-    /// `display` as for `connect`.
-    explicit EmergencyRestore(std::string display) : display_(std::move(display)) {}
+    /// `display` as for `connect`. Names the authority file in $XAUTHORITY where nobody has, so that two threads may
+    /// connect at once from here on. REQUIRES: no other thread yet.
+    explicit EmergencyRestore(std::string display);
 
     /// Connects. Errors: `Disconnected`.
     Result<void> open();
