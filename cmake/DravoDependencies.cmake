@@ -17,6 +17,7 @@ dravo_pkg(SYSTEMD libsystemd libsystemd-dev)
 dravo_pkg(XCB xcb libxcb1-dev)
 dravo_pkg(XCB_RANDR xcb-randr libxcb-randr0-dev)
 dravo_pkg(XCB_SYNC xcb-sync libxcb-sync-dev)
+dravo_pkg(XCB_XKB xcb-xkb libxcb-xkb-dev)
 
 find_path(DRAVO_NLOHMANN_INCLUDE nlohmann/json.hpp)
 if(NOT DRAVO_NLOHMANN_INCLUDE)

@@ -27,14 +27,14 @@ function(dravo_quick_start target)
   set_target_properties(${target} PROPERTIES DRAVO_LINKS_ARCHIVES ON)
   # Hidden, so that the modules' own copies are not mixed with these.
   target_link_options(${target} PRIVATE -static-libstdc++ -static-libgcc
-    LINKER:--exclude-libs,libstdc++.a:libgcc.a:libgcc_eh.a:libxcb.a:libxcb-randr.a:libxcb-sync.a:libXau.a:libXdmcp.a)
+    LINKER:--exclude-libs,libstdc++.a:libgcc.a:libgcc_eh.a:libxcb.a:libxcb-randr.a:libxcb-sync.a:libxcb-xkb.a:libXau.a:libXdmcp.a)
 endfunction()
 
 # xcb's targets are archives where the target that is linked asks for them.
 if(DRAVO_QUICK_START AND NOT DRAVO_SANITIZE)
-  dravo_quick_archives(archives xcb-randr xcb-sync xcb Xau Xdmcp)
+  dravo_quick_archives(archives xcb-randr xcb-sync xcb-xkb xcb Xau Xdmcp)
   if(archives)
-    foreach(target XCB XCB_RANDR XCB_SYNC)
+    foreach(target XCB XCB_RANDR XCB_SYNC XCB_XKB)
       get_target_property(shared PkgConfig::${target} INTERFACE_LINK_LIBRARIES)
       set_target_properties(PkgConfig::${target} PROPERTIES INTERFACE_LINK_LIBRARIES
         "$<IF:$<BOOL:$<TARGET_PROPERTY:DRAVO_LINKS_ARCHIVES>>,${archives},${shared}>")
