@@ -110,7 +110,7 @@ void FilterRun::startDesktop() {
     auto desktop =
         DesktopRun::create({{*filterState_, preferences_, customPresets_, breakTimer_, breakNotifier_,
                              locationProvider_, *applicator_, *grayscale_, *displays_, *control_, shortcutManager_,
-                             launchAtLogin_, loop_, calendar_, appearance_, [this] { quit(); }},
+                             launchAtLogin_, loop_, calendar_, appearance_, systemSettings_, [this] { quit(); }},
                             loop_,
                             [this] {
                                 serverIsGone();

@@ -22,6 +22,7 @@
 #include "platform/freedesktop/bus.h"
 #include "platform/freedesktop/bus_control_service.h"
 #include "platform/freedesktop/desktop_notifications.h"
+#include "platform/freedesktop/desktop_settings.h"
 #include "platform/freedesktop/geoclue_location_service.h"
 #include "platform/freedesktop/logind_wake_source.h"
 #include "platform/freedesktop/portal_appearance.h"
@@ -81,6 +82,7 @@ private:
     posix::ZoneTablePosition zones_;
     CustomPresetStore customPresets_{folder_.home};
     freedesktop::PortalAppearance appearance_{sessionBus_, loop_};
+    freedesktop::DesktopSettings systemSettings_{loop_, loop_};
     BreakNotifier breakNotifier_{notifications_};
     BreakTimer breakTimer_{preferences_, breakNotifier_, loop_};
     UnsupportedHotKeys hotKeys_;

@@ -6,6 +6,7 @@
 #include "app/control_service.h"
 #include "app/keyboard_shortcut_manager.h"
 #include "app/launch_at_login.h"
+#include "app/system_settings.h"
 #include "base/calendar.h"
 #include "base/scheduler.h"
 #include "breaks/break_notifier.h"
@@ -37,6 +38,7 @@ struct PanelParts {
     Scheduler& scheduler;
     Calendar& calendar;
     AppearanceService& appearance;
+    SystemSettings& systemSettings;
     std::function<void()> quit;  ///< Gives the displays back, then ends the program.
 };
 

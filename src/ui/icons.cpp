@@ -5,6 +5,9 @@
 #include <QSvgRenderer>
 #include <array>
 
+// A static library's resources have to be asked for, outside of any namespace.
+static void registerIcons() { Q_INIT_RESOURCE(icons); }
+
 namespace dravo::ui {
 
 namespace {
@@ -16,6 +19,7 @@ constexpr std::array kFiles{
 };
 
 QByteArray drawingOf(Icon icon, const QColor& colour) {
+    registerIcons();
     QFile file(QStringLiteral(":/icons/%1.svg").arg(QLatin1String(kFiles.at(static_cast<std::size_t>(icon)))));
     if (!file.open(QIODevice::ReadOnly)) return {};
     return file.readAll().replace("currentColor", colour.name().toLatin1());

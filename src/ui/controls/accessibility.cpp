@@ -1,10 +1,14 @@
 #include "ui/controls/accessibility.h"
 
 #include <QAccessibleWidget>
+#include <array>
+#include <utility>
 
 #include "ui/controls/adjustment_slider.h"
-#include "ui/controls/label.h"
+#include "ui/controls/card.h"
+#include "ui/controls/curve_view.h"
 #include "ui/controls/menu_button.h"
+#include "ui/controls/segmented_control.h"
 
 namespace dravo::ui {
 
@@ -87,6 +91,12 @@ private:
     DisclosureButton& button_;
 };
 
+const std::array<std::pair<const char*, QAccessible::Role>, 3> kRoles{{
+    {Card::staticMetaObject.className(), QAccessible::AlertMessage},
+    {CurveView::staticMetaObject.className(), QAccessible::Graphic},
+    {SegmentedControl::staticMetaObject.className(), QAccessible::Grouping},
+}};
+
 // The toolkit asks for each class of an object, the most derived first.
 QAccessibleInterface* interfaceFor(const QString& className, QObject* object) {
     if (className == QLatin1String(AdjustmentSlider::staticMetaObject.className()))
@@ -95,6 +105,9 @@ QAccessibleInterface* interfaceFor(const QString& className, QObject* object) {
         return new MenuButtonInterface(*static_cast<MenuButton*>(object));
     if (className == QLatin1String(DisclosureButton::staticMetaObject.className()))
         return new DisclosureInterface(*static_cast<DisclosureButton*>(object));
+    for (const auto& [name, role] : kRoles) {
+        if (className == QLatin1String(name)) return new QAccessibleWidget(static_cast<QWidget*>(object), role);
+    }
     return nullptr;
 }
 

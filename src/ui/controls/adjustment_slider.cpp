@@ -37,7 +37,10 @@ void AdjustmentSlider::setValue(double value, const QString& valueText) {
 
 void AdjustmentSlider::input(double value) {
     if (!std::isfinite(value) || !onInput_) return;
-    onInput_(std::clamp(value, range_.lowest, range_.highest));
+    // What comes before the next redraw starts from here.
+    value_ = std::clamp(value, range_.lowest, range_.highest);
+    update();
+    onInput_(value_);
 }
 
 // The knob's centre keeps half a knob of distance from the ends.

@@ -1,6 +1,7 @@
 #include "ui/controls/button.h"
 
 #include <QAccessible>
+#include <QApplication>
 #include <QKeyEvent>
 #include <QPainter>
 
@@ -15,18 +16,25 @@ constexpr int kButtonHeight = 24;
 constexpr qreal kDisabledOpacity = 0.4;
 constexpr int kChevronGap = 5;
 
+bool lastInputWasKey = false;
+
+class InputWatch : public QObject {
+public:
+    using QObject::QObject;
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::KeyPress) lastInputWasKey = true;
+        if (event->type() == QEvent::MouseButtonPress || event->type() == QEvent::TouchBegin) lastInputWasKey = false;
+        return false;
+    }
+};
+
 }  // namespace
 
+void KeyboardFocus::watchInput() { qApp->installEventFilter(new InputWatch(qApp)); }
+
 void KeyboardFocus::note(const QFocusEvent& event) {
-    const auto reason = event.reason();
-    const bool byKeyboard =
-        reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason || reason == Qt::ShortcutFocusReason;
-    // A window or menu that comes and goes leaves the look as it was.
-    if (event.gotFocus()) {
-        if (reason == Qt::MouseFocusReason || byKeyboard) isShown_ = byKeyboard;
-    } else if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason) {
-        isShown_ = false;
-    }
+    // A menu that comes and goes leaves the look as it was.
+    if (event.reason() != Qt::PopupFocusReason) isShown_ = event.gotFocus() && lastInputWasKey;
 }
 
 void drawFocusRing(QPainter& painter, const QRectF& place, qreal radius) {

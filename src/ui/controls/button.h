@@ -9,9 +9,12 @@
 
 namespace dravo::ui {
 
-/// Whether the focus is to be shown: only once it came by the keyboard.
+/// Whether a control's focus is to be shown: when it came while the person was using the keyboard.
 class KeyboardFocus {
 public:
+    /// Notes from now on whether the program was last used by key or by pointer. Once, with the application.
+    static void watchInput();
+
     void note(const QFocusEvent& event);
     [[nodiscard]] bool isShown() const { return isShown_; }
 

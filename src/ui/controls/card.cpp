@@ -2,6 +2,7 @@
 
 #include <QAccessible>
 #include <QPainter>
+#include <QShowEvent>
 
 #include "ui/controls/layout.h"
 
@@ -45,6 +46,8 @@ void Card::setContent(const QString& title, const QString& message, const std::v
 
 void Card::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
+    if (event->spontaneous()) return;
+    if (auto* const first = answers_->findChild<PushButton*>()) first->setFocus(Qt::OtherFocusReason);
     QAccessibleEvent alert(this, QAccessible::Alert);
     QAccessible::updateAccessibility(&alert);
 }

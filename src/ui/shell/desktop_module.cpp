@@ -5,6 +5,7 @@
 
 #include "app/desktop_shell.h"
 #include "ui/controls/accessibility.h"
+#include "ui/controls/button.h"
 #include "ui/shell/panel_window.h"
 #include "ui/shell/toolkit_loop.h"
 #include "ui/shell/tray_icon.h"
@@ -58,6 +59,7 @@ public:
         QApplication::setApplicationName(QStringLiteral("Dravo"));
         QApplication::setDesktopFileName(QStringLiteral("dravo"));
         installAccessibility();
+        KeyboardFocus::watchInput();
     }
 
 private:

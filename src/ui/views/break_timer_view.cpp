@@ -66,6 +66,11 @@ QWidget* BreakTimerView::makeDeniedRow() {
     auto* const row = layOut<QHBoxLayout>(widget, Theme::kGap);
     row->addWidget(new IconMark(Icon::bellOff, Theme::kSmallIcon, Tone::orange));
     row->addWidget((new Label(text("Notifications are off in System Settings."), TextStyle::caption))->wrapped(), 1);
+    if (parts_.systemSettings.offers(SystemSettings::Page::notifications)) {
+        auto* const open = new PushButton(text("Open Settings"), PushButton::Kind::link);
+        open->onClick([this] { parts_.systemSettings.open(SystemSettings::Page::notifications); });
+        row->addWidget(open);
+    }
     return widget;
 }
 

@@ -17,6 +17,11 @@ PositionView::PositionView(const PanelParts& parts) : View(parts) {
     timesRow_ = makeRow(Icon::sunset, times_, TextStyle::caption);
     deniedRow_ = makeRow(Icon::locationOff, denied_, TextStyle::caption2);
     denied_->setText(text("solar.needs_location", "Turn on location access in System Settings to use sunset times."));
+    if (parts.systemSettings.offers(SystemSettings::Page::location)) {
+        auto* const open = new PushButton(text("Open Settings"), PushButton::Kind::link);
+        open->onClick([this] { parts_.systemSettings.open(SystemSettings::Page::location); });
+        deniedRow_->layout()->addWidget(open);
+    }
     waitingRow_ = makeRow(Icon::more, waiting_, TextStyle::caption);
     waiting_->setText(text("Determining location…"));
     for (auto* const row : {timesRow_, deniedRow_, waitingRow_}) column->addWidget(row);
@@ -129,14 +134,14 @@ void PositionView::refresh() {
     timesRow_->setVisible(sun.has_value());
     deniedRow_->setVisible(isDenied);
     waitingRow_->setVisible(!sun && !isDenied);
-    source_->setText(sourceText());
+    source_->setText(sourceText(isDenied));
     change_->setText(isChoosing_ ? text("Cancel") : text("Change…"));
     change_->updateGeometry();
     complaint_->setVisible(!complaint_->text().isEmpty());
     choice_->setVisible(isChoosing_);
 }
 
-QString PositionView::sourceText() const {
+QString PositionView::sourceText(bool isDenied) const {
     switch (parts_.preferences.locationSource()) {
         case LocationSource::typed:
             return text("position.typed", "For the position that you entered.");
@@ -145,6 +150,7 @@ QString PositionView::sourceText() const {
         case LocationSource::service:
             break;
     }
+    if (isDenied) return text("position.instead", "Or give Dravo a place yourself.");
     // Until it has answered, the person learns what following the sun asks for.
     const bool isKnown = parts_.preferences.lastLatitude() && parts_.preferences.lastLongitude();
     return isKnown

@@ -24,7 +24,7 @@ private:
     void setChoosing(bool isChoosing);
     void take(LocationSource source);
     void takeTyped();
-    [[nodiscard]] QString sourceText() const;
+    [[nodiscard]] QString sourceText(bool isDenied) const;
 
     QWidget* timesRow_;
     QWidget* deniedRow_;

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "filter/state/filter_world.h"
+#include "support/filter_world.h"
 
 namespace dravo {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "filter/state/filter_world.h"
+#include "support/filter_world.h"
 #include "filter/state/schedule_oracle.h"
 
 namespace dravo {

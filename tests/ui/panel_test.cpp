@@ -1,0 +1,371 @@
+#include <gtest/gtest.h>
+
+#include <QAccessible>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QMenu>
+#include <QWheelEvent>
+
+#include "ui/controls/fields.h"
+#include "ui/controls/menu_button.h"
+#include "ui/panel_world.h"
+#include "ui/texts.h"
+
+namespace dravo::testing {
+namespace {
+
+using namespace std::chrono_literals;
+
+void press(QWidget& widget, Qt::Key key) {
+    QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
+    QApplication::sendEvent(&widget, &event);
+}
+
+void drag(QWidget& widget, QPoint from, QPoint to) {
+    const auto send = [&](QEvent::Type type, QPoint place, Qt::MouseButtons held) {
+        QMouseEvent event(type, QPointF(place), widget.mapToGlobal(QPointF(place)), Qt::LeftButton, held,
+                          Qt::NoModifier);
+        QApplication::sendEvent(&widget, &event);
+    };
+    send(QEvent::MouseButtonPress, from, Qt::LeftButton);
+    send(QEvent::MouseMove, to, Qt::LeftButton);
+    send(QEvent::MouseButtonRelease, to, Qt::NoButton);
+}
+
+void turnWheel(QWidget& widget, int eighths) {
+    const QPointF middle = QRectF(widget.rect()).center();
+    QWheelEvent event(middle, widget.mapToGlobal(middle), {}, {0, eighths}, Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&widget, &event);
+}
+
+QStringList menuTitles(const QWidget& panel) {
+    QStringList titles;
+    for (const auto* const menu : panel.findChildren<QMenu*>()) {
+        if (!menu->isVisible()) continue;
+        for (const auto* const action : menu->actions()) titles += action->text();
+    }
+    return titles;
+}
+
+void choose(const QWidget& panel, const QString& title) {
+    for (auto* const menu : panel.findChildren<QMenu*>()) {
+        for (auto* const action : menu->actions()) {
+            if (action->text() != title) continue;
+            action->trigger();
+            menu->close();
+            return;
+        }
+    }
+    FAIL() << "no entry " << title.toStdString();
+}
+
+FilterPreset ownPreset(const std::string& name) {
+    FilterPreset preset = FilterPreset::evening();
+    preset.id = "own-" + name;
+    preset.name = name;
+    preset.isBuiltIn = false;
+    return preset;
+}
+
+TEST(PanelTest, RowsComeAndGoWithTheFilterItsPauseAndItsAdjustments) {
+    PanelWorld world;
+    world.open();
+    EXPECT_TRUE(world.sees("Pause temporarily"));
+    EXPECT_TRUE(world.sees("59%"));
+    EXPECT_FALSE(world.sees("Resume"));
+    EXPECT_FALSE(world.sees("Edited"));
+
+    world.state->pause(world.scheduler.now() + 1h);
+    world.state->intensity = 0.5;
+    world.settle();
+    EXPECT_FALSE(world.sees("Pause temporarily"));
+    EXPECT_TRUE(world.sees("Off"));
+    EXPECT_TRUE(world.sees("Edited"));
+    world.click("Resume");
+    EXPECT_FALSE(world.sees("Resume"));
+    EXPECT_TRUE(world.state->isEnabled);
+    world.click("Revert to preset values");
+    EXPECT_FALSE(world.sees("Edited"));
+
+    world.click("Filter");
+    EXPECT_FALSE(world.state->isEnabled);
+    EXPECT_FALSE(world.sees("Pause temporarily"));
+}
+
+TEST(PanelTest, PauseMenuEndsPausesWhereItSays) {
+    struct Row {
+        const char* title;
+        std::chrono::minutes length;
+    };
+    for (const auto& row : {Row{"For 15 Minutes", 15min}, Row{"For 1 Hour", 60min}, Row{"Until Morning", 20 * 60min}}) {
+        PanelWorld world;
+        const auto& panel = world.open();
+        world.click("Pause temporarily");
+        EXPECT_EQ(menuTitles(*panel.window()).size(), 3);
+        choose(*panel.window(), row.title);
+        EXPECT_EQ(world.state->pausedUntil.get(), world.scheduler.now() + row.length) << row.title;
+    }
+}
+
+TEST(PanelTest, SlidersWriteOnlyWhatAPersonDoes) {
+    PanelWorld world;
+    // Beyond the slider and between its steps: a redraw must not round or clamp it.
+    world.state->intensity = 0.123456789;
+    world.state->contrast = 0.75;
+    world.preferences.setAdvancedExpanded(true);
+    world.open();
+    world.close();
+    world.open();
+    EXPECT_EQ(world.state->intensity, 0.123456789);
+    EXPECT_EQ(world.state->contrast, 0.75);
+    EXPECT_TRUE(world.sees("+75%"));
+
+    auto& slider = world.slider("Intensity");
+    turnWheel(slider, 120);
+    EXPECT_EQ(world.state->intensity, 0.123456789) << "the wheel scrolls the panel";
+    press(slider, Qt::Key_Right);
+    EXPECT_DOUBLE_EQ(world.state->intensity, 0.13);
+    press(slider, Qt::Key_PageUp);
+    EXPECT_DOUBLE_EQ(world.state->intensity, 0.23);
+    world.settle();
+    press(slider, Qt::Key_Left);
+    EXPECT_DOUBLE_EQ(world.state->intensity, 0.22);
+    press(slider, Qt::Key_End);
+    EXPECT_DOUBLE_EQ(world.state->intensity, 1);
+    drag(slider, {slider.width() - 8, 10}, {8, 10});
+    EXPECT_DOUBLE_EQ(world.state->intensity, 0);
+
+    QMouseEvent twice(QEvent::MouseButtonDblClick, {40, 10}, slider.mapToGlobal(QPointF(40, 10)), Qt::LeftButton,
+                      Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&slider, &twice);
+    EXPECT_DOUBLE_EQ(world.state->intensity, world.state->selectedPreset.get().intensity);
+}
+
+TEST(PanelTest, ReadsNothingWhileNobodySeesIt) {
+    PanelWorld world;
+    world.open();
+    const auto& slider = world.slider("Intensity");
+    world.close();
+    world.state->intensity = 0.31;
+    world.pass(1s);
+    EXPECT_EQ(slider.value(), 0.8);
+    world.open();
+    EXPECT_EQ(slider.value(), 0.31);
+}
+
+TEST(PanelTest, UnfoldedPartsStayAsTheyWere) {
+    PanelWorld world;
+    world.open();
+    world.click("Advanced");
+    EXPECT_TRUE(world.preferences.advancedExpanded());
+    world.click("Settings");
+    world.close();
+    world.open();
+    EXPECT_TRUE(world.sees("Dimming"));
+    EXPECT_TRUE(world.sees("Launch at Login"));
+    world.click("Save current settings as a preset");
+    EXPECT_FALSE(world.find<QLabel>("Launch at Login"));
+    EXPECT_FALSE(world.sees("Break Reminder"));
+    EXPECT_TRUE(world.panel->closeInnermost());
+    world.settle();
+    EXPECT_TRUE(world.sees("Launch at Login"));
+    EXPECT_FALSE(world.panel->closeInnermost());
+}
+
+TEST(PanelTest, WelcomeGivesWayToTheControlsForGood) {
+    PanelWorld world(DefaultsValues{});
+    world.open();
+    EXPECT_TRUE(world.sees("Welcome to Dravo"));
+    EXPECT_TRUE(world.sees("Toggle with ⌃⇧E from anywhere"));
+    EXPECT_FALSE(world.sees("Break Reminder"));
+    world.click("Get Started");
+    EXPECT_FALSE(world.sees("Welcome to Dravo"));
+    EXPECT_TRUE(world.sees("Break Reminder"));
+    EXPECT_TRUE(world.preferences.hasSeenOnboarding());
+}
+
+TEST(PanelTest, PickerAssignsOnEveryChoiceAndListsOwnPresetsOnlyWhereThereAreSome) {
+    PanelWorld world;
+    const auto& panel = world.open();
+    EXPECT_FALSE(world.sees("Edit this preset"));
+    world.click("Preset");
+    EXPECT_EQ(menuTitles(*panel.window()).first(), "Built-in");
+    EXPECT_FALSE(menuTitles(*panel.window()).contains("Custom"));
+    world.state->intensity = 0.3;
+    choose(*panel.window(), "Migraine Precision");
+    EXPECT_EQ(world.state->intensity, 0.8) << "the same entry again takes its adjustments over again";
+
+    world.customPresets.presets = {ownPreset("One & two")};
+    world.click("Preset");
+    EXPECT_TRUE(menuTitles(*panel.window()).contains("Custom"));
+    choose(*panel.window(), "One && two");
+    world.settle();
+    EXPECT_EQ(world.state->selectedPreset.get().name, "One & two");
+    EXPECT_TRUE(world.sees("Edit this preset"));
+}
+
+TEST(PanelTest, DeletionAsksFirstAndSelectsTheDefault) {
+    PanelWorld world;
+    world.customPresets.presets = {ownPreset("Mine")};
+    world.state->selectedPreset = ownPreset("Mine");
+    world.open();
+    world.click("Delete this preset");
+    EXPECT_TRUE(world.sees("Delete \"Mine\"?"));
+    world.close();
+    world.open();
+    EXPECT_TRUE(world.sees("Delete \"Mine\"?")) << "still asked when the panel opens again";
+    world.click("Cancel");
+    EXPECT_EQ(world.customPresets.presets.get().size(), 1U);
+    world.click("Delete this preset");
+    world.click("Delete");
+    EXPECT_TRUE(world.customPresets.presets.get().empty());
+    EXPECT_EQ(world.state->selectedPreset.get().id, "migrainePrecision");
+    EXPECT_FALSE(world.sees("Delete this preset"));
+}
+
+TEST(PanelTest, EditorSavesUnderATrimmedNameAndNotWithoutOne) {
+    PanelWorld world;
+    world.state->intensity = 0.42;
+    world.open();
+    world.click("Save current settings as a preset");
+    EXPECT_EQ(world.slider("Intensity").value(), 0.42);
+    auto* const name = world.find<QLineEdit>("Preset Name");
+    ASSERT_TRUE(name);
+    const auto type = [&](const QString& text) {
+        name->setText(text);
+        emit name->textEdited(text);
+        world.settle();
+    };
+    type("  \t ");
+    EXPECT_FALSE(world.find<QAbstractButton>("Save")->isEnabled());
+    type("  Evening, softer ");
+    world.slider("Red").input(0.9);
+    world.click("Save");
+    ASSERT_EQ(world.customPresets.presets.get().size(), 1U);
+    const FilterPreset saved = world.customPresets.presets.get().front();
+    EXPECT_EQ(saved.name, "Evening, softer");
+    EXPECT_EQ(saved.redFactor, 0.9);
+    EXPECT_EQ(saved.intensity, 0.42);
+    EXPECT_EQ(world.state->selectedPreset.get().id, saved.id);
+    EXPECT_TRUE(world.sees("Edit this preset"));
+}
+
+TEST(PanelTest, ScheduleTakesATimeOnlyOnceItsEditingHasEnded) {
+    PanelWorld world;
+    world.preferences.setScheduleEnabled(true);
+    world.open();
+    world.click("Settings");
+    auto* const start = world.find<ui::TimeField>("From");
+    ASSERT_TRUE(start);
+    start->setFocus();
+    press(*start, Qt::Key_Up);
+    EXPECT_EQ(world.preferences.scheduleStartMinutes(), 1200);
+    press(*start, Qt::Key_Return);
+    EXPECT_EQ(world.preferences.scheduleStartMinutes(), 1260);
+    world.preferences.setScheduleEndMinutes(1260);
+    world.settle();
+    EXPECT_TRUE(world.sees("Both times are the same: the schedule keeps the filter off."));
+}
+
+TEST(PanelTest, SunTimesNeedAPlaceThatAPersonCanGive) {
+    PanelWorld world;
+    world.preferences.setScheduleEnabled(true);
+    world.locationService.assume(LocationAuthorization::denied);
+    world.open();
+    world.click("Settings");
+    world.click("Sunset to Sunrise");
+    EXPECT_EQ(world.preferences.scheduleMode(), ScheduleMode::sunsetToSunrise);
+    EXPECT_TRUE(world.sees("Turn on location access in System Settings to use sunset times."));
+    world.click("Open Settings");
+    EXPECT_EQ(world.systemSettings.opened, std::vector{SystemSettings::Page::location});
+
+    world.click("Change…");
+    const auto type = [&](const char* field, const char* text) { world.find<QLineEdit>(field)->setText(text); };
+    type("Latitude", "91");
+    type("Longitude", "13.4");
+    world.click("Use");
+    EXPECT_TRUE(world.sees("Latitude goes from -90 to 90, longitude from -180 to 180 degrees."));
+    type("Latitude", "52.5");
+    world.click("Use");
+    EXPECT_TRUE(world.find<QLabel>("For the position that you entered."));
+    EXPECT_EQ(world.preferences.lastLatitude(), 52.5);
+    const auto at = [](int hour, int minute) { return ui::timeText({2024, 3, 6, hour, minute, 0}); };
+    EXPECT_TRUE(world.sees(ui::filled("Sunset %@ to sunrise %@", at(16, 55), at(5, 42))));
+}
+
+TEST(PanelTest, LoginSwitchShowsWhatWasAskedUntilTheSectionOpensAgain) {
+    PanelWorld world;
+    world.loginItem.fails = Error{ErrorCode::PermissionDenied, "no"};
+    world.open();
+    world.click("Settings");
+    world.click("Launch at Login");
+    EXPECT_TRUE(world.find<QAbstractButton>("Launch at Login")->isChecked());
+    world.click("Settings");
+    world.click("Settings");
+    EXPECT_FALSE(world.find<QAbstractButton>("Launch at Login")->isChecked());
+}
+
+TEST(PanelTest, RecorderTakesTheKeysByTheirPlaceTabAndSpaceToo) {
+    PanelWorld world;
+    world.open();
+    world.click("Settings");
+    auto* const recorder = world.find<QAbstractButton>("Control Shift E");
+    ASSERT_TRUE(recorder);
+    const auto pressScan = [&](quint32 scan, Qt::Key key, Qt::KeyboardModifiers modifiers, bool isRepeat = false) {
+        QKeyEvent event(QEvent::KeyPress, key, modifiers, scan, 0, 0, {}, isRepeat);
+        QApplication::sendEvent(recorder, &event);
+        world.settle();
+    };
+    recorder->click();
+    world.settle();
+    EXPECT_EQ(recorder->text(), "Press shortcut…");
+    pressScan(37, Qt::Key_Control, Qt::ControlModifier);
+    pressScan(23, Qt::Key_Tab, Qt::ShiftModifier);
+    pressScan(23, Qt::Key_Tab, Qt::ControlModifier, true);
+    EXPECT_EQ(recorder->text(), "Press shortcut…") << "a modifier, Shift alone and a repeat are no shortcut";
+    pressScan(23, Qt::Key_Tab, Qt::ControlModifier);
+    EXPECT_EQ(world.preferences.shortcutKeyCode(), 48);
+    EXPECT_EQ(recorder->text(), "⌃⇥");
+
+    recorder->click();
+    EXPECT_FALSE(world.hotKeys.registered) << "its own shortcut does not fire while it listens";
+    pressScan(9, Qt::Key_Escape, {});
+    EXPECT_EQ(world.preferences.shortcutKeyCode(), 48);
+    EXPECT_TRUE(world.hotKeys.registered);
+    world.click("Reset to Control Shift E");
+    EXPECT_EQ(recorder->text(), "⌃⇧E");
+}
+
+TEST(PanelTest, SpeaksThroughTheAccessibilityTree) {
+    PanelWorld world;
+    world.open();
+    struct Row {
+        QWidget* widget;
+        QAccessible::Role role;
+        const char* name;
+    };
+    const std::vector<Row> rows{
+        {world.find<ui::AdjustmentSlider>("Intensity"), QAccessible::Slider, "Intensity"},
+        {world.find<ui::MenuButton>("Preset"), QAccessible::ButtonMenu, "Preset: Migraine Precision"},
+        {world.find<ui::ToggleSwitch>("Filter"), QAccessible::CheckBox, "Filter"},
+        {world.find<ui::DisclosureButton>("Advanced"), QAccessible::Button, "Advanced"},
+        {world.find<ui::IconButton>("Settings"), QAccessible::Button, "Settings"},
+    };
+    for (const auto& row : rows) {
+        ASSERT_TRUE(row.widget) << row.name;
+        auto* const spoken = QAccessible::queryAccessibleInterface(row.widget);
+        EXPECT_EQ(spoken->role(), row.role) << row.name;
+        EXPECT_EQ(spoken->text(QAccessible::Name), row.name);
+        EXPECT_TRUE(spoken->state().focusable) << row.name;
+    }
+    auto* const value = QAccessible::queryAccessibleInterface(rows[0].widget)->valueInterface();
+    EXPECT_EQ(value->maximumValue().toDouble(), 1);
+    value->setCurrentValue(0.25);
+    EXPECT_EQ(world.state->intensity, 0.25);
+    QAccessible::queryAccessibleInterface(rows[3].widget)->actionInterface()->doAction("Press");
+    EXPECT_TRUE(QAccessible::queryAccessibleInterface(rows[3].widget)->state().expanded);
+}
+
+}  // namespace
+}  // namespace dravo::testing

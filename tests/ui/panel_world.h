@@ -1,0 +1,94 @@
+#pragma once
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QLayout>
+#include <memory>
+#include <optional>
+
+#include "app/filter_control.h"
+#include "app/keyboard_shortcut_manager.h"
+#include "app/launch_at_login.h"
+#include "platform/memory/memory_hot_keys.h"
+#include "platform/memory/memory_login_item.h"
+#include "support/filter_world.h"
+#include "ui/controls/adjustment_slider.h"
+#include "ui/theme.h"
+#include "ui/views/menu_bar_view.h"
+
+namespace dravo::testing {
+
+/// The panel's content over a machine in memory, in a window of the toolkit's that nobody sees. `open` shows it.
+struct PanelWorld : FilterWorld {
+    explicit PanelWorld(DefaultsValues stored = {{std::string(preference::kHasSeenOnboarding), true}})
+        : FilterWorld(std::move(stored)) {
+        start();
+        control.emplace(FilterControlParts{*state, preferences, customPresets, breakTimer, locationProvider, server,
+                                           scheduler, calendar, [] {}, [] {}});
+        parts.emplace(PanelParts{*state, preferences, customPresets, breakTimer, notifier, locationProvider, applicator,
+                                 grayscaleSwitch, server, *control, shortcutManager, launchAtLogin, scheduler, calendar,
+                                 appearance, systemSettings, [this] { ++quits; }});
+        ui::setTheme(ui::Theme::of({}));
+    }
+
+    ui::MenuBarView& open() {
+        if (!panel) panel = std::make_unique<ui::MenuBarView>(*parts);
+        panel->show();
+        settle();
+        return *panel;
+    }
+    void close() {
+        panel->hide();
+        settle();
+    }
+    /// Lets the program's loop and the toolkit's do what is due now.
+    void settle() {
+        scheduler.advance({});
+        QApplication::processEvents();
+        panel->layout()->activate();
+        panel->resize(panel->width(), panel->heightForWidth(panel->width()));
+        QApplication::processEvents();
+    }
+    void pass(Duration duration) {
+        scheduler.advance(duration);
+        settle();
+    }
+
+    /// The control of this class and accessible name that can be seen; null if there is none.
+    template <typename Control>
+    [[nodiscard]] Control* find(const QString& name) const {
+        for (auto* const found : panel->findChildren<Control*>()) {
+            const bool isNamed = found->accessibleName() == name || textOf(found) == name;
+            if (isNamed && found->isVisible()) return found;
+        }
+        return nullptr;
+    }
+    [[nodiscard]] bool sees(const QString& text) const { return find<QLabel>(text) || find<QAbstractButton>(text); }
+    void click(const QString& name) {
+        auto* const button = find<QAbstractButton>(name);
+        ASSERT_TRUE(button) << name.toStdString();
+        button->click();
+        settle();
+    }
+    [[nodiscard]] ui::AdjustmentSlider& slider(const QString& name) const {
+        return *find<ui::AdjustmentSlider>(name);
+    }
+
+    memory::MemoryHotKeys hotKeys;
+    memory::MemoryLoginItem loginItem;
+    memory::MemoryAppearance appearance;
+    memory::MemorySystemSettings systemSettings;
+    KeyboardShortcutManager shortcutManager{hotKeys, preferences, scheduler};
+    LaunchAtLogin launchAtLogin{loginItem};
+    std::optional<FilterControl> control;
+    std::optional<PanelParts> parts;
+    int quits = 0;
+    std::unique_ptr<ui::MenuBarView> panel;
+
+private:
+    static QString textOf(const QLabel* label) { return label->text(); }
+    static QString textOf(const QAbstractButton* button) { return button->text(); }
+    static QString textOf(const QWidget*) { return {}; }
+};
+
+}  // namespace dravo::testing
