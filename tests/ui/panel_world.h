@@ -13,6 +13,7 @@
 #include "platform/memory/memory_login_item.h"
 #include "support/filter_world.h"
 #include "ui/controls/adjustment_slider.h"
+#include "ui/controls/layout.h"
 #include "ui/theme.h"
 #include "ui/views/menu_bar_view.h"
 
@@ -45,7 +46,7 @@ struct PanelWorld : FilterWorld {
     void settle() {
         scheduler.advance({});
         QApplication::processEvents();
-        panel->layout()->activate();
+        ui::measureAnew(*panel);
         panel->resize(panel->width(), panel->heightForWidth(panel->width()));
         QApplication::processEvents();
     }

@@ -2,6 +2,7 @@
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
+#include <QWidget>
 
 namespace dravo::ui {
 
@@ -20,6 +21,15 @@ Layout* layOut(QWidget* owner, int gap) {
     auto* const layout = bare<Layout>(gap);
     owner->setLayout(layout);
     return layout;
+}
+
+/// Makes the layouts of `widget` and of all in it measure anew. Parts that came or went tell the layouts around them only
+/// one by one, in turns of the loop: asked before that, the whole would give a height that was never true.
+inline void measureAnew(QWidget& widget) {
+    for (auto* const child : widget.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) measureAnew(*child);
+    if (!widget.layout()) return;
+    widget.layout()->invalidate();
+    widget.layout()->activate();
 }
 
 }  // namespace dravo::ui

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "ui/controls/layout.h"
 #include "ui/shell/window_manager.h"
 #include "ui/theme.h"
 
@@ -159,12 +160,14 @@ void PanelWindow::chooseAnchor() {
 
 void PanelWindow::fitToContent() {
     auto* const content = content_.widget;
-    content->layout()->activate();
+    measureAnew(*content);
     const int width = std::clamp(content->sizeHint().width(), content->minimumWidth(), content->maximumWidth());
     const int wanted = content->hasHeightForWidth() ? content->heightForWidth(width) : content->sizeHint().height();
     const int height = std::min(wanted, available_.height() - 2 * kGap);
     scroll_.setVerticalScrollBarPolicy(wanted > height ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
     const int bar = wanted > height ? scroll_.verticalScrollBar()->sizeHint().width() : 0;
+    // Measuring asks for what has just been done.
+    QCoreApplication::removePostedEvents(content, QEvent::LayoutRequest);
     const QSize size(width + bar, height);
     setGeometry(QRect(placeFor(size), size));
     if (!testAttribute(Qt::WA_TranslucentBackground)) {
