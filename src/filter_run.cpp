@@ -89,6 +89,8 @@ bool FilterRun::loadServices() {
 void FilterRun::listen() {
     server_->listen(loop_, loop_);
     loss_ = server_->onLoss([this] { serverIsGone(); });
+    shortcutManager_.onToggle = [this] { filterState_->toggle(); };
+    shortcutManager_.registerIfEnabled();
     offRequest_.emplace(loop_, SIGUSR1, [this] {
         filterState_->turnOff();
         const auto isOff = applicator_->resetAtOnce();

@@ -6,7 +6,6 @@
 #include "app/filter_control.h"
 #include "app/keyboard_shortcut_manager.h"
 #include "app/launch_at_login.h"
-#include "app/unsupported_services.h"
 #include "base/data_folder.h"
 #include "breaks/break_notifier.h"
 #include "breaks/break_timer.h"
@@ -19,6 +18,7 @@
 #include "filter/model/custom_preset_store.h"
 #include "filter/model/preferences_store.h"
 #include "filter/state/filter_state.h"
+#include "platform/freedesktop/autostart_login_item.h"
 #include "platform/freedesktop/bus.h"
 #include "platform/freedesktop/bus_control_service.h"
 #include "platform/freedesktop/desktop_notifications.h"
@@ -35,6 +35,7 @@
 #include "platform/posix/termination_guard.h"
 #include "platform/posix/zone_position.h"
 #include "platform/x11/x11_display_server.h"
+#include "platform/x11/x11_hot_key_service.h"
 
 namespace dravo {
 
@@ -85,8 +86,8 @@ private:
     freedesktop::DesktopSettings systemSettings_{loop_, loop_};
     BreakNotifier breakNotifier_{notifications_};
     BreakTimer breakTimer_{preferences_, breakNotifier_, loop_};
-    UnsupportedHotKeys hotKeys_;
-    UnsupportedLoginItems loginItems_;
+    x11::X11HotKeyService hotKeys_{"", loop_, loop_};
+    freedesktop::AutostartLoginItem loginItems_{freedesktop::AutostartPlace::ofThisProcess(folder_.home.parent_path())};
     KeyboardShortcutManager shortcutManager_{hotKeys_, preferences_, loop_};
     LaunchAtLogin launchAtLogin_{loginItems_};
     LocationProvider locationProvider_{loop_, preferences_, locationService_, zones_, calendar_};

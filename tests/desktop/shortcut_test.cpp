@@ -1,0 +1,102 @@
+#include "desktop/filter_run_test.h"
+#include "support/x_keyboard.h"
+
+namespace dravo::testing {
+namespace {
+
+/// The running program and a person's hands. Control Shift E unless a test says otherwise.
+class ShortcutRunTest : public FilterRunTest {
+protected:
+    void SetUp() override {
+        FilterRunTest::SetUp();
+        if (!IsSkipped() && !HasFatalFailure()) keyboard_.emplace(server().address());
+    }
+
+    void press() { keyboard_->press({key::kControl, key::kShift, key::kE}); }
+    [[nodiscard]] bool soonAreOn() {
+        return waitUntil([&] { return allShow(filtered(intensity())); });
+    }
+    [[nodiscard]] bool soonAreOff() {
+        return waitUntil([&] { return tables() == ownTables(); });
+    }
+    /// Whether the program has taken the key: another client may not.
+    [[nodiscard]] bool isTaken(std::uint16_t modifiers = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT) {
+        const std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t*)> other(
+            xcb_connect(server().address().c_str(), nullptr), xcb_disconnect);
+        const auto root = xcb_setup_roots_iterator(xcb_get_setup(other.get())).data->root;
+        auto* const error = xcb_request_check(
+            other.get(),
+            xcb_grab_key_checked(other.get(), 0, root, modifiers, key::kE, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+        const bool isRefused = error != nullptr;
+        std::free(error);
+        return isRefused;
+    }
+
+    std::optional<XKeyboard> keyboard_;
+};
+
+TEST_F(ShortcutRunTest, TogglesOnceForEachPressWhateverTheLocksSay) {
+    const Run run = startAndSettle();
+    ASSERT_TRUE(waitUntil([&] { return isTaken(); }));
+    for (const std::uint8_t lock : {key::kCapsLock, key::kNumLock, key::kCapsLock, key::kNumLock}) {
+        press();
+        EXPECT_TRUE(soonAreOff());
+        press();
+        EXPECT_TRUE(soonAreOn());
+        keyboard_->press({lock});
+    }
+    for (const auto keycode : {key::kControl, key::kShift, key::kE}) keyboard_->hold(keycode);
+    EXPECT_TRUE(soonAreOff());
+    EXPECT_FALSE(waitUntil([&] { return tables() != ownTables(); }, std::chrono::milliseconds{1200})) << "while held";
+    keyboard_->letGo(key::kE);
+    quit(*run);
+    EXPECT_EQ(tables(), ownTables());
+    EXPECT_FALSE(isTaken());
+}
+
+TEST_F(ShortcutRunTest, TwoPressesDuringAFadeLeaveTheFilterOn) {
+    const Run run = startAndSettle();
+    ASSERT_TRUE(waitUntil([&] { return isTaken(); }));
+    press();
+    press();
+    EXPECT_TRUE(soonAreOn());
+    EXPECT_FALSE(waitUntil([&] { return !allShow(filtered(intensity())); }, std::chrono::milliseconds{500}));
+    quit(*run);
+}
+
+TEST_F(ShortcutRunTest, FiltersOnWithoutAShortcutThatAnotherProgramHas) {
+    ProcessUnderTest first(home(), {"--headless"}, onServer());
+    ASSERT_TRUE(waitUntil([&] { return isTaken(); }));
+    const TestHome otherHome;
+    otherHome.writePreferences("filterEnabled = false\n");
+    ProcessUnderTest second(otherHome, {"--headless"}, onServer());
+    const std::string line = "dravo: the shortcut Control Shift E does not work: another program has it\n";
+    EXPECT_TRUE(waitUntil([&] { return second.standardError().find(line) != std::string::npos; }))
+        << second.standardError();
+    // An edit of the other program's preferences gives it one that is free.
+    otherHome.writePreferences("filterEnabled = false\nshortcutModifiers = 2048\n");
+    quit(first);
+    EXPECT_EQ(tables(), ownTables());
+    EXPECT_FALSE(isTaken());
+    ASSERT_TRUE(waitUntil([&] { return isTaken(XCB_MOD_MASK_1); }));
+    keyboard_->press({key::kAlt, key::kE});
+    EXPECT_TRUE(waitUntil([&] { return tables() != ownTables(); }));
+    quit(second);
+}
+
+TEST_F(ShortcutRunTest, IsTakenOnlyWhileThePreferencesWantIt) {
+    home().writePreferences("filterEnabled = false\nshortcutEnabled = false\n");
+    const Run run = start();
+    ASSERT_TRUE(waitUntil([&] { return isInCharge(*run); }));
+    EXPECT_FALSE(waitUntil([&] { return isTaken(); }, std::chrono::milliseconds{300}));
+    home().writePreferences("filterEnabled = false\n");
+    EXPECT_TRUE(waitUntil([&] { return isTaken(); }));
+    press();
+    EXPECT_TRUE(waitUntil([&] { return tables() != ownTables(); }));
+    home().writePreferences("filterEnabled = true\nshortcutEnabled = false\n");
+    EXPECT_TRUE(waitUntil([&] { return !isTaken(); }));
+    quit(*run);
+}
+
+}  // namespace
+}  // namespace dravo::testing
