@@ -71,9 +71,7 @@ struct PanelWorld : FilterWorld {
         button->click();
         settle();
     }
-    [[nodiscard]] ui::AdjustmentSlider& slider(const QString& name) const {
-        return *find<ui::AdjustmentSlider>(name);
-    }
+    [[nodiscard]] ui::AdjustmentSlider& slider(const QString& name) const { return *find<ui::AdjustmentSlider>(name); }
 
     memory::MemoryHotKeys hotKeys;
     memory::MemoryLoginItem loginItem;
