@@ -40,12 +40,14 @@ struct Model {
             if (next > end) break;
             wall += next - steady;
             steady = next;
+            const bool wasOn = oracle.filter;
             if (saveDue == next) save();
             if (pauseTimer == next) pauseTimerFires();
             if (nextTick == next) {
                 nextTick += 30'000;
                 look();
             }
+            if (oracle.filter != wasOn) switchedItself = steady;
         }
         wall += end - steady;
         steady = end;
@@ -90,6 +92,7 @@ struct Model {
     std::int64_t steady = 0;
     std::int64_t nextTick = 30'000;
     std::int64_t pauseDue = 0;
+    std::int64_t switchedItself = INT64_MIN;  ///< When schedule or pause last switched while time passed.
     std::optional<std::int64_t> saveDue;
     FilterPreset preset = FilterPreset::migrainePrecision();
     std::optional<std::string> lastAssigned;
@@ -170,7 +173,12 @@ public:
 
     /// Lets fades and sliders come to rest: the table must then be the model's, come by without needless loads.
     void settle() {
-        pass(900);
+        constexpr std::int64_t kRest = 900;
+        pass(kRest);
+        while (model_.switchedItself > model_.steady - kRest) {
+            countOperation();
+            pass(kRest);
+        }
         const auto wanted =
             model_.oracle.filter ? plainTable(model_.preset, model_.adjustments) : GammaTable::identity();
         ASSERT_TRUE(world_.shows(wanted));
@@ -259,7 +267,8 @@ private:
     }
     void pass() {
         const std::int64_t most[] = {20, 60, 600, 3'000, 31'000};
-        pass(static_cast<std::int64_t>(random_() % static_cast<std::uint64_t>(most[random_() % std::size(most)])));
+        const auto limit = static_cast<std::uint64_t>(most[random_() % std::size(most)]);
+        pass(static_cast<std::int64_t>(random_() % limit));
     }
     void pass(std::int64_t duration) {
         world_.scheduler.advance(milliseconds(duration));
