@@ -63,6 +63,7 @@ TimeField::TimeField(const QString& name, QWidget* parent) : QTimeEdit(parent) {
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     lineEdit()->setFrame(false);
+    lineEdit()->setTextMargins(kFieldPadding - 2, 0, 0, 0);
     clearGround(*lineEdit());
     rest_.setSingleShot(true);
     connect(&rest_, &QTimer::timeout, this, [this] { settle(); });

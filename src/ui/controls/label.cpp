@@ -41,6 +41,10 @@ Label* Label::wrapped() {
     return this;
 }
 
+QSize Label::minimumSizeHint() const {
+    return wordWrap() ? QSize(0, fontMetrics().height()) : QLabel::minimumSizeHint();
+}
+
 FigureLabel::FigureLabel(TextStyle style, Tone tone, QWidget* parent) : Label({}, style, tone, parent) {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }

@@ -20,6 +20,8 @@ public:
     void setTone(Tone tone);
     /// Breaks the text into lines where the panel ends.
     Label* wrapped();
+    /// The toolkit's would be that of a much narrower label, and with it the whole panel's higher than the panel.
+    [[nodiscard]] QSize minimumSizeHint() const override;
 };
 
 /// A figure that changes while one looks at it: its digits are all equally wide, so that nothing jiggles.
