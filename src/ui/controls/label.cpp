@@ -35,7 +35,7 @@ void Label::setTone(Tone tone) {
 
 Label* Label::wrapped() {
     setWordWrap(true);
-    QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Minimum);
+    QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
     return this;
