@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstdlib>
 #include <memory>
 #include <optional>
 
 #include "app/filter_control.h"
+#include "app/interface_locale.h"
 #include "app/keyboard_shortcut_manager.h"
 #include "app/launch_at_login.h"
 #include "base/data_folder.h"
@@ -27,6 +29,7 @@
 #include "platform/freedesktop/logind_wake_source.h"
 #include "platform/freedesktop/portal_appearance.h"
 #include "platform/freedesktop/toml_user_defaults.h"
+#include "platform/gettext/catalogue_localizer.h"
 #include "platform/posix/background_sync.h"
 #include "platform/posix/instance_lock.h"
 #include "platform/posix/sd_event_loop.h"
@@ -49,6 +52,11 @@ inline constexpr const char* kIsOff = "off";
 /// REQUIRES: `TerminationGuard::blockSignals` came first in `main`.
 class FilterRun {
 public:
+    FilterRun() { installLocalizer(&texts_); }
+    ~FilterRun() { installLocalizer(nullptr); }
+    FilterRun(const FilterRun&) = delete;
+    FilterRun& operator=(const FilterRun&) = delete;
+
     /// Runs until somebody ends it. A second start hands over to the first and ends at once.
     cli::ExitCode run(RunKind kind);
 
@@ -74,6 +82,9 @@ private:
     freedesktop::TomlUserDefaults defaults_{freedesktop::TomlUserDefaults::defaultPath(folder_.home.parent_path()),
                                             loop_, loop_};
     PreferencesStore preferences_{defaults_};
+    gettext::CatalogueLocalizer texts_{
+        gettext::CatalogueLocalizer::programFolder(),
+        [choice = AppLanguage::current(preferences_)] { return interfaceLocaleFor(choice, std::getenv); }};
     posix::SystemCalendar calendar_{&loop_};
     freedesktop::Bus sessionBus_{loop_, loop_, freedesktop::Bus::Kind::session};
     freedesktop::Bus systemBus_{loop_, loop_, freedesktop::Bus::Kind::system};

@@ -13,7 +13,9 @@
 #include <memory>
 #include <optional>
 
+#include "app/interface_locale.h"
 #include "base/data_folder.h"
+#include "base/files.h"
 #include "base/report.h"
 #include "base/unique_fd.h"
 #include "cli/command_context.h"
@@ -21,8 +23,12 @@
 #include "cli/running_instance.h"
 #include "display/original_gamma_store.h"
 #include "filter/model/custom_preset_store.h"
+#include "filter/model/preferences_store.h"
 #include "filter_run.h"
 #include "platform/freedesktop/bus_control_client.h"
+#include "platform/freedesktop/preferences_text.h"
+#include "platform/freedesktop/toml_user_defaults.h"
+#include "platform/gettext/catalogue_localizer.h"
 #include "platform/pictures/picture_module.h"
 #include "platform/posix/instance_lock.h"
 #include "platform/posix/sd_event_loop.h"
@@ -122,6 +128,16 @@ public:
 
     ControlClient& control() { return control_; }
 
+    /// The person's choice, as the file of preferences has it now.
+    AppLanguage language() {
+        const auto path = freedesktop::TomlUserDefaults::defaultPath(folder().home.parent_path());
+        const auto text = readFile(path, freedesktop::kMaxPreferencesBytes);
+        const auto stored = text ? freedesktop::parsePreferences(*text) : text.error();
+        if (!stored) return AppLanguage::storedAs(std::nullopt);
+        const auto value = stored->find(preference::kAppleLanguages);
+        return AppLanguage::storedAs(value == stored->end() ? std::nullopt : std::optional(value->second));
+    }
+
     Result<OriginalGammaStore*> savedTables(DisplayServer& server) {
         OriginalGammaStore& saved = saved_.emplace(server, folder());
         saved.ensureDirectory();
@@ -155,6 +171,9 @@ int runCommand(int argc, char** argv) {
     cli::Output out(stdout);
     cli::Output err(stderr);
     CommandWorld world;
+    const gettext::CatalogueLocalizer texts(gettext::CatalogueLocalizer::programFolder(),
+                                            [&] { return interfaceLocaleFor(world.language(), std::getenv); });
+    installLocalizer(&texts);
     cli::CommandContext context{
         .out = out,
         .err = err,
@@ -168,7 +187,9 @@ int runCommand(int argc, char** argv) {
         .savedTables = [&](DisplayServer& server) { return world.savedTables(server); },
         .pictures = [] { return pictures::loadPictureModule(DRAVO_VERSION); },
     };
-    return static_cast<int>(cli::runCommandLine(argc, argv, context));
+    const auto code = cli::runCommandLine(argc, argv, context);
+    installLocalizer(nullptr);
+    return static_cast<int>(code);
 }
 
 }  // namespace

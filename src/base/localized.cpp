@@ -1,16 +1,61 @@
 #include "base/localized.h"
 
+#include <algorithm>
+
 namespace dravo {
 
 namespace {
 
 const Localizer* installed = nullptr;
 
+const Localizer& localizer() {
+    static const Localizer english;
+    return installed ? *installed : english;
+}
+
+/// A placeholder at the start of a text: its length, and which value it takes (from 0; none: the next).
+struct Placeholder {
+    std::size_t length = 0;
+    int index = -1;
+};
+
+Placeholder placeholderAt(std::string_view text) {
+    if (text.starts_with("%@")) return {2, -1};
+    if (text.starts_with("%lld")) return {4, -1};
+    if (text.size() >= 4 && text[0] == '%' && text[1] >= '1' && text[1] <= '9' && text.substr(2).starts_with("$@"))
+        return {4, text[1] - '1'};
+    return {};
+}
+
 }  // namespace
 
 std::string localized(std::string_view key, std::string_view english) {
-    return installed ? installed->text(key, english) : Localizer{}.text(key, english);
+    return english.empty() ? std::string() : localizer().text(key, english);
 }
+
+std::string localizedCount(std::string_view key, std::string_view one, std::string_view other, std::uint64_t count) {
+    return localizer().count(key, one, other, count);
+}
+
+std::string filled(std::string_view text, std::initializer_list<std::string_view> values) {
+    std::string result;
+    std::size_t next = 0;
+    while (!text.empty()) {
+        const std::size_t start = std::min(text.find('%'), text.size());
+        result += text.substr(0, start);
+        text.remove_prefix(start);
+        const auto [length, index] = placeholderAt(text);
+        const std::size_t value = index >= 0 ? static_cast<std::size_t>(index) : next;
+        const bool isFilled = length > 0 && value < values.size();
+        if (isFilled && index < 0) ++next;
+        const std::size_t taken = std::min(std::max<std::size_t>(length, 1), text.size());
+        result += isFilled ? *(values.begin() + value) : text.substr(0, taken);
+        text.remove_prefix(taken);
+    }
+    return result;
+}
+
+InterfaceLocale interfaceLocale() { return localizer().locale(); }
 
 void installLocalizer(const Localizer* localizer) { installed = localizer; }
 

@@ -1,12 +1,34 @@
 #pragma once
 
+#include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
 namespace dravo {
 
+/// A text by its key, with the English that stands for it where there is no translation.
+struct TextKey {
+    std::string_view key = {};
+    std::string_view english = {};
+};
+
+/// For texts that stand in a table and are looked up elsewhere: marks them for the tool that collects the texts to
+/// translate. What is passed to `localized` itself needs no mark.
+[[nodiscard]] constexpr TextKey textKey(std::string_view key, std::string_view english) { return {key, english}; }
+[[nodiscard]] constexpr TextKey textKey(std::string_view english) { return {english, english}; }
+
+/// The locales of the interface: a POSIX name for the language of its texts ("de", "pt_BR", "zh_CN"), and ICU's names
+/// for the forms of its numbers and times, which follow settings of their own ("de_AT").
+struct InterfaceLocale {
+    std::string language = "en";
+    std::string numbers = "en_US";
+    std::string times = "en_US";
+};
+
 /// Looks texts up by key. The base class answers with the English default: what a machine without translations shows.
 ///
+/// Placeholders ("%@", "%1$@", "%lld") come back as they stand; see `filled`.
 /// Thread: main thread.
 class Localizer {
 public:
@@ -15,6 +37,13 @@ public:
         static_cast<void>(key);
         return std::string(english);
     }
+    /// The form for `count` things. English has two, other languages from one to six.
+    [[nodiscard]] virtual std::string count(std::string_view key, std::string_view one, std::string_view other,
+                                            std::uint64_t count) const {
+        static_cast<void>(key);
+        return std::string(count == 1 ? one : other);
+    }
+    [[nodiscard]] virtual InterfaceLocale locale() const { return {}; }
 };
 
 /// The text for `key`, in the language of the localizer that the composition root installed, else `english`.
@@ -22,6 +51,20 @@ public:
 
 /// For texts whose key is the English text itself.
 [[nodiscard]] inline std::string localized(std::string_view english) { return localized(english, english); }
+
+/// For a text from a table; an empty one stays empty.
+[[nodiscard]] inline std::string localized(const TextKey& text) { return localized(text.key, text.english); }
+
+/// The form of a text for `count` things, its placeholder still in it: "%lld preset", "%lld presets".
+[[nodiscard]] std::string localizedCount(std::string_view key, std::string_view one, std::string_view other,
+                                         std::uint64_t count);
+
+/// `text` with its placeholders replaced: "%@" and "%lld" take the values in their order, "%1$@" takes the first,
+/// wherever it stands. What a value contains is never taken for a placeholder.
+[[nodiscard]] std::string filled(std::string_view text, std::initializer_list<std::string_view> values);
+
+/// The locales of the installed localizer.
+[[nodiscard]] InterfaceLocale interfaceLocale();
 
 /// Installs the process's localizer; null goes back to English. Lifetime: `localizer` outlives its installation.
 void installLocalizer(const Localizer* localizer);

@@ -42,6 +42,10 @@ public:
     virtual void set(std::string_view key, DefaultsValue value) = 0;
     virtual void remove(std::string_view key) = 0;
 
+    /// Writes at once what is not yet written, for what must not get lost with the program. Tells nobody of changes
+    /// from outside that it meets on the way.
+    virtual void flush() = 0;
+
     /// `callback` runs from the loop with the keys that somebody else changed or removed, their new values in place;
     /// never for this program's own `set` and `remove`.
     [[nodiscard]] virtual Subscription onChange(std::function<void(const DefaultsKeys&)> callback) = 0;

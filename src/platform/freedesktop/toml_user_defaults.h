@@ -34,13 +34,11 @@ public:
     std::optional<DefaultsValue> object(std::string_view key) const override;
     void set(std::string_view key, DefaultsValue value) override;
     void remove(std::string_view key) override;
+    void flush() override;
     Subscription onChange(std::function<void(const DefaultsKeys&)> callback) override;
 
     /// Asked before each write: on false (a ramp runs, no time for the disk) the write is tried again 50 ms later.
     void setMayWrite(std::function<bool()> mayWrite) { mayWrite_ = std::move(mayWrite); }
-
-    /// Writes at once what is not yet written, for the program's end. Tells nobody of edits it meets on the way.
-    void flush();
 
 private:
     enum class File { good, missing, broken, untouchable };

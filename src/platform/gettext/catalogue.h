@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/result.h"
+#include "platform/gettext/plural_rule.h"
+
+namespace dravo::gettext {
+
+/// One language's texts, as `msgfmt` compiles them into a `.mo` file. A text's key is the context and its English the
+/// message; a key that is the English text itself has no context.
+///
+/// Thread: any. The views it returns live as long as it does and is not moved.
+class Catalogue {
+public:
+    /// One without texts.
+    Catalogue() = default;
+
+    /// Checks every entry of the file's bytes, in either byte order.
+    /// Errors: `InvalidInput` (no such file, cut short, or damaged).
+    [[nodiscard]] static Result<Catalogue> parse(std::string bytes);
+
+    [[nodiscard]] std::optional<std::string_view> text(std::string_view key, std::string_view english) const;
+
+    /// The form for `count` things of the text whose singular is `one`.
+    [[nodiscard]] std::optional<std::string_view> count(std::string_view key, std::string_view one,
+                                                        std::uint64_t count) const;
+
+private:
+    [[nodiscard]] bool check();
+    [[nodiscard]] std::uint32_t numberAt(std::size_t offset) const;
+    [[nodiscard]] std::string_view stringAt(std::size_t table, std::size_t index) const;
+    [[nodiscard]] std::optional<std::string_view> find(std::string_view id) const;
+
+    std::string bytes_;
+    bool isSwapped_ = false;
+    std::size_t entries_ = 0;
+    std::size_t originals_ = 0;  ///< Where the tables of lengths and offsets begin.
+    std::size_t translations_ = 0;
+    PluralRule plurals_;
+};
+
+}  // namespace dravo::gettext

@@ -1,0 +1,56 @@
+#include "platform/gettext/catalogue_localizer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "platform/gettext/compiled_catalogue.h"
+#include "support/temporary_folder.h"
+
+namespace dravo::gettext {
+namespace {
+
+class CatalogueLocalizerTest : public ::testing::Test {
+protected:
+    void write(const char* language, const std::string& bytes) {
+        const auto folder = folder_ / language / "LC_MESSAGES";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / "dravo.mo", std::ios::binary) << bytes;
+    }
+
+    testing::TemporaryFolder folder_;
+};
+
+TEST_F(CatalogueLocalizerTest, AsksForTheLanguageAtTheFirstTextAndOnlyThen) {
+    write("de", compiledCatalogue({{"", ""}, {"Off", "Aus"}}));
+    int asked = 0;
+    const CatalogueLocalizer texts(folder_.path(), [&] {
+        ++asked;
+        return InterfaceLocale{"de", "de_AT", "de_CH"};
+    });
+    EXPECT_EQ(asked, 0);
+    EXPECT_EQ(texts.text("Off", "Off"), "Aus");
+    EXPECT_EQ(texts.text("On", "On"), "On");
+    EXPECT_EQ(texts.count("minutes", "%lld minute", "%lld minutes", 2), "%lld minutes");
+    EXPECT_EQ(texts.locale().times, "de_CH");
+    EXPECT_EQ(asked, 1);
+}
+
+TEST_F(CatalogueLocalizerTest, SpeaksEnglishWhereTheCatalogueCannotBeReadAndSaysSoOnce) {
+    write("de", "no catalogue");
+    for (const bool isEnglish : {true, false}) {
+        CatalogueLocalizer texts(folder_.path(), [&] { return InterfaceLocale{isEnglish ? "en" : "de", "", ""}; });
+        // What complains asks for a text of its own.
+        installLocalizer(&texts);
+        ::testing::internal::CaptureStderr();
+        EXPECT_EQ(localized("tray.off", "Filter off"), "Filter off");
+        EXPECT_EQ(localized("tray.on", "Filter on"), "Filter on");
+        installLocalizer(nullptr);
+        const std::string said = ::testing::internal::GetCapturedStderr();
+        EXPECT_EQ(std::ranges::count(said, '\n'), isEnglish ? 0 : 1) << said;
+    }
+}
+
+}  // namespace
+}  // namespace dravo::gettext
