@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 
 #include "base/report.h"
 #include "platform/freedesktop/bus_control_client.h"
@@ -109,15 +110,19 @@ void FilterRun::listen() {
 }
 
 void FilterRun::startDesktop() {
-    auto desktop =
-        DesktopRun::create({{*filterState_, preferences_, customPresets_, breakTimer_, breakNotifier_,
-                             locationProvider_, *applicator_, *grayscale_, *displays_, *control_, shortcutManager_,
-                             launchAtLogin_, loop_, calendar_, appearance_, systemSettings_, [this] { quit(); }},
-                            loop_,
-                            [this] {
-                                serverIsGone();
-                                ::_exit(static_cast<int>(cli::ExitCode::NoDisplayServer));
-                            }});
+    const char* const feed = std::getenv("DRAVO_UPDATE_FEED");
+    updateFeed_.emplace(loop_, loop_, curl::CurlUpdateFeed::Options{.userAgent = "Dravo/" DRAVO_VERSION});
+    updater_.emplace(*updateFeed_, loop_, DRAVO_VERSION,
+                     feedAddress(DRAVO_UPDATE_FEED, feed ? std::optional<std::string>(feed) : std::nullopt));
+    auto desktop = DesktopRun::create(
+        {{*filterState_, preferences_, customPresets_, breakTimer_, breakNotifier_, locationProvider_, *applicator_,
+          *grayscale_, *displays_, *control_, shortcutManager_, launchAtLogin_, loop_, calendar_, appearance_,
+          systemSettings_, *updater_, [this] { quit(); }},
+         loop_,
+         [this] {
+             serverIsGone();
+             ::_exit(static_cast<int>(cli::ExitCode::NoDisplayServer));
+         }});
     if (desktop) {
         desktop_ = std::move(*desktop);
     } else {

@@ -8,6 +8,7 @@
 #include "app/interface_locale.h"
 #include "app/keyboard_shortcut_manager.h"
 #include "app/launch_at_login.h"
+#include "app/updater.h"
 #include "base/data_folder.h"
 #include "breaks/break_notifier.h"
 #include "breaks/break_timer.h"
@@ -20,6 +21,7 @@
 #include "filter/model/custom_preset_store.h"
 #include "filter/model/preferences_store.h"
 #include "filter/state/filter_state.h"
+#include "platform/curl/curl_update_feed.h"
 #include "platform/freedesktop/autostart_login_item.h"
 #include "platform/freedesktop/bus.h"
 #include "platform/freedesktop/bus_control_service.h"
@@ -112,6 +114,8 @@ private:
     std::optional<FilterState> filterState_;
     std::optional<FilterControl> control_;
     std::optional<freedesktop::BusControlService> controlService_;
+    std::optional<curl::CurlUpdateFeed> updateFeed_;
+    std::optional<Updater> updater_;
     std::unique_ptr<DesktopRun> desktop_;
     std::optional<posix::SignalWatch> offRequest_;
     std::optional<posix::SignalWatch> quitRequest_;

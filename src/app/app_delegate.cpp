@@ -3,6 +3,7 @@
 #include <chrono>
 #include <utility>
 
+#include "app/updater_bridge.h"
 #include "base/localized.h"
 
 namespace dravo {
@@ -19,7 +20,10 @@ constexpr auto kMenuPause = 1h;
 
 AppDelegate::AppDelegate(AppDelegateParts parts) : parts_(std::move(parts)) {}
 
+AppDelegate::~AppDelegate() { UpdaterBridge::shared().checkForUpdates = nullptr; }
+
 void AppDelegate::finishLaunching(RunKind kind) {
+    UpdaterBridge::shared().checkForUpdates = [this] { checkForUpdates(); };
     parts_.statusItem.setSymbol(StatusItem::Symbol::eyeCircle);
     parts_.statusItem.setMenu([this] { return contextMenu(); });
     subscriptions_.push_back(parts_.statusItem.onClick([this](StatusItem::Button button) { onClick(button); }));
@@ -58,6 +62,11 @@ void AppDelegate::showPopover() {
     parts_.popover.show();
 }
 
+void AppDelegate::checkForUpdates() {
+    showPopover();
+    parts_.checkForUpdates();
+}
+
 std::vector<MenuEntry> AppDelegate::contextMenu() {
     std::vector<MenuEntry> menu;
     menu.push_back({localized("Toggle Filter"), [this] { parts_.filterState.toggle(); }});
@@ -66,7 +75,7 @@ std::vector<MenuEntry> AppDelegate::contextMenu() {
             {localized("Pause for 1 Hour"), [this] { parts_.filterState.pause(parts_.scheduler.now() + kMenuPause); }});
     }
     menu.push_back({});
-    menu.push_back({localized("Check for Updates…"), parts_.checkForUpdates});
+    menu.push_back({localized("Check for Updates…"), [this] { checkForUpdates(); }});
     menu.push_back({});
     menu.push_back({localized("Quit Dravo"), parts_.quit, 'q'});
     return menu;

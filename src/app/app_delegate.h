@@ -21,7 +21,7 @@ struct AppDelegateParts {
     Popover& popover;
     Scheduler& scheduler;
     std::function<std::string(WallTime)> shortTime;  ///< The time of day as the person's locale writes it.
-    std::function<void()> checkForUpdates;
+    std::function<void()> checkForUpdates;           ///< Starts a check; what comes of it is the panel's to show.
     std::function<void()> quit;
 };
 
@@ -33,6 +33,7 @@ public:
     explicit AppDelegate(AppDelegateParts parts);
     AppDelegate(const AppDelegate&) = delete;
     AppDelegate& operator=(const AppDelegate&) = delete;
+    ~AppDelegate();
 
     /// Puts the icon up and opens the panel where nobody would find it otherwise: half a second after the start until
     /// the welcome has been dismissed, and when a person started the program on a desktop that shows no tray in time.
@@ -42,6 +43,9 @@ public:
     void togglePopover();
     /// The panel is open afterwards: what a second start means.
     void showPopover();
+
+    /// Starts a check whose result the panel shows, so the panel is open afterwards.
+    void checkForUpdates();
 
     [[nodiscard]] std::vector<MenuEntry> contextMenu();
 

@@ -7,6 +7,7 @@
 #include "app/keyboard_shortcut_manager.h"
 #include "app/launch_at_login.h"
 #include "app/system_settings.h"
+#include "app/updater.h"
 #include "base/calendar.h"
 #include "base/scheduler.h"
 #include "breaks/break_notifier.h"
@@ -39,6 +40,7 @@ struct PanelParts {
     Calendar& calendar;
     AppearanceService& appearance;
     SystemSettings& systemSettings;
+    Updater& updater;            ///< Its state is what a card shows; views start a check through `UpdaterBridge`.
     std::function<void()> quit;  ///< Gives the displays back, then ends the program.
 };
 

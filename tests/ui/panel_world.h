@@ -11,6 +11,7 @@
 #include "app/launch_at_login.h"
 #include "platform/memory/memory_hot_keys.h"
 #include "platform/memory/memory_login_item.h"
+#include "platform/memory/memory_update_feed.h"
 #include "support/filter_world.h"
 #include "ui/controls/adjustment_slider.h"
 #include "ui/controls/layout.h"
@@ -28,7 +29,7 @@ struct PanelWorld : FilterWorld {
                                            scheduler, calendar, [] {}, [] {}});
         parts.emplace(PanelParts{*state, preferences, customPresets, breakTimer, notifier, locationProvider, applicator,
                                  grayscaleSwitch, server, *control, shortcutManager, launchAtLogin, scheduler, calendar,
-                                 appearance, systemSettings, [this] { ++quits; }});
+                                 appearance, systemSettings, updater, [this] { ++quits; }});
         ui::setTheme(ui::Theme::of({}));
     }
 
@@ -77,6 +78,8 @@ struct PanelWorld : FilterWorld {
     memory::MemoryLoginItem loginItem;
     memory::MemoryAppearance appearance;
     memory::MemorySystemSettings systemSettings;
+    memory::MemoryUpdateFeed updateFeed;
+    Updater updater{updateFeed, scheduler, "1.2.0", std::string("https://dravo.example/feed.json")};
     KeyboardShortcutManager shortcutManager{hotKeys, preferences, scheduler};
     LaunchAtLogin launchAtLogin{loginItem};
     std::optional<FilterControl> control;
