@@ -10,10 +10,10 @@ namespace dravo::cli {
 
 std::span<const Command* const> commands() {
     static constexpr const Command* kRows[] = {
-        &kStatusCommand,    &kToggleCommand, &kOnCommand,       &kOffCommand,      &kPauseCommand,   &kResumeCommand,
-        &kPresetCommand,    &kSetCommand,    &kScheduleCommand, &kLocationCommand, &kBreakCommand,   &kQuitCommand,
-        &kPresetsCommand,   &kTableCommand,  &kPreviewCommand,  &kDisplaysCommand, &kRestoreCommand, &kSunCommand,
-        &kMelanopicCommand, &kImportCommand, &kExportCommand,   &kHelpCommand,
+        &kStatusCommand, &kToggleCommand,    &kOnCommand,       &kOffCommand,      &kPauseCommand,    &kResumeCommand,
+        &kPresetCommand, &kSetCommand,       &kScheduleCommand, &kLocationCommand, &kBreakCommand,    &kPanelCommand,
+        &kQuitCommand,   &kPresetsCommand,   &kTableCommand,    &kPreviewCommand,  &kDisplaysCommand, &kRestoreCommand,
+        &kSunCommand,    &kMelanopicCommand, &kImportCommand,   &kExportCommand,   &kHelpCommand,
     };
     return kRows;
 }

@@ -18,6 +18,7 @@ extern const Command kSetCommand;
 extern const Command kScheduleCommand;
 extern const Command kLocationCommand;
 extern const Command kBreakCommand;
+extern const Command kPanelCommand;
 extern const Command kQuitCommand;
 extern const Command kPresetsCommand;
 extern const Command kTableCommand;

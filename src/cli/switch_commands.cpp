@@ -57,6 +57,15 @@ const Command kResumeCommand{
     .run = runCall<kResumeCommand, &ControlClient::resume>,
 };
 
+const Command kPanelCommand{
+    .name = "panel",
+    .summary = "Open the running Dravo's panel",
+    .usages = kPlainUsages,
+    .description = "Does what a second start of Dravo does. One that runs without a window has no panel to open.",
+    .options = kPlainOptions,
+    .run = runCall<kPanelCommand, &ControlClient::activate>,
+};
+
 const Command kQuitCommand{
     .name = "quit",
     .summary = "End the running Dravo",
