@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "base/files.h"
+#include "base/report.h"
 
 namespace dravo::freedesktop {
 
@@ -130,6 +131,7 @@ Result<DesktopEntry> AutostartLoginItem::entryToChange() const {
     const auto own = ownEntry();
     if (own || own_.empty()) return own;
     if (own.error().code == ErrorCode::InvalidInput) {
+        reportOnce("autostart-entry", own.error().message + "; it is kept as " + kFile + ".bad");
         if (const auto kept = setAsideAsBad(own_); !kept) return kept.error();
     } else if (own.error().code != ErrorCode::NotFound) {
         return own.error();
