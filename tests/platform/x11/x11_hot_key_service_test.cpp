@@ -229,7 +229,6 @@ TEST_F(X11HotKeyServiceTest, SurvivesTheServer) {
     keyboard_.reset();
     server().kill();
     program_->pressesSoon(-1, 100ms);
-    EXPECT_EQ(program_->take(kControlShiftE), ErrorCode::Disconnected);
     program_->giveUp();
 }
 
