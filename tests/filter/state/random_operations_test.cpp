@@ -5,8 +5,8 @@
 #include <random>
 #include <string>
 
-#include "support/filter_world.h"
 #include "filter/state/schedule_oracle.h"
+#include "support/filter_world.h"
 
 namespace dravo {
 namespace {

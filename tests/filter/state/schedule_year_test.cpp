@@ -2,8 +2,8 @@
 
 #include <random>
 
-#include "support/filter_world.h"
 #include "filter/state/schedule_oracle.h"
+#include "support/filter_world.h"
 
 namespace dravo {
 namespace {
