@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kGroove = 2;
 constexpr int kSegmentRadius = 5;
-constexpr int kSidePadding = 6;
+constexpr int kSegmentPadding = 6;
 
 /// One of them; a radio button to assistive technology.
 class Segment : public Button {
@@ -26,7 +26,7 @@ public:
         setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     }
     QSize sizeHint() const override {
-        return {fontMetrics().horizontalAdvance(text()) + 2 * kSidePadding, Theme::kTarget};
+        return {fontMetrics().horizontalAdvance(text()) + 2 * kSegmentPadding, Theme::kTarget};
     }
 
 protected:
@@ -41,7 +41,7 @@ protected:
         }
         painter.setPen(isChecked() || isHot() ? t.text : t.secondary);
         painter.drawText(rect(), Qt::AlignCenter,
-                         fontMetrics().elidedText(text(), Qt::ElideRight, width() - kSidePadding));
+                         fontMetrics().elidedText(text(), Qt::ElideRight, width() - kSegmentPadding));
         if (showsFocus()) drawFocusRing(painter, rect(), kSegmentRadius);
     }
 };
