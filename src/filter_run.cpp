@@ -12,6 +12,7 @@
 namespace dravo {
 
 cli::ExitCode FilterRun::run(RunKind kind) {
+    inherit();
     if (!takeLock() || !connect()) return failure_;
     launch();
     if (!loadServices()) return failure_;
@@ -22,21 +23,34 @@ cli::ExitCode FilterRun::run(RunKind kind) {
     return static_cast<cli::ExitCode>(code);
 }
 
+// Only from this very process: what a child finds in its environment is not for it.
+void FilterRun::inherit() {
+    const char* const text = std::getenv(kHandOverVariable);
+    if (!text) return;
+    inherited_ = decodeHandOver(text);
+    ::unsetenv(kHandOverVariable);
+    if (inherited_ && inherited_->process != ::getpid()) inherited_.reset();
+}
+
 bool FilterRun::takeLock() {
+    if (inherited_ && inherited_->lock >= 0) {
+        lock_.emplace(posix::InstanceLock::adopt(inherited_->lock));
+        return true;
+    }
     auto lock = posix::InstanceLock::acquire(folder_);
     if (lock) {
         lock_.emplace(std::move(*lock));
         return true;
     }
     if (lock.error().code == ErrorCode::Busy) {
-        handOver(lock.error().nativeCode);
+        wakeOther(lock.error().nativeCode);
         return false;
     }
     reportOnce("no-lock", lock.error().message + "; a second Dravo would not be noticed");
     return true;
 }
 
-void FilterRun::handOver(int holder) {
+void FilterRun::wakeOther(int holder) {
     if (freedesktop::BusControlClient().activate()) {
         std::puts("Dravo is running already.");
         return;
@@ -66,7 +80,10 @@ void FilterRun::launch() {
     applicator_.emplace(*displays_, wakeSource_, loop_, *originalGamma_);
     defaults_.setMayWrite([this] { return !applicator_->isRamping(); });
     // Before the controller is built: what it finds on the displays has to be theirs.
-    if (originalGamma_->restoreIfNeeded()) {
+    if (inherited_) {
+        originalGamma_->continueRun();
+        if (inherited_->hasGrayOn) grayscale_->takeOver();
+    } else if (originalGamma_->restoreIfNeeded()) {
         std::puts("Restored gamma from previous crash");
         std::fflush(stdout);
         server_->grayscale().undoUncleanRun();
@@ -74,7 +91,8 @@ void FilterRun::launch() {
     originalGamma_->saveIfAbsent();
     guard_.waitUntilReady();
     filterState_.emplace(FilterStateParts{loop_, calendar_, preferences_, customPresets_, breakTimer_,
-                                          locationProvider_, *applicator_, *originalGamma_, *grayscale_, wakeSource_});
+                                          locationProvider_, *applicator_, *originalGamma_, *grayscale_, wakeSource_,
+                                          inherited_ ? std::optional(inherited_->state) : std::nullopt});
     displays_->commit();
 }
 
@@ -117,7 +135,7 @@ void FilterRun::startDesktop() {
     auto desktop = DesktopRun::create(
         {{*filterState_, preferences_, customPresets_, breakTimer_, breakNotifier_, locationProvider_, *applicator_,
           *grayscale_, *displays_, *control_, shortcutManager_, launchAtLogin_, loop_, calendar_, appearance_,
-          systemSettings_, *updater_, [this] { quit(); }},
+          systemSettings_, *updater_, [this] { relaunch(); }, [this] { quit(); }},
          loop_,
          [this] {
              serverIsGone();
@@ -141,6 +159,17 @@ void FilterRun::giveBack() {
 void FilterRun::quit() {
     giveBack();
     loop_.quit(static_cast<int>(cli::ExitCode::Ok));
+}
+
+// The displays keep what they show, the saved tables stay, and signals wait for the successor's guard.
+void FilterRun::relaunch() {
+    filterState_->saveNow();
+    defaults_.flush();
+    const HandOver handOver{::getpid(), lock_ ? lock_->bequeath(true) : -1, grayscale_->isOurs(),
+                            filterState_->runningState()};
+    const auto failure = posix::replaceProgram(kHandOverVariable, encodeHandOver(handOver));
+    if (lock_) lock_->bequeath(false);
+    std::fprintf(stderr, "dravo: cannot start again: %s\n", failure.message.c_str());
 }
 
 void FilterRun::serverIsGone() {

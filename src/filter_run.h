@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "app/filter_control.h"
+#include "app/hand_over.h"
 #include "app/interface_locale.h"
 #include "app/keyboard_shortcut_manager.h"
 #include "app/launch_at_login.h"
@@ -34,6 +35,7 @@
 #include "platform/gettext/catalogue_localizer.h"
 #include "platform/posix/background_sync.h"
 #include "platform/posix/instance_lock.h"
+#include "platform/posix/replace_program.h"
 #include "platform/posix/sd_event_loop.h"
 #include "platform/posix/signal_watch.h"
 #include "platform/posix/system_calendar.h"
@@ -63,8 +65,9 @@ public:
     cli::ExitCode run(RunKind kind);
 
 private:
+    void inherit();
     bool takeLock();
-    void handOver(int holder);
+    void wakeOther(int holder);
     bool connect();
     void launch();
     bool loadServices();
@@ -72,10 +75,12 @@ private:
     void startDesktop();
     void giveBack();
     void quit();
+    void relaunch();
     void serverIsGone();
 
     // In the order of building: what is declared later uses what stands above.
     DataFolder folder_ = DataFolder::ofThisUser();
+    std::optional<HandOver> inherited_;  ///< From the program that this one replaced.
     std::optional<posix::InstanceLock> lock_;
     x11::EmergencyRestore emergency_{""};
     posix::TerminationGuard guard_{[this] { static_cast<void>(emergency_.open()); }, [this] { emergency_.restore(); }};

@@ -40,8 +40,9 @@ struct PanelParts {
     Calendar& calendar;
     AppearanceService& appearance;
     SystemSettings& systemSettings;
-    Updater& updater;            ///< Its state is what a card shows; views start a check through `UpdaterBridge`.
-    std::function<void()> quit;  ///< Gives the displays back, then ends the program.
+    Updater& updater;                ///< Its state is what a card shows; views start a check through `UpdaterBridge`.
+    std::function<void()> relaunch;  ///< Starts the program again in its place; the displays keep what they show.
+    std::function<void()> quit;      ///< Gives the displays back, then ends the program.
 };
 
 }  // namespace dravo

@@ -9,6 +9,11 @@ void GrayscaleSwitch::set(bool enabled) {
     if (done || done.error().code == ErrorCode::Unsupported) settled_ = enabled;
 }
 
+void GrayscaleSwitch::takeOver() {
+    isOurs_ = service_.setEnabled(true).hasValue();
+    settled_ = true;
+}
+
 Result<void> GrayscaleSwitch::switchOn() {
     if (isOurs_) return {};
     const auto before = service_.isEnabled();

@@ -18,6 +18,11 @@ public:
     /// without a grayscale mode is asked once.
     void set(bool enabled);
 
+    /// Whether the mode is on because of this.
+    [[nodiscard]] bool isOurs() const { return isOurs_; }
+    /// Answers from now on for a mode that a predecessor switched on: it is on, and stays.
+    void takeOver();
+
 private:
     Result<void> switchOn();
     Result<void> switchOff();

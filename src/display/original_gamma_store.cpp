@@ -45,14 +45,18 @@ void OriginalGammaStore::includeDisplays(std::span<const DisplayId> displays) {
 }
 
 bool OriginalGammaStore::restoreIfNeeded() {
+    readSaved();
+    if (!ours_.empty() || !damaged_.empty()) loadOwnTables(!damaged_.empty());
+    return !ours_.empty();
+}
+
+void OriginalGammaStore::continueRun() { readSaved(); }
+
+void OriginalGammaStore::readSaved() {
     for (const auto& path : paths()) takeOver(path);
-    const bool restores = !ours_.empty();
-    isBehind_ = restores;
-    const bool isDamaged = !damaged_.empty();
-    if (isDamaged) server_.distrustFoundTables();
-    if (restores) server_.declareOwnTables(tables_);
-    if (restores || isDamaged) loadOwnTables(isDamaged);
-    return restores;
+    isBehind_ = !ours_.empty();
+    if (!damaged_.empty()) server_.distrustFoundTables();
+    if (!ours_.empty()) server_.declareOwnTables(tables_);
 }
 
 std::vector<DisplayId> OriginalGammaStore::knownDisplays() const {

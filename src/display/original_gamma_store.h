@@ -49,6 +49,10 @@ public:
     /// found on the displays is distrusted, and they get their calibration.
     bool restoreIfNeeded();
 
+    /// Goes on with the file of a run that handed its displays over as they are: declares what it says to the server
+    /// and loads nothing.
+    void continueRun();
+
     /// Displays whose own tables the file names, also absent ones. Empty before `restoreIfNeeded` or `saveIfAbsent`.
     [[nodiscard]] std::vector<DisplayId> knownDisplays() const;
 
@@ -58,6 +62,7 @@ public:
 
 private:
     [[nodiscard]] std::vector<std::filesystem::path> paths() const;
+    void readSaved();
     void takeOver(const std::filesystem::path& path);
     void loadOwnTables(bool alsoUnknown);
     bool addTables(std::span<const DisplayId> displays);

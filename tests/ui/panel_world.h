@@ -29,7 +29,7 @@ struct PanelWorld : FilterWorld {
                                            scheduler, calendar, [] {}, [] {}});
         parts.emplace(PanelParts{*state, preferences, customPresets, breakTimer, notifier, locationProvider, applicator,
                                  grayscaleSwitch, server, *control, shortcutManager, launchAtLogin, scheduler, calendar,
-                                 appearance, systemSettings, updater, [this] { ++quits; }});
+                                 appearance, systemSettings, updater, [this] { ++relaunches; }, [this] { ++quits; }});
         ui::setTheme(ui::Theme::of({}));
     }
 
@@ -84,6 +84,7 @@ struct PanelWorld : FilterWorld {
     LaunchAtLogin launchAtLogin{loginItem};
     std::optional<FilterControl> control;
     std::optional<PanelParts> parts;
+    int relaunches = 0;
     int quits = 0;
     std::unique_ptr<ui::MenuBarView> panel;
 

@@ -30,7 +30,16 @@ FilterState::FilterState(const FilterStateParts& parts)
     restoreAppearance();
     previousScheduleEnabled_ = parts_.preferences.scheduleEnabled();
     observe();
-    restoreInitialState();
+    if (parts.continued) {
+        goOnAs(*parts.continued);
+    } else {
+        restoreInitialState();
+    }
+    if (isEnabled) {
+        applyEnabledState(Fade::none);
+    } else {
+        parts_.grayscale.set(false);
+    }
     startHousekeeping();
     parts_.locationProvider.setOnUpdate([this] { refreshState(); });
     if (parts_.preferences.scheduleEnabled() && parts_.preferences.scheduleMode() == ScheduleMode::sunsetToSunrise)
@@ -78,12 +87,25 @@ void FilterState::restoreInitialState() {
     } else {
         isEnabled = lastInWindow_.value_or(preferences.filterEnabled());
     }
+}
 
-    if (isEnabled) {
-        applyEnabledState(Fade::none);
-    } else {
-        parts_.grayscale.set(false);
-    }
+void FilterState::goOnAs(const RunningState& state) {
+    suppressPresetSync_ = true;
+    if (auto preset = findPreset(state.presetID)) selectedPreset = *std::move(preset);
+    suppressPresetSync_ = false;
+    intensity = state.adjustments.intensity;
+    dimming = state.adjustments.dimming;
+    blackPoint = state.adjustments.blackPoint;
+    contrast = state.adjustments.contrast;
+    scheduleOverride_ = state.scheduleOverride;
+    lastInWindow_ = state.lastInWindow;
+    isEnabled = state.isEnabled;
+    pausedUntil = state.pausedUntil;
+    if (state.pausedUntil) armPauseTimer(*state.pausedUntil);
+}
+
+RunningState FilterState::runningState() const {
+    return {isEnabled, pausedUntil.get(), scheduleOverride_, lastInWindow_, selectedPreset.get().id, adjustments()};
 }
 
 void FilterState::startHousekeeping() {

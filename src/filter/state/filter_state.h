@@ -16,6 +16,7 @@
 #include "filter/model/custom_preset_store.h"
 #include "filter/model/filter_preset.h"
 #include "filter/model/preferences_store.h"
+#include "filter/state/running_state.h"
 #include "schedule/location_provider.h"
 
 namespace dravo {
@@ -32,6 +33,7 @@ struct FilterStateParts {
     OriginalGammaStore& originalGamma;
     GrayscaleSwitch& grayscale;
     WakeSource& wakeSource;
+    std::optional<RunningState> continued{};  ///< Goes on with this instead of what is stored.
 };
 
 /// The single owner of what the screen shows: the selected preset, the four live adjustments, on or off, and the pause.
@@ -115,6 +117,9 @@ public:
     /// Writes what the debounce still holds; for the end of the program.
     void saveNow() { saving_.flush(); }
 
+    /// For a successor that goes on without a change on screen.
+    [[nodiscard]] RunningState runningState() const;
+
 private:
     /// What the last loaded table was computed from.
     struct AppliedSnapshot {
@@ -126,6 +131,7 @@ private:
     void restoreAppearance();
     void observe();
     void restoreInitialState();
+    void goOnAs(const RunningState& state);
     void startHousekeeping();
     void onPresetAssigned(const FilterPreset& preset);
     void onAdjusted();

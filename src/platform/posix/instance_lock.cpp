@@ -78,6 +78,17 @@ InstanceLock::Held InstanceLock::find(const DataFolder& folder) {
     return {};
 }
 
+InstanceLock InstanceLock::adopt(int descriptor) {
+    InstanceLock lock{UniqueFd(descriptor)};
+    lock.bequeath(false);
+    return lock;
+}
+
+int InstanceLock::bequeath(bool isInherited) const {
+    fcntl(file_.get(), F_SETFD, isInherited ? 0 : FD_CLOEXEC);
+    return file_.get();
+}
+
 pid_t InstanceLock::holder(const DataFolder& folder) { return find(folder).by; }
 
 void InstanceLock::answer(std::string_view word) const {

@@ -26,6 +26,11 @@ public:
     /// folder can hold the file; the message says why).
     [[nodiscard]] static Result<InstanceLock> acquire(const DataFolder& folder);
 
+    /// Goes on with the lock that this process holds by `descriptor`, from before it replaced its program.
+    [[nodiscard]] static InstanceLock adopt(int descriptor);
+    /// The descriptor, which the program that replaces this one inherits if `isInherited`.
+    int bequeath(bool isInherited) const;
+
     /// The process that holds the lock, or 0 if nobody does.
     [[nodiscard]] static pid_t holder(const DataFolder& folder);
 

@@ -23,8 +23,8 @@ Layout* layOut(QWidget* owner, int gap) {
     return layout;
 }
 
-/// Makes the layouts of `widget` and of all in it measure anew. Parts that came or went tell the layouts around them only
-/// one by one, in turns of the loop: asked before that, the whole would give a height that was never true.
+/// Makes the layouts of `widget` and of all in it measure anew. Parts that came or went tell the layouts around them
+/// only one by one, in turns of the loop: asked before that, the whole would give a height that was never true.
 inline void measureAnew(QWidget& widget) {
     for (auto* const child : widget.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) measureAnew(*child);
     if (!widget.layout()) return;

@@ -15,6 +15,8 @@ MenuBarView::MenuBarView(const PanelParts& parts)
     auto* const column = layOut<QVBoxLayout>(this, Theme::kBlockGap);
     column->setContentsMargins(0, Theme::kPadding, 0, Theme::kPadding);
 
+    notices_ = new NoticeView(parts);
+    add(notices_);
     onboarding_ = new OnboardingView(parts, [this] {
         parts_.preferences.setHasSeenOnboarding(true);
         refresh();
@@ -35,7 +37,7 @@ MenuBarView::MenuBarView(const PanelParts& parts)
     auto* const breaksEdge = new Divider;
     auto* const footerEdge = new Divider;
     whileNoEditor_ = {intensity, melanopic, dimming, breaksEdge, breaks, footerEdge, footer};
-    settings_ = new SettingsView(parts);
+    settings_ = new SettingsView(parts, [this](AppLanguage language) { notices_->askForRelaunch(language); });
     settingsEdge_ = new Divider;
     views_ = {quickToggle, picker_, intensity, melanopic, dimming, breaks, footer, settings_};
     for (auto* const widget : always_) add(widget);
@@ -55,7 +57,7 @@ void MenuBarView::add(QWidget* widget) {
 void MenuBarView::watch() {
     for (const auto* const changes :
          {&parts_.filterState.changes(), &parts_.preferences.changes(), &parts_.breakNotifier.changes(),
-          &parts_.locationProvider.changes(), &editing_.changes()}) {
+          &parts_.locationProvider.changes(), &editing_.changes(), static_cast<const Observable*>(&parts_.updater)}) {
         subscriptions_.push_back(changes->onWillChange([this] { markStale(); }));
     }
     subscriptions_.push_back(parts_.displays.onDisplayChange([this] { markStale(); }));
@@ -72,6 +74,7 @@ void MenuBarView::markStale() {
 void MenuBarView::refresh() {
     const bool isWelcome = !parts_.preferences.hasSeenOnboarding();
     const bool hasEditor = editing_.isOpen();
+    notices_->refresh();
     if (isWelcome) {
         onboarding_->refresh();
     } else {
@@ -86,7 +89,7 @@ void MenuBarView::refresh() {
     for (auto* const widget : always_) widget->setVisible(!isWelcome);
 }
 
-bool MenuBarView::closeInnermost() { return picker_->closeInnermost(); }
+bool MenuBarView::closeInnermost() { return notices_->closeInnermost() || picker_->closeInnermost(); }
 
 void MenuBarView::showEvent(QShowEvent* event) {
     if (!event->spontaneous()) refresh();

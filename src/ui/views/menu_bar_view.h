@@ -4,6 +4,7 @@
 
 #include "app/preset_editing.h"
 #include "ui/controls/label.h"
+#include "ui/views/notice_view.h"
 #include "ui/views/preset_picker_view.h"
 #include "ui/views/settings_view.h"
 #include "ui/views/view.h"
@@ -31,6 +32,7 @@ private:
 
     PresetEditing editing_;
     View* onboarding_;
+    NoticeView* notices_;
     PresetPickerView* picker_;
     SettingsView* settings_;
     std::vector<View*> views_;      ///< all but the onboarding

@@ -1,5 +1,7 @@
 #include "ui/views/settings_view.h"
 
+#include "app/updater_bridge.h"
+#include "ui/controls/label.h"
 #include "ui/controls/layout.h"
 #include "ui/texts.h"
 #include "ui/views/schedule_view.h"
@@ -7,7 +9,14 @@
 
 namespace dravo::ui {
 
-SettingsView::SettingsView(const PanelParts& parts) : View(parts) {
+namespace {
+
+constexpr int kLanguageWidth = 150;
+
+}  // namespace
+
+SettingsView::SettingsView(const PanelParts& parts, std::function<void(AppLanguage)> onLanguage)
+    : View(parts), chosenLanguage_(AppLanguage::current(parts.preferences)), onLanguage_(std::move(onLanguage)) {
     auto* const column = layOut<QVBoxLayout>(this, Theme::kGap);
     launchAtLogin_ = new ToggleRow(text("Launch at Login"), this);
     launchAtLogin_->onFlip([this](bool isOn) {
@@ -23,6 +32,39 @@ SettingsView::SettingsView(const PanelParts& parts) : View(parts) {
     column->addWidget(shortcutRow_);
     schedule_ = new ScheduleView(parts);
     column->addWidget(schedule_);
+    column->addLayout(makeLanguageRow());
+    auto* const check = new PushButton(text("Check for Updates…"), PushButton::Kind::plain, this);
+    check->onClick([] {
+        if (const auto& act = UpdaterBridge::shared().checkForUpdates) act();
+    });
+    column->addWidget(check, 0, Qt::AlignLeft);
+}
+
+QLayout* SettingsView::makeLanguageRow() {
+    auto* const row = bare<QHBoxLayout>(Theme::kGap);
+    row->addWidget(new Label(text("Language"), TextStyle::body));
+    row->addStretch();
+    language_ = new MenuButton(MenuButton::Size::regular, text("Language"), this);
+    language_->setFixedWidth(kLanguageWidth);
+    language_->setLines([this] {
+        std::vector<MenuLine> lines;
+        for (const AppLanguage language : AppLanguage::all()) {
+            lines.push_back({.text = QString::fromStdString(language.displayName()),
+                             .isCurrent = language == chosenLanguage_,
+                             .choose = [this, language] { choose(language); }});
+        }
+        return lines;
+    });
+    row->addWidget(language_);
+    return row;
+}
+
+void SettingsView::choose(AppLanguage language) {
+    if (language == chosenLanguage_) return;
+    chosenLanguage_ = language;
+    language.apply(parts_.preferences);
+    onLanguage_(language);
+    refresh();
 }
 
 QWidget* SettingsView::makeShortcutRow() {
@@ -42,7 +84,10 @@ QWidget* SettingsView::makeShortcutRow() {
 
 void SettingsView::showEvent(QShowEvent* event) {
     View::showEvent(event);
-    if (!event->spontaneous()) launchAtLogin_->setOn(parts_.launchAtLogin.isEnabled());
+    if (event->spontaneous()) return;
+    launchAtLogin_->setOn(parts_.launchAtLogin.isEnabled());
+    chosenLanguage_ = AppLanguage::current(parts_.preferences);
+    refresh();
 }
 
 void SettingsView::refresh() {
@@ -51,6 +96,7 @@ void SettingsView::refresh() {
     recorder_->refresh();
     shortcutRow_->setVisible(isEnabled);
     schedule_->refresh();
+    language_->setChoice(QString::fromStdString(chosenLanguage_.displayName()));
 }
 
 }  // namespace dravo::ui

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "ui/controls/card.h"
+#include "app/app_language.h"
+#include "ui/controls/menu_button.h"
 #include "ui/controls/toggle_row.h"
 #include "ui/views/view.h"
 
@@ -12,7 +13,8 @@ class ScheduleView;
 /// The few settings, unfolded below the footer. What the desktop keeps for us is read whenever it opens.
 class SettingsView : public View {
 public:
-    explicit SettingsView(const PanelParts& parts);
+    /// `onLanguage` is called with a language that differs from the one chosen before, once it has been stored.
+    SettingsView(const PanelParts& parts, std::function<void(AppLanguage)> onLanguage);
     void refresh() override;
 
 protected:
@@ -20,12 +22,17 @@ protected:
 
 private:
     [[nodiscard]] QWidget* makeShortcutRow();
+    [[nodiscard]] QLayout* makeLanguageRow();
+    void choose(AppLanguage language);
 
     ToggleRow* launchAtLogin_;
     ToggleRow* shortcut_;
     RecorderButton* recorder_ = nullptr;
     QWidget* shortcutRow_;
     ScheduleView* schedule_;
+    MenuButton* language_ = nullptr;
+    AppLanguage chosenLanguage_;
+    std::function<void(AppLanguage)> onLanguage_;
 };
 
 }  // namespace dravo::ui
