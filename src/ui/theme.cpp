@@ -38,10 +38,12 @@ QColor readableOn(const QColor& ground, const QColor& colour, double ratio) {
     return goal;
 }
 
-/// Black or white, tinted with `fill`, whichever can be read on it.
+/// White or black, the latter tinted with `fill`: what can be read on it.
 QColor readableInk(const QColor& fill) {
-    const QColor dark = mixed(fill, Qt::black, 0.88);
-    return contrastRatio(dark, fill) >= contrastRatio(Qt::white, fill) ? dark : QColor(Qt::white);
+    // One of the two always has more than 4.5:1; the tint is left out where it would cost that.
+    if (contrastRatio(Qt::white, fill) > contrastRatio(Qt::black, fill)) return Qt::white;
+    const QColor tinted = mixed(fill, Qt::black, 0.88);
+    return contrastRatio(tinted, fill) >= kTextContrast ? tinted : QColor(Qt::black);
 }
 
 Theme darkTheme() {
@@ -113,7 +115,7 @@ Theme Theme::of(const Appearance& appearance) {
         t.text = t.isDark ? Qt::white : Qt::black;
         t.secondary = withAlpha(t.text, 0.9);
         t.hairline = withAlpha(t.text, 0.55);
-        t.pressed = withAlpha(t.text, 0.38);
+        t.pressed = withAlpha(t.text, 0.32);
     }
     t.accent = readableOn(t.panel, t.accent, kFillContrast);
     t.accentText = readableOn(hardestGround(t), t.accent, kTextContrast);

@@ -30,9 +30,12 @@ struct FilterWorld {
     }
 
     FilterState& start() {
-        state.emplace(FilterStateParts{scheduler, calendar, preferences, customPresets, breakTimer, locationProvider,
-                                       applicator, originalGamma, grayscaleSwitch, wakeSource});
+        state.emplace(parts());
         return *state;
+    }
+    [[nodiscard]] FilterStateParts parts() {
+        return {scheduler,        calendar,   preferences,   customPresets,   breakTimer,
+                locationProvider, applicator, originalGamma, grayscaleSwitch, wakeSource};
     }
 
     /// Whether every display shows this table.

@@ -9,6 +9,7 @@
 #include <QKeySequence>
 
 #include "ui/shell/tray_symbols.h"
+#include "ui/theme.h"
 
 namespace dravo::ui {
 
@@ -101,6 +102,8 @@ QRect TrayIcon::geometry() const { return icon_ ? icon_->geometry() : QRect(); }
 void TrayIcon::fillMenu() {
     menu_.clear();
     if (!makeMenu_) return;
+    menu_.setStyleSheet(theme().styleSheet());
+    menu_.setFont(fontOf(TextStyle::body));
     for (const auto& entry : makeMenu_()) {
         if (entry.title.empty()) {
             menu_.addSeparator();

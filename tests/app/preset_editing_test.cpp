@@ -1,0 +1,146 @@
+#include "app/preset_editing.h"
+
+#include <gtest/gtest.h>
+
+#include "support/filter_world.h"
+
+namespace dravo::testing {
+namespace {
+
+using namespace std::chrono_literals;
+
+struct EditingWorld : FilterWorld {
+    EditingWorld() {
+        start();
+        scheduler.advance(1s);
+        editing.emplace(PresetEditingParts{*state, customPresets, applicator, grayscaleSwitch, scheduler});
+        loads();
+    }
+    [[nodiscard]] bool showsDraft() const {
+        const auto& draft = editing->draft();
+        return shows(plainTable(draft, {draft.intensity, draft.dimming, draft.blackPoint, draft.contrast}));
+    }
+    std::optional<PresetEditing> editing;
+};
+
+FilterPreset ownPreset() {
+    FilterPreset preset = FilterPreset::evening();
+    preset.id = "own";
+    preset.name = "Own";
+    preset.isBuiltIn = false;
+    return preset;
+}
+
+TEST(PresetEditingTest, PreviewsOnceTheFieldsHaveRestedForFiftyMilliseconds) {
+    EditingWorld world;
+    world.editing->beginNew();
+    world.scheduler.advance(1s);
+    EXPECT_TRUE(world.showsFilter()) << "opening the editor previews nothing";
+    for (int step = 0; step < 10; ++step) {
+        world.editing->setValue(&FilterPreset::redFactor, 0.1 * step);
+        world.scheduler.advance(49ms);
+    }
+    EXPECT_TRUE(world.showsFilter());
+    world.scheduler.advance(1ms);
+    EXPECT_TRUE(world.showsDraft());
+    EXPECT_EQ(world.editing->draft().redFactor, 0.1 * 9);
+}
+
+TEST(PresetEditingTest, EveryWayOutBringsBackWhatWasOnScreen) {
+    const std::vector<std::pair<const char*, void (*)(EditingWorld&)>> ways{
+        {"cancel", [](EditingWorld& world) { world.editing->cancel(); }},
+        {"cancel before the preview came",
+         [](EditingWorld& world) {
+             world.editing->setValue(&FilterPreset::blueFactor, 0.9);
+             world.editing->cancel();
+         }},
+        {"the panel closes", [](EditingWorld& world) { world.editing->endPreview(); }},
+        {"another preset is edited", [](EditingWorld& world) { world.editing->beginChanging(ownPreset()); }},
+    };
+    for (const auto& [name, way] : ways) {
+        EditingWorld world;
+        world.editing->beginNew();
+        world.editing->setValue(&FilterPreset::redFactor, 0.2);
+        world.scheduler.advance(50ms);
+        ASSERT_TRUE(world.showsDraft()) << name;
+        way(world);
+        world.scheduler.advance(200ms);
+        EXPECT_TRUE(world.showsFilter()) << name;
+    }
+}
+
+TEST(PresetEditingTest, FieldsOutliveAPanelThatClosesAndPreviewAgainAtTheNextChange) {
+    EditingWorld world;
+    world.editing->beginNew();
+    world.editing->setName("Half");
+    world.editing->setValue(&FilterPreset::redFactor, 0.2);
+    world.editing->endPreview();
+    world.scheduler.advance(1s);
+    EXPECT_TRUE(world.showsFilter());
+    EXPECT_TRUE(world.editing->isOpen());
+    EXPECT_EQ(world.editing->draft().name, "Half");
+    world.editing->setValue(&FilterPreset::redFactor, 0.3);
+    world.scheduler.advance(50ms);
+    EXPECT_TRUE(world.showsDraft());
+}
+
+TEST(PresetEditingTest, NothingIsPreviewedWhileTheFilterIsOff) {
+    EditingWorld world;
+    world.editing->beginNew();
+    world.editing->setValue(&FilterPreset::redFactor, 0.2);
+    world.state->turnOff();  // between the change and its preview
+    world.scheduler.advance(2s);
+    EXPECT_TRUE(world.showsOwn());
+    world.editing->setValue(&FilterPreset::redFactor, 0.3);
+    world.scheduler.advance(1s);
+    EXPECT_TRUE(world.showsOwn());
+    world.editing->cancel();
+    world.scheduler.advance(1s);
+    EXPECT_TRUE(world.showsOwn());
+}
+
+TEST(PresetEditingTest, GrayscaleFollowsThePreviewAndIsUndone) {
+    EditingWorld world;
+    FilterPreset gray = ownPreset();
+    gray.isGrayscale = true;
+    world.editing->beginChanging(gray);
+    world.editing->setValue(&FilterPreset::redFactor, 0.2);
+    world.scheduler.advance(50ms);
+    EXPECT_TRUE(world.grayscale.isGray);
+    world.editing->cancel();
+    EXPECT_FALSE(world.grayscale.isGray);
+}
+
+TEST(PresetEditingTest, SavingChangesTheStoredOneOrAddsANewOne) {
+    EditingWorld world;
+    world.customPresets.presets = {ownPreset()};
+    world.editing->beginChanging(ownPreset());
+    world.editing->setName("\t Better  ");
+    world.editing->setValue(&FilterPreset::contrast, -0.25);
+    ASSERT_TRUE(world.editing->save());
+    EXPECT_FALSE(world.editing->isOpen());
+    ASSERT_EQ(world.customPresets.presets.get().size(), 1U);
+    EXPECT_EQ(world.customPresets.presets.get()[0].name, "Better");
+    EXPECT_EQ(world.customPresets.presets.get()[0].id, "own");
+    EXPECT_EQ(world.state->contrast, -0.25);
+    world.scheduler.advance(1s);
+    EXPECT_TRUE(world.showsFilter());
+
+    world.state->dimming = 0.3;
+    world.editing->beginNew();
+    EXPECT_EQ(world.editing->draft().dimming, 0.3);
+    EXPECT_FALSE(world.editing->canSave());
+    world.editing->setName("  \t");
+    EXPECT_FALSE(world.editing->canSave());
+    world.editing->setName("New");
+    ASSERT_TRUE(world.editing->save());
+    ASSERT_EQ(world.customPresets.presets.get().size(), 2U);
+    const FilterPreset& added = world.customPresets.presets.get()[1];
+    EXPECT_EQ(added.id.size(), 36U);
+    EXPECT_FALSE(added.isBuiltIn);
+    EXPECT_EQ(world.state->selectedPreset.get(), added);
+    EXPECT_EQ(world.state->dimming, 0.3);
+}
+
+}  // namespace
+}  // namespace dravo::testing
