@@ -97,10 +97,7 @@ void AppDelegate::updateStatusIcon() {
 
 std::string AppDelegate::stateText() const {
     if (const auto& end = parts_.filterState.pausedUntil.get()) {
-        std::string text = localized("tray.paused_until", "Paused until %@");
-        if (const auto place = text.find("%@"); place != std::string::npos)
-            text.replace(place, 2, parts_.shortTime(*end));
-        return text;
+        return filled(localized("tray.paused_until", "Paused until %@"), {parts_.shortTime(*end)});
     }
     return parts_.filterState.isEnabled ? localized("tray.on", "Filter on") : localized("tray.off", "Filter off");
 }

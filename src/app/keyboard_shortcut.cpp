@@ -20,10 +20,9 @@ constexpr std::int64_t kW = 13;
 
 struct Key {
     std::uint8_t code;
-    std::uint8_t kernelCode;          ///< KEY_... of linux/input-event-codes.h.
-    std::string_view name = {};       ///< What is shown; empty: "Key" and the code.
-    std::string_view spokenKey = {};  ///< Of the text that says it where the name cannot be read out.
-    std::string_view spokenEnglish = {};
+    std::uint8_t kernelCode;     ///< KEY_... of linux/input-event-codes.h.
+    std::string_view name = {};  ///< What is shown; empty: "Key" and the code.
+    TextKey spoken = {};         ///< What says it where the name cannot be read out.
 };
 
 // In the order of the code. Lock keys and modifiers are missing on purpose.
@@ -52,35 +51,35 @@ constexpr Key kKeys[] = {
     {21, 5, "4"},
     {22, 7, "6"},
     {23, 6, "5"},
-    {24, 13, "=", "key.equals", "Equals"},
+    {24, 13, "=", textKey("key.equals", "Equals")},
     {25, 10, "9"},
     {26, 8, "7"},
-    {27, 12, "-", "key.minus", "Minus"},
+    {27, 12, "-", textKey("key.minus", "Minus")},
     {28, 9, "8"},
     {29, 11, "0"},
-    {30, 27, "]", "key.right_bracket", "Right Bracket"},
+    {30, 27, "]", textKey("key.right_bracket", "Right Bracket")},
     {31, 24, "O"},
     {32, 22, "U"},
-    {33, 26, "[", "key.left_bracket", "Left Bracket"},
+    {33, 26, "[", textKey("key.left_bracket", "Left Bracket")},
     {34, 23, "I"},
     {35, 25, "P"},
-    {36, 28, "⏎", "key.return", "Return"},
+    {36, 28, "⏎", textKey("key.return", "Return")},
     {37, 38, "L"},
     {38, 36, "J"},
-    {39, 40, "'", "key.apostrophe", "Apostrophe"},
+    {39, 40, "'", textKey("key.apostrophe", "Apostrophe")},
     {40, 37, "K"},
-    {41, 39, ";", "key.semicolon", "Semicolon"},
-    {42, 43, "\\", "key.backslash", "Backslash"},
-    {43, 51, ",", "key.comma", "Comma"},
-    {44, 53, "/", "key.slash", "Slash"},
+    {41, 39, ";", textKey("key.semicolon", "Semicolon")},
+    {42, 43, "\\", textKey("key.backslash", "Backslash")},
+    {43, 51, ",", textKey("key.comma", "Comma")},
+    {44, 53, "/", textKey("key.slash", "Slash")},
     {45, 49, "N"},
     {46, 50, "M"},
-    {47, 52, ".", "key.period", "Period"},
-    {48, 15, "⇥", "key.tab", "Tab"},
-    {49, 57, "Space", "Space", "Space"},
-    {50, 41, "`", "key.grave", "Grave"},
-    {51, 14, "⌫", "key.backspace", "Backspace"},
-    {53, 1, "⎋", "key.escape", "Escape"},
+    {47, 52, ".", textKey("key.period", "Period")},
+    {48, 15, "⇥", textKey("key.tab", "Tab")},
+    {49, 57, "Space", textKey("Space")},
+    {50, 41, "`", textKey("key.grave", "Grave")},
+    {51, 14, "⌫", textKey("key.backspace", "Backspace")},
+    {53, 1, "⎋", textKey("key.escape", "Escape")},
     {64, 187},  // F17
     {65, 83},   // keypad, as far as 92
     {67, 55},
@@ -128,34 +127,30 @@ constexpr Key kKeys[] = {
     {120, 60, "F2"},
     {121, 109},  // Page Down
     {122, 59, "F1"},
-    {123, 105, "←", "key.left", "Left"},
-    {124, 106, "→", "key.right", "Right"},
-    {125, 108, "↓", "key.down", "Down"},
-    {126, 103, "↑", "key.up", "Up"},
+    {123, 105, "←", textKey("key.left", "Left")},
+    {124, 106, "→", textKey("key.right", "Right")},
+    {125, 108, "↓", textKey("key.down", "Down")},
+    {126, 103, "↑", textKey("key.up", "Up")},
 };
 
 struct Modifier {
     std::int64_t bit;
     std::string_view symbol;
-    std::string_view spoken;
+    TextKey spoken;
 };
 
 // In the order in which a shortcut shows them.
-constexpr Modifier kModifiers[] = {
-    {kControl, "⌃", "Control"}, {kAlt, "⌥", "Alt"}, {kShift, "⇧", "Shift"}, {kSuper, "⌘", "Super"}};
+constexpr Modifier kModifiers[] = {{kControl, "⌃", textKey("Control")},
+                                   {kAlt, "⌥", textKey("Alt")},
+                                   {kShift, "⇧", textKey("Shift")},
+                                   {kSuper, "⌘", textKey("Super")}};
 
 const Key* find(std::int64_t keyCode) {
     const auto* const key = std::ranges::lower_bound(kKeys, keyCode, {}, &Key::code);
     return key != std::end(kKeys) && key->code == keyCode ? key : nullptr;
 }
 
-std::string unnamedKey(std::int64_t keyCode) {
-    constexpr std::string_view kPlace = "%lld";
-    std::string text = localized("Key %lld");
-    if (const auto place = text.find(kPlace); place != std::string::npos)
-        text.replace(place, kPlace.size(), std::to_string(keyCode));
-    return text;
-}
+std::string unnamedKey(std::int64_t keyCode) { return filled(localized("Key %lld"), {std::to_string(keyCode)}); }
 
 }  // namespace
 
@@ -186,8 +181,8 @@ std::string spokenShortcut(std::int64_t keyCode, std::int64_t modifiers) {
         if ((modifiers & modifier.bit) != 0) text += localized(modifier.spoken) + ' ';
     const Key* const key = find(keyCode);
     if (!key || key->name.empty()) return text + unnamedKey(keyCode);
-    if (key->spokenKey.empty()) return text + std::string(key->name);
-    return text + localized(key->spokenKey, key->spokenEnglish);
+    if (key->spoken.english.empty()) return text + std::string(key->name);
+    return text + localized(key->spoken);
 }
 
 bool isReserved(std::int64_t keyCode, std::int64_t modifiers) {

@@ -2,7 +2,6 @@
 
 #include <unicode/udat.h>
 #include <unicode/udatpg.h>
-#include <unicode/uloc.h>
 #include <unicode/unum.h>
 
 #include <array>
@@ -32,7 +31,7 @@ const UChar* toIcu(const QString& text) { return reinterpret_cast<const UChar*>(
 /// A format of `style` in the interface's locale with exactly `digits` fraction digits; null if there is none.
 NumberFormat numberFormat(UNumberFormatStyle style, int digits) {
     UErrorCode status = U_ZERO_ERROR;
-    NumberFormat format(unum_open(style, nullptr, 0, uloc_getDefault(), nullptr, &status));
+    NumberFormat format(unum_open(style, nullptr, 0, interfaceLocale().numbers.c_str(), nullptr, &status));
     if (U_FAILURE(status)) return nullptr;
     unum_setAttribute(format.get(), UNUM_MIN_FRACTION_DIGITS, digits);
     unum_setAttribute(format.get(), UNUM_MAX_FRACTION_DIGITS, digits);
@@ -63,7 +62,8 @@ UDateFormat* timeFormat() {
         UErrorCode status = U_ZERO_ERROR;
         // Fields go in as they are: the zone is the calendar's matter.
         const std::u16string zone = u"Etc/UTC";
-        DateFormat made(udat_open(UDAT_SHORT, UDAT_NONE, uloc_getDefault(), zone.c_str(), -1, nullptr, 0, &status));
+        DateFormat made(
+            udat_open(UDAT_SHORT, UDAT_NONE, interfaceLocale().times.c_str(), zone.c_str(), -1, nullptr, 0, &status));
         if (U_FAILURE(status)) made.reset();
         return made;
     }();
@@ -76,16 +76,15 @@ QString text(std::string_view key, std::string_view english) { return QString::f
 
 QString text(std::string_view english) { return text(english, english); }
 
-QString filled(QString text, const QString& first, const QString& second) {
-    if (text.contains(QLatin1String("%1$@"))) {
-        return text.replace(QLatin1String("%1$@"), first).replace(QLatin1String("%2$@"), second);
-    }
-    const auto place = text.indexOf(QLatin1String("%@"));
-    if (place < 0) return text;
-    text.replace(place, 2, first);
-    const auto next = text.indexOf(QLatin1String("%@"), place + first.size());
-    if (next >= 0) text.replace(next, 2, second);
-    return text;
+QString text(const TextKey& key) { return QString::fromStdString(localized(key)); }
+
+QString countText(std::string_view key, std::string_view one, std::string_view other, std::uint64_t count) {
+    const std::string number = decimalText(static_cast<double>(count), 0).toStdString();
+    return QString::fromStdString(dravo::filled(localizedCount(key, one, other, count), {number}));
+}
+
+QString filled(const QString& text, const QString& first, const QString& second) {
+    return QString::fromStdString(dravo::filled(text.toStdString(), {first.toStdString(), second.toStdString()}));
 }
 
 QString percentText(double fraction, bool isSigned) {

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "base/calendar.h"
+#include "base/localized.h"
 
 namespace dravo::ui {
 
@@ -11,12 +12,18 @@ namespace dravo::ui {
 ///
 /// Thread: main thread.
 
-/// The text for `key`, else `english`; the second form is for texts whose key is the text itself.
+/// The text for `key`, else `english`; the second form is for texts whose key is the text itself, the third for those
+/// that stand in a table.
 [[nodiscard]] QString text(std::string_view key, std::string_view english);
 [[nodiscard]] QString text(std::string_view english);
+[[nodiscard]] QString text(const TextKey& key);
+
+/// The form of a text for `count` things, with the number in it: "1 preset", "3 presets".
+[[nodiscard]] QString countText(std::string_view key, std::string_view one, std::string_view other,
+                                std::uint64_t count);
 
 /// `text` with its first "%@" (or, counting upward, "%1$@" and "%2$@") replaced.
-[[nodiscard]] QString filled(QString text, const QString& first, const QString& second = {});
+[[nodiscard]] QString filled(const QString& text, const QString& first, const QString& second = {});
 
 /// A fraction as a whole percentage: 0.25 is "25%" in English. Signed, what is not negative carries a plus.
 [[nodiscard]] QString percentText(double fraction, bool isSigned);

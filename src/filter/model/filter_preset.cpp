@@ -13,10 +13,10 @@ namespace dravo {
 namespace {
 
 std::vector<FilterPreset> makeBuiltIns() {
-    const auto preset = [](const char* id, const char* name, const Rgb& factors, const FilterPreset& rest) {
+    const auto preset = [](const char* id, const TextKey& name, const Rgb& factors, const FilterPreset& rest) {
         FilterPreset made = rest;
         made.id = id;
-        made.name = name;
+        made.name = name.english;
         made.redFactor = factors.red;
         made.greenFactor = factors.green;
         made.blueFactor = factors.blue;
@@ -24,28 +24,29 @@ std::vector<FilterPreset> makeBuiltIns() {
         return made;
     };
     return {
-        preset("migrainePrecision", "Migraine Precision", migrainePrecisionFactors(), {.intensity = 0.8}),
-        preset("fl41", "FL-41", {0.85, 0.3, 0.2}, {.intensity = 0.85}),
-        preset("greenBand", "Green Band", {0.02, 0.75, 0.01},
+        preset("migrainePrecision", textKey("Migraine Precision"), migrainePrecisionFactors(), {.intensity = 0.8}),
+        preset("fl41", TextKey{{}, "FL-41"}, {0.85, 0.3, 0.2}, {.intensity = 0.85}),
+        preset("greenBand", textKey("Green Band"), {0.02, 0.75, 0.01},
                {.intensity = 0.95, .dimming = 0.08, .contrast = -0.05, .greenIntensity = 0.85}),
-        preset("notch480", "Notch 480", {0.9, 0.8, 0.05}, {.intensity = 0.75}),
-        preset("lowBlue", "Low Blue", {0.95, 0.95, 0.3}, {.intensity = 0.6}),
-        preset("sunset", "Sunset", {0.7, 0.4, 0.05},
+        preset("notch480", textKey("Notch 480"), {0.9, 0.8, 0.05}, {.intensity = 0.75}),
+        preset("lowBlue", textKey("Low Blue"), {0.95, 0.95, 0.3}, {.intensity = 0.6}),
+        preset("sunset", textKey("Sunset"), {0.7, 0.4, 0.05},
                {.intensity = 1.0, .dimming = 0.15, .blackPoint = 0.05, .gamma = 1.1, .colorTemperature = 3000}),
-        preset("warmRose", "Warm Rose", {0.9, 0.35, 0.25}, {.intensity = 0.8}),
-        preset("evening", "Evening", {0.95, 0.8, 0.2},
+        preset("warmRose", textKey("Warm Rose"), {0.9, 0.35, 0.25}, {.intensity = 0.8}),
+        preset("evening", textKey("Evening"), {0.95, 0.8, 0.2},
                {.intensity = 0.7,
                 .dimming = 0.1,
                 .blackPoint = 0.02,
                 .gamma = 1.1,
                 .contrast = -0.1,
                 .colorTemperature = 3500}),
-        preset("reading", "Reading", {0.95, 0.9, 0.6},
+        preset("reading", textKey("Reading"), {0.95, 0.9, 0.6},
                {.intensity = 0.5, .gamma = 0.95, .contrast = 0.1, .colorTemperature = 5500}),
-        preset("gaming", "Gaming", {1.0, 0.95, 0.5}, {.intensity = 0.45, .contrast = 0.05, .colorTemperature = 6000}),
-        preset("eyeComfort", "Eye Comfort", {1.0, 0.98, 0.65},
+        preset("gaming", textKey("Gaming"), {1.0, 0.95, 0.5},
+               {.intensity = 0.45, .contrast = 0.05, .colorTemperature = 6000}),
+        preset("eyeComfort", textKey("Eye Comfort"), {1.0, 0.98, 0.65},
                {.intensity = 0.7, .contrast = 0.02, .colorTemperature = 5500}),
-        preset("epaper", "E-Paper", {1.0, 1.0, 1.0},
+        preset("epaper", textKey("E-Paper"), {1.0, 1.0, 1.0},
                {.dimming = 0.1, .blackPoint = 0.03, .gamma = 0.95, .contrast = -0.1, .isGrayscale = true}),
     };
 }

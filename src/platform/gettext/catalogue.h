@@ -29,6 +29,8 @@ public:
     [[nodiscard]] std::optional<std::string_view> count(std::string_view key, std::string_view one,
                                                         std::uint64_t count) const;
 
+    [[nodiscard]] const PluralRule& plurals() const { return plurals_; }
+
 private:
     [[nodiscard]] bool check();
     [[nodiscard]] std::uint32_t numberAt(std::size_t offset) const;

@@ -7,6 +7,7 @@
 #include "ui/controls/accessibility.h"
 #include "ui/controls/button.h"
 #include "ui/shell/panel_window.h"
+#include "ui/shell/toolkit_language.h"
 #include "ui/shell/toolkit_loop.h"
 #include "ui/shell/tray_icon.h"
 #include "ui/texts.h"
@@ -58,6 +59,7 @@ public:
         QApplication::setQuitOnLastWindowClosed(false);
         QApplication::setApplicationName(QStringLiteral("Dravo"));
         QApplication::setDesktopFileName(QStringLiteral("dravo"));
+        setToolkitLanguage(*application_);
         installAccessibility();
         KeyboardFocus::watchInput();
     }

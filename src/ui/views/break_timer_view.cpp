@@ -90,8 +90,7 @@ QWidget* BreakTimerView::makeBreakRow() {
 }
 
 QString BreakTimerView::intervalText(std::chrono::minutes interval) {
-    return text("break.interval_minutes", "%lld min")
-        .replace(QLatin1String("%lld"), decimalText(static_cast<double>(interval.count()), 0));
+    return countText("break.interval_minutes", "%lld min", "%lld min", static_cast<std::uint64_t>(interval.count()));
 }
 
 void BreakTimerView::showEvent(QShowEvent* event) {

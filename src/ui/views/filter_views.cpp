@@ -14,21 +14,22 @@ namespace {
 using namespace std::chrono_literals;
 
 struct AdjustmentLook {
-    std::string_view label;
-    std::string_view helpKey;
-    std::string_view help;
+    TextKey label;
+    TextKey help;
     AdjustmentRange range;
     bool isSigned;
 };
 
 const AdjustmentLook& lookOf(AdjustmentView::Kind kind) {
     static constexpr std::array<AdjustmentLook, 4> kLooks{{
-        {"Intensity", "intensity.help", "How strongly the color filter is applied.", kIntensityRange, false},
-        {"Dimming", "dimming.help", "Darkens the screen further than the lowest brightness setting.", kDimmingRange,
+        {textKey("Intensity"), textKey("intensity.help", "How strongly the color filter is applied."), kIntensityRange,
          false},
-        {"Black Point", "blackpoint.help", "Lifts pure black toward gray to soften harsh contrast.", kBlackPointRange,
-         false},
-        {"Contrast", "contrast.help", "Fine-tunes the difference between light and dark tones.", kContrastRange, true},
+        {textKey("Dimming"), textKey("dimming.help", "Darkens the screen further than the lowest brightness setting."),
+         kDimmingRange, false},
+        {textKey("Black Point"), textKey("blackpoint.help", "Lifts pure black toward gray to soften harsh contrast."),
+         kBlackPointRange, false},
+        {textKey("Contrast"), textKey("contrast.help", "Fine-tunes the difference between light and dark tones."),
+         kContrastRange, true},
     }};
     return kLooks.at(static_cast<std::size_t>(kind));
 }
@@ -108,7 +109,7 @@ void QuickToggleView::openPauseMenu() {
 
 AdjustmentView::AdjustmentView(const PanelParts& parts, Kind kind) : View(parts), kind_(kind) {
     const auto& look = lookOf(kind);
-    setToolTip(text(look.helpKey, look.help));
+    setToolTip(text(look.help));
     auto* const column = layOut<QVBoxLayout>(this, Theme::kSmallGap);
     auto* const row = bare<QHBoxLayout>(Theme::kGap);
     row->addWidget(new Label(text(look.label), TextStyle::body), 1);

@@ -18,7 +18,7 @@ constexpr int kFigureWidth = 44;
 }  // namespace
 
 struct PresetEditorView::FieldLook {
-    std::string_view label;
+    TextKey label;
     double FilterPreset::*member;
     AdjustmentRange range;
     Figure figure;
@@ -29,13 +29,13 @@ PresetEditorView::PresetEditorView(const PanelParts& parts, PresetEditing& editi
                                    std::function<void(const Error&)> onSaveFailed)
     : View(parts), editing_(editing), onSaveFailed_(std::move(onSaveFailed)) {
     static constexpr std::array<FieldLook, 7> kMain{{
-        {"Red", &FilterPreset::redFactor, kFactorRange, Figure::decimal},
-        {"Green", &FilterPreset::greenFactor, kFactorRange, Figure::decimal},
-        {"Blue", &FilterPreset::blueFactor, kFactorRange, Figure::decimal},
-        {"Intensity", &FilterPreset::intensity, kIntensityRange, Figure::percent},
-        {"Dimming", &FilterPreset::dimming, kDimmingRange, Figure::percent},
-        {"Black Point", &FilterPreset::blackPoint, kBlackPointRange, Figure::percent},
-        {"Contrast", &FilterPreset::contrast, kContrastRange, Figure::signedPercent},
+        {textKey("Red"), &FilterPreset::redFactor, kFactorRange, Figure::decimal},
+        {textKey("Green"), &FilterPreset::greenFactor, kFactorRange, Figure::decimal},
+        {textKey("Blue"), &FilterPreset::blueFactor, kFactorRange, Figure::decimal},
+        {textKey("Intensity"), &FilterPreset::intensity, kIntensityRange, Figure::percent},
+        {textKey("Dimming"), &FilterPreset::dimming, kDimmingRange, Figure::percent},
+        {textKey("Black Point"), &FilterPreset::blackPoint, kBlackPointRange, Figure::percent},
+        {textKey("Contrast"), &FilterPreset::contrast, kContrastRange, Figure::signedPercent},
     }};
     auto* const column = layOut<QVBoxLayout>(this, kRowGap);
     column->addWidget(new Divider);
@@ -85,11 +85,11 @@ QLayout* PresetEditorView::makeField(const FieldLook& look) {
 
 QWidget* PresetEditorView::makeAdvanced() {
     static constexpr std::array<FieldLook, 5> kLooks{{
-        {"Gamma", &FilterPreset::gamma, kGammaRange, Figure::decimal},
-        {"Temp (K)", &FilterPreset::colorTemperature, kColorTemperatureRange, Figure::whole, {50, 500}},
-        {"R Int", &FilterPreset::redIntensity, kChannelIntensityRange, Figure::decimal},
-        {"G Int", &FilterPreset::greenIntensity, kChannelIntensityRange, Figure::decimal},
-        {"B Int", &FilterPreset::blueIntensity, kChannelIntensityRange, Figure::decimal},
+        {textKey("Gamma"), &FilterPreset::gamma, kGammaRange, Figure::decimal},
+        {textKey("Temp (K)"), &FilterPreset::colorTemperature, kColorTemperatureRange, Figure::whole, {50, 500}},
+        {textKey("R Int"), &FilterPreset::redIntensity, kChannelIntensityRange, Figure::decimal},
+        {textKey("G Int"), &FilterPreset::greenIntensity, kChannelIntensityRange, Figure::decimal},
+        {textKey("B Int"), &FilterPreset::blueIntensity, kChannelIntensityRange, Figure::decimal},
     }};
     constexpr std::size_t kCurveFields = 2;
     auto* const widget = new QWidget(this);
