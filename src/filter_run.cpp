@@ -111,8 +111,7 @@ void FilterRun::listen() {
     shortcutManager_.onToggle = [this] { filterState_->toggle(); };
     shortcutManager_.registerIfEnabled();
     offRequest_.emplace(loop_, SIGUSR1, [this] {
-        filterState_->turnOff();
-        const auto isOff = applicator_->resetAtOnce();
+        const auto isOff = restore();
         if (lock_) lock_->answer(isOff ? kIsOff : isOff.error().message);
     });
     quitRequest_.emplace(loop_, SIGUSR2, [this] { quit(); });
@@ -121,7 +120,7 @@ void FilterRun::listen() {
                                         [this] {
                                             if (desktop_) desktop_->showPanel();
                                         },
-                                        [this] { quit(); }});
+                                        [this] { quit(); }, [this] { return restore(); }});
     controlService_.emplace(sessionBus_, loop_);
     controlService_->serve(*control_);
     loop_.post([this] { breakNotifier_.refreshStatus(); });
@@ -146,6 +145,11 @@ void FilterRun::startDesktop() {
     } else {
         reportOnce("no-desktop", "there is no panel: " + desktop.error().message);
     }
+}
+
+Result<void> FilterRun::restore() {
+    filterState_->turnOff();
+    return applicator_->resetAtOnce();
 }
 
 void FilterRun::giveBack() {

@@ -73,6 +73,7 @@ private:
     bool loadServices();
     void listen();
     void startDesktop();
+    Result<void> restore();
     void giveBack();
     void quit();
     void relaunch();

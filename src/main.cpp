@@ -58,12 +58,13 @@ public:
         constexpr std::chrono::seconds kPatience{3};
         const auto answer = posix::InstanceLock::ask(folder_, SIGUSR1, kPatience);
         if (answer && *answer == kIsOff) return true;
-        if (answer) return Error{ErrorCode::PermissionDenied, "the running Dravo cannot switch off: " + *answer};
+        if (answer) return refused(*answer);
         if (answer.error().code != ErrorCode::NotFound) return answer.error();
         // A run that could not make its lock is still on the bus.
-        const auto byBus = control_.switchOff();
+        const auto byBus = control_.restore();
         if (byBus) return true;
-        return byBus.error().code == ErrorCode::NotFound ? Result<bool>(false) : byBus.error();
+        if (byBus.error().code == ErrorCode::NotFound) return false;
+        return byBus.error().code == ErrorCode::Busy ? byBus.error() : refused(byBus.error().message);
     }
 
     Result<void> quit() override {
@@ -85,6 +86,10 @@ public:
     bool isThere() override { return posix::InstanceLock::holder(folder_) > 0; }
 
 private:
+    static Error refused(const std::string& why) {
+        return {ErrorCode::PermissionDenied, "the running Dravo cannot switch off: " + why};
+    }
+
     const DataFolder& folder_;
     ControlClient& control_;
 };

@@ -38,6 +38,7 @@ public:
     virtual Result<std::vector<std::string>> importPresets(const std::string& text) = 0;
     virtual Result<std::string> exportPresets(const std::vector<std::string>& ids) = 0;
     virtual Result<void> activate() = 0;
+    virtual Result<void> restore() = 0;
     virtual Result<void> quit() = 0;
 };
 

@@ -211,6 +211,8 @@ Result<void> FilterControl::activate() {
     return {};
 }
 
+Result<void> FilterControl::restore() { return parts_.restore(); }
+
 Result<void> FilterControl::quit() {
     parts_.scheduler.post(parts_.quit);
     return {};

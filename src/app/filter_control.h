@@ -26,8 +26,9 @@ struct FilterControlParts {
     DisplayServer& displays;
     Scheduler& scheduler;
     const Calendar& calendar;
-    std::function<void()> activate;  ///< A second start was made.
-    std::function<void()> quit;      ///< Ends the program; called in a turn of its own.
+    std::function<void()> activate;         ///< A second start was made.
+    std::function<void()> quit;             ///< Ends the program; called in a turn of its own.
+    std::function<Result<void>()> restore;  ///< As `ControlTarget::restore`.
 };
 
 /// The filter as control from outside sees it: the controller's operations under the rules that hold for callers who do
@@ -55,6 +56,7 @@ public:
     Result<std::vector<std::string>> importPresets(const std::string& text) override;
     Result<std::string> exportPresets(const std::vector<std::string>& ids) override;
     Result<void> activate() override;
+    Result<void> restore() override;
     Result<void> quit() override;
 
 private:

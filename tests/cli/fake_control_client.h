@@ -70,6 +70,7 @@ public:
         return std::string("[]");
     }
     Result<void> activate() override { return note("activate"); }
+    Result<void> restore() override { return note("restore"); }
     Result<void> quit() override { return note("quit"); }
 
 private:

@@ -194,6 +194,24 @@ TEST_F(ControlTest, ALostSessionBusDoesNoHarm) {
     quit(*run);
 }
 
+TEST_F(ControlTest, RestoreWaitsForARunThatCouldNotMakeItsLock) {
+    const auto isInTheWay = [](const std::filesystem::path& folder) {
+        std::filesystem::create_directories(folder / "lock");
+    };
+    isInTheWay(home().path() / ".dravo");
+    isInTheWay(home().runtimeFolder() / "dravo");
+    const Run run = startToControl();
+    EXPECT_EQ(command({"restore"}), "The running Dravo has switched the filter off.\n");
+    EXPECT_EQ(tables(), ownTables());
+
+    command({"on"});
+    EXPECT_TRUE(soonAllShow(filtered(kStrong)));
+    server().freeze();
+    EXPECT_EQ(command({"restore"}, 4), "dravo restore: Dravo is running and does not answer\n");
+    server().thaw();
+    EXPECT_TRUE(soonShowTheirOwn()) << "it was only late";
+}
+
 TEST_F(ControlTest, WithoutASessionBusItFiltersAndSaysWhatIsMissing) {
     ProcessUnderTest run(home(), {"--headless"}, onServer());
     EXPECT_TRUE(soonAllShow(filtered(kStrong))) << run.standardError();

@@ -29,6 +29,7 @@ public:
     Result<std::vector<std::string>> importPresets(const std::string& text) override;
     Result<std::string> exportPresets(const std::vector<std::string>& ids) override;
     Result<void> activate() override { return order("Activate"); }
+    Result<void> restore() override { return order("Restore"); }
     Result<void> quit() override { return order("Quit"); }
 
 private:

@@ -276,6 +276,7 @@ std::vector<sd_bus_vtable> BusControlService::makeTable() {
         method("ImportPresets", "s", "as", SD_BUS_PARAM(json) SD_BUS_PARAM(ids), onCall<importPresets>),
         method("ExportPresets", "as", "s", SD_BUS_PARAM(ids) SD_BUS_PARAM(json), onCall<exportPresets>),
         order("Activate", onCall<plain<&Target::activate>>),
+        order("Restore", onCall<plain<&Target::restore>>),
         order("Quit", onCall<plain<&Target::quit>>),
     };
     table.insert(table.end(), methods);

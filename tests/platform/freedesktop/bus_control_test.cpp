@@ -87,6 +87,7 @@ public:
         return ids.empty() ? "[]" : "[" + ids.back() + "]";
     }
     Result<void> activate() override { return note("activate"); }
+    Result<void> restore() override { return note("restore"); }
     Result<void> quit() override { return note("quit"); }
 
     std::string lastCall() {
@@ -222,6 +223,7 @@ TEST_F(BusControlTest, EveryOperationArrivesWithItsArguments) {
          "breaks 1 45 "},
         {[](auto& c) { return c.dismissBreak(); }, "dismiss"},
         {[](auto& c) { return c.activate(); }, "activate"},
+        {[](auto& c) { return c.restore(); }, "restore"},
         {[](auto& c) { return c.quit(); }, "quit"},
     };
     for (const auto& row : rows) {
