@@ -24,6 +24,7 @@ struct InterfaceLocale {
     std::string language = "en";
     std::string numbers = "en_US";
     std::string times = "en_US";
+    bool operator==(const InterfaceLocale&) const = default;
 };
 
 /// Looks texts up by key. The base class answers with the English default: what a machine without translations shows.

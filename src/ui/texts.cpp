@@ -1,5 +1,8 @@
 #include "ui/texts.h"
 
+#include <QGuiApplication>
+#include <QLocale>
+
 #include <unicode/udat.h>
 #include <unicode/udatpg.h>
 #include <unicode/unum.h>
@@ -28,10 +31,10 @@ using Buffer = std::array<UChar, 128>;
 const QChar* toQt(const UChar* text) { return reinterpret_cast<const QChar*>(text); }
 const UChar* toIcu(const QString& text) { return reinterpret_cast<const UChar*>(text.utf16()); }
 
-/// A format of `style` in the interface's locale with exactly `digits` fraction digits; null if there is none.
-NumberFormat numberFormat(UNumberFormatStyle style, int digits) {
+/// A format of `style` with exactly `digits` fraction digits; null if there is none.
+NumberFormat numberFormat(const std::string& locale, UNumberFormatStyle style, int digits) {
     UErrorCode status = U_ZERO_ERROR;
-    NumberFormat format(unum_open(style, nullptr, 0, interfaceLocale().numbers.c_str(), nullptr, &status));
+    NumberFormat format(unum_open(style, nullptr, 0, locale.c_str(), nullptr, &status));
     if (U_FAILURE(status)) return nullptr;
     unum_setAttribute(format.get(), UNUM_MIN_FRACTION_DIGITS, digits);
     unum_setAttribute(format.get(), UNUM_MAX_FRACTION_DIGITS, digits);
@@ -57,20 +60,47 @@ void putPlusBefore(UNumberFormat* format) {
                           &status);
 }
 
-UDateFormat* timeFormat() {
-    static const DateFormat format = [] {
-        UErrorCode status = U_ZERO_ERROR;
-        // Fields go in as they are: the zone is the calendar's matter.
-        const std::u16string zone = u"Etc/UTC";
-        DateFormat made(
-            udat_open(UDAT_SHORT, UDAT_NONE, interfaceLocale().times.c_str(), zone.c_str(), -1, nullptr, 0, &status));
-        if (U_FAILURE(status)) made.reset();
-        return made;
-    }();
-    return format.get();
+DateFormat timeFormat(const std::string& locale) {
+    UErrorCode status = U_ZERO_ERROR;
+    // Fields go in as they are: the zone is the calendar's matter.
+    const std::u16string zone = u"Etc/UTC";
+    DateFormat format(udat_open(UDAT_SHORT, UDAT_NONE, locale.c_str(), zone.c_str(), -1, nullptr, 0, &status));
+    if (U_FAILURE(status)) format.reset();
+    return format;
+}
+
+struct Formats {
+    explicit Formats(const InterfaceLocale& from)
+        : locale(from),
+          percent(numberFormat(from.numbers, UNUM_PERCENT, 0)),
+          signedPercent(numberFormat(from.numbers, UNUM_PERCENT, 0)),
+          decimals{numberFormat(from.numbers, UNUM_DECIMAL, 0), numberFormat(from.numbers, UNUM_DECIMAL, 1),
+                   numberFormat(from.numbers, UNUM_DECIMAL, 2)},
+          time(timeFormat(from.times)) {
+        if (signedPercent) putPlusBefore(signedPercent.get());
+    }
+
+    InterfaceLocale locale;
+    NumberFormat percent;
+    NumberFormat signedPercent;
+    std::array<NumberFormat, 3> decimals;  ///< By their fraction digits.
+    DateFormat time;
+};
+
+/// Made once, and again if another localizer is installed.
+const Formats& formats() {
+    static std::unique_ptr<const Formats> made;
+    if (auto locale = interfaceLocale(); !made || made->locale != locale) made = std::make_unique<Formats>(locale);
+    return *made;
 }
 
 }  // namespace
+
+void adoptInterfaceLocale() {
+    const InterfaceLocale locale = interfaceLocale();
+    QLocale::setDefault(QLocale(QString::fromStdString(locale.times)));
+    QGuiApplication::setLayoutDirection(QLocale(QString::fromStdString(locale.language)).textDirection());
+}
 
 QString text(std::string_view key, std::string_view english) { return QString::fromStdString(localized(key, english)); }
 
@@ -88,22 +118,14 @@ QString filled(const QString& text, const QString& first, const QString& second)
 }
 
 QString percentText(double fraction, bool isSigned) {
-    static const NumberFormat plain = numberFormat(UNUM_PERCENT, 0);
-    static const NumberFormat withSign = [] {
-        auto format = numberFormat(UNUM_PERCENT, 0);
-        if (format) putPlusBefore(format.get());
-        return format;
-    }();
     // The negative zero that rounding a small number leaves would be written with its sign.
     const double shown = std::abs(fraction) < 0.005 ? 0 : fraction;
-    const QString written = formatted((isSigned ? withSign : plain).get(), shown);
+    const QString written = formatted((isSigned ? formats().signedPercent : formats().percent).get(), shown);
     return written.isEmpty() ? QString::number(static_cast<int>(shown * 100)) + QLatin1Char('%') : written;
 }
 
 QString decimalText(double value, int digits) {
-    static const std::array<NumberFormat, 3> formats{numberFormat(UNUM_DECIMAL, 0), numberFormat(UNUM_DECIMAL, 1),
-                                                     numberFormat(UNUM_DECIMAL, 2)};
-    const QString written = formatted(formats.at(static_cast<std::size_t>(digits)).get(), value);
+    const QString written = formatted(formats().decimals.at(static_cast<std::size_t>(digits)).get(), value);
     return written.isEmpty() ? QString::number(value, 'f', digits) : written;
 }
 
@@ -111,11 +133,11 @@ double typedNumber(const QString& text) {
     const QString trimmed = text.trimmed();
     bool isPlain = false;
     if (const double value = trimmed.toDouble(&isPlain); isPlain) return value;
-    static const NumberFormat format = numberFormat(UNUM_DECIMAL, 2);
+    UNumberFormat* const format = formats().decimals.back().get();
     std::int32_t end = 0;
     UErrorCode status = U_ZERO_ERROR;
     const auto length = static_cast<std::int32_t>(trimmed.size());
-    const double value = format ? unum_parseDouble(format.get(), toIcu(trimmed), length, &end, &status) : 0;
+    const double value = format ? unum_parseDouble(format, toIcu(trimmed), length, &end, &status) : 0;
     const bool isWhole = format && U_SUCCESS(status) && end == length && length > 0;
     return isWhole ? value : std::numeric_limits<double>::quiet_NaN();
 }
@@ -124,8 +146,9 @@ QString timeText(const LocalFields& time) {
     Buffer buffer;
     UErrorCode status = U_ZERO_ERROR;
     const double milliseconds = 60'000.0 * (60 * time.hour + time.minute);
-    const auto length =
-        timeFormat() ? udat_format(timeFormat(), milliseconds, buffer.data(), buffer.size(), nullptr, &status) : 0;
+    const auto length = formats().time.get() ? udat_format(formats().time.get(), milliseconds, buffer.data(),
+                                                           buffer.size(), nullptr, &status)
+                                             : 0;
     if (length > 0 && U_SUCCESS(status)) return QString(toQt(buffer.data()), length);
     return QStringLiteral("%1:%2").arg(time.hour, 2, 10, QLatin1Char('0')).arg(time.minute, 2, 10, QLatin1Char('0'));
 }
@@ -133,7 +156,8 @@ QString timeText(const LocalFields& time) {
 bool usesTwelveHours() {
     Buffer buffer;
     UErrorCode status = U_ZERO_ERROR;
-    const auto length = timeFormat() ? udat_toPattern(timeFormat(), false, buffer.data(), buffer.size(), &status) : 0;
+    const auto length =
+        formats().time.get() ? udat_toPattern(formats().time.get(), false, buffer.data(), buffer.size(), &status) : 0;
     return U_SUCCESS(status) && QString(toQt(buffer.data()), length).contains(QLatin1Char('a'));
 }
 

@@ -12,6 +12,9 @@ namespace dravo::ui {
 ///
 /// Thread: main thread.
 
+/// Makes the toolkit write in the interface's direction, and its own times in the interface's form.
+void adoptInterfaceLocale();
+
 /// The text for `key`, else `english`; the second form is for texts whose key is the text itself, the third for those
 /// that stand in a table.
 [[nodiscard]] QString text(std::string_view key, std::string_view english);

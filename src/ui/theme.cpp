@@ -202,7 +202,7 @@ QFont fontOf(TextStyle style) {
 }
 
 double contrastRatio(const QColor& one, const QColor& other) {
-    const auto [darker, lighter] = std::minmax(luminance(one), luminance(other));
+    const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
     return (lighter + 0.05) / (darker + 0.05);
 }
 

@@ -60,6 +60,7 @@ public:
         QApplication::setApplicationName(QStringLiteral("Dravo"));
         QApplication::setDesktopFileName(QStringLiteral("dravo"));
         setToolkitLanguage(*application_);
+        adoptInterfaceLocale();
         installAccessibility();
         KeyboardFocus::watchInput();
     }
