@@ -1,6 +1,6 @@
-// Control over a session bus: from the call of Toggle to the first changed table, and the whole command `dravo toggle`
-// beside a generic client that makes the same call. The program fades on three displays of a real X server; every
-// measurement begins when the fade before it is over.
+// Control from outside: from the press of the shortcut, and from the call of Toggle over a session bus, to the first
+// changed table; and the whole command `dravo toggle` beside a generic client that makes the same call. The program
+// fades on three displays of a real X server; every measurement begins when the fade before it is over.
 #include <sys/prctl.h>
 
 #include <cstdio>
@@ -12,6 +12,7 @@
 #include "support/private_bus.h"
 #include "support/private_x_server.h"
 #include "support/process_under_test.h"
+#include "support/x_keyboard.h"
 
 namespace dravo::bench {
 namespace {
@@ -40,12 +41,14 @@ public:
 
     /// In milliseconds, as all of these.
     double untilFirstTable() {
-        const auto before = ramp();
-        const auto start = steady_clock::now();
-        need(client_.toggle().hasValue(), "the program does not toggle");
-        need(soon([&] { return ramp() != before; }), "no table came");
-        const double time = inMilliseconds(steady_clock::now() - start);
-        waitForTheEndOfTheFade();
+        return untilFirstTable([this] { need(client_.toggle().hasValue(), "the program does not toggle"); });
+    }
+
+    double shortcut() {
+        for (const auto keycode : {testing::key::kControl, testing::key::kShift}) keyboard_.hold(keycode);
+        const double time = untilFirstTable([this] { keyboard_.hold(testing::key::kE); });
+        for (const auto keycode : {testing::key::kE, testing::key::kShift, testing::key::kControl})
+            keyboard_.letGo(keycode);
         return time;
     }
 
@@ -65,6 +68,16 @@ public:
     }
 
 private:
+    double untilFirstTable(const std::function<void()>& toggle) {
+        const auto before = ramp();
+        const auto start = steady_clock::now();
+        toggle();
+        need(soon([&] { return ramp() != before; }), "no table came");
+        const double time = inMilliseconds(steady_clock::now() - start);
+        waitForTheEndOfTheFade();
+        return time;
+    }
+
     static bool soon(const std::function<bool()>& condition) { return testing::waitUntil(condition, 10s, 50us); }
 
     testing::Ramp ramp() { return xServer_.displays().ramp(kLastDisplay); }
@@ -88,6 +101,7 @@ private:
     }
 
     testing::PrivateXServer xServer_{kDisplays};
+    testing::XKeyboard keyboard_{xServer_.address()};
     testing::PrivateBus bus_;
     testing::TestHome home_;
     freedesktop::BusControlClient client_;
@@ -100,18 +114,25 @@ private:
 void measure() {
     prctl(PR_SET_TIMERSLACK, 1);  // or each of the observer's short sleeps takes 50 µs longer
     Toggles toggles;
+    Figures shortcut;
     Figures call;
     Figures command;
     Figures generic;
     // The first of each finds nothing in the machine's caches.
+    toggles.shortcut();
     toggles.untilFirstTable();
     toggles.ownCommand();
     toggles.genericClient();
     for (int i = 0; i < kCalls; ++i) {
+        shortcut.push_back(toggles.shortcut());
         call.push_back(toggles.untilFirstTable());
         command.push_back(toggles.ownCommand());
         generic.push_back(toggles.genericClient());
     }
+    std::printf(
+        "| press of the shortcut to the first changed table | 95th percentile 10 ms | 95th percentile %.1f ms, median "
+        "%.1f ms | `toggle_bench`, %d presses |\n",
+        percentile(shortcut, 0.95), median(shortcut), kCalls);
     std::printf(
         "| call of `Toggle` over the session bus to the first changed table | 95th percentile 10 ms | 95th percentile "
         "%.1f ms, median %.1f ms | `toggle_bench`, %d calls |\n",
