@@ -12,12 +12,17 @@ namespace dravo::testing {
 
 /// Keys by the X server's numbers; the letters are an ANSI keyboard's.
 namespace key {
+inline constexpr std::uint8_t kEscape = 9;
+inline constexpr std::uint8_t kTab = 23;
 inline constexpr std::uint8_t kE = 26;
+inline constexpr std::uint8_t kReturn = 36;
 inline constexpr std::uint8_t kControl = 37;
 inline constexpr std::uint8_t kShift = 50;
 inline constexpr std::uint8_t kAlt = 64;
 inline constexpr std::uint8_t kCapsLock = 66;
 inline constexpr std::uint8_t kNumLock = 77;
+inline constexpr std::uint8_t kUp = 111;
+inline constexpr std::uint8_t kDown = 116;
 inline constexpr std::uint8_t kSuper = 133;
 }  // namespace key
 

@@ -1,0 +1,85 @@
+#include "desktop/panel_run_test.h"
+
+#include <filesystem>
+
+namespace dravo::testing {
+
+namespace {
+
+constexpr const char* kManager = "/usr/bin/openbox";
+
+/// What is missing for such a desktop; empty when nothing is.
+std::string missingPart() {
+    if (!std::filesystem::exists(kManager)) return "openbox";
+    if (!PrivateBus::isInstalled()) return "dbus-daemon";
+    if (!AccessibilityBus::isInstalled()) return "at-spi2-core";
+    if (!TrayHost::isInstalled(TrayHost::Kind::xembed)) return "tint2";
+    if (!TrayHost::isInstalled(TrayHost::Kind::notifier)) return "xfce4-panel";
+    return {};
+}
+
+}  // namespace
+
+void PanelRunTest::SetUp() {
+    if (const std::string missing = missingPart(); !missing.empty()) {
+        if (std::getenv("DRAVO_REQUIRE_DESKTOP")) FAIL() << missing << " is not installed";
+        GTEST_SKIP() << missing << " is not installed";
+    }
+    FilterRunTest::SetUp();
+    if (IsSkipped() || HasFatalFailure()) return;
+    preferSeen();
+    bus_.emplace();
+    windows_.emplace(server().address());
+    pointer_.emplace(server().address());
+    keyboard_.emplace(server().address());
+    auto environment = session();
+    environment["HOME"] = sessionHome_.path();
+    environment["PATH"] = "/usr/bin:/bin";
+    manager_.emplace(kManager, ChildProcess::Options{.environment = environment});
+    accessibility_.emplace(bus_->address(), server().address(), sessionHome_);
+    reader_.emplace(accessibility_->address());
+    ASSERT_TRUE(soon([&] { return windows_->areManaged(); })) << manager_->standardError();
+}
+
+PanelRunTest::Run PanelRunTest::startWithIcon() {
+    Run run = startProgram();
+    EXPECT_TRUE(soon([&] { return iconPlace().has_value(); })) << "no icon\n" << run->standardError();
+    EXPECT_TRUE(soonFiltered()) << run->standardError();
+    return run;
+}
+
+std::string PanelRunTest::command(std::vector<std::string> words, int code) {
+    const Run run = startProgram(std::move(words));
+    EXPECT_EQ(run->waitForExit(), ExitStatus::exited(code)) << run->standardError();
+    return run->standardOutput() + run->standardError();
+}
+
+std::optional<XWindows::Window> PanelRunTest::panel() {
+    for (auto& window : windows_->of("dravo")) {
+        if (window.isManaged && window.box.width >= 320) return window;
+    }
+    return std::nullopt;
+}
+
+std::optional<XWindows::Window> PanelRunTest::menu() {
+    for (const char* program : {"dravo", "wrapper-2.0"}) {
+        for (const auto& window : windows_->of(program)) {
+            if (!window.isManaged && window.box.height > 60) return window;
+        }
+    }
+    return std::nullopt;
+}
+
+void PanelRunTest::clickIcon(Button button) {
+    const auto place = iconPlace();
+    ASSERT_TRUE(place) << "the icon is not there";
+    pointer_->click(*place, button);
+}
+
+void PanelRunTest::click(const std::string& name) {
+    std::optional<ScreenReader::Control> control;
+    ASSERT_TRUE(soon([&] { return (control = reader_->find(name)).has_value(); })) << name << " is not to be seen";
+    pointer_->click(control->box.middle());
+}
+
+}  // namespace dravo::testing

@@ -1,0 +1,27 @@
+#include "support/bus_client.h"
+
+namespace dravo::testing {
+
+BusClient::BusClient(const std::string& address) {
+    sd_bus* raw = nullptr;
+    if (sd_bus_new(&raw) < 0) throw std::runtime_error("no memory for a bus");
+    bus_.reset(raw);
+    if (sd_bus_set_address(raw, address.c_str()) < 0 || sd_bus_set_bus_client(raw, 1) < 0 || sd_bus_start(raw) < 0)
+        throw std::runtime_error("no bus at " + address);
+}
+
+bool BusClient::hasOwner(const char* name) {
+    return call({"org.freedesktop.DBus", "/"}, "org.freedesktop.DBus", "NameHasOwner", "s", name).value<int>("b") != 0;
+}
+
+BusMessage BusClient::send(const BusMessage& message, const char* method) {
+    constexpr std::uint64_t kPatience = 5'000'000;
+    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_message* answer = nullptr;
+    if (sd_bus_call(bus_.get(), message.get(), kPatience, &error, &answer) >= 0) return BusMessage(answer);
+    const std::string reason = error.message ? error.message : "no answer";
+    sd_bus_error_free(&error);
+    throw std::runtime_error(std::string(method) + ": " + reason);
+}
+
+}  // namespace dravo::testing
