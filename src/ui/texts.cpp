@@ -129,6 +129,22 @@ QString decimalText(double value, int digits) {
     return written.isEmpty() ? QString::number(value, 'f', digits) : written;
 }
 
+QString inOwnDigits(QString text) {
+    const QString zero = decimalText(0, 0);
+    if (zero.size() != 1 || zero == QLatin1String("0")) return text;
+    for (QChar& character : text) {
+        if (character >= QLatin1Char('0') && character <= QLatin1Char('9'))
+            character = QChar(static_cast<char16_t>(zero[0].unicode() + character.digitValue()));
+    }
+    return text;
+}
+
+QString leftToRight(const QString& text) {
+    constexpr QChar kIsolate(0x2066);
+    constexpr QChar kEnd(0x2069);
+    return QGuiApplication::isRightToLeft() ? kIsolate + text + kEnd : text;
+}
+
 double typedNumber(const QString& text) {
     const QString trimmed = text.trimmed();
     bool isPlain = false;

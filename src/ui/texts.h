@@ -34,6 +34,12 @@ void adoptInterfaceLocale();
 /// With exactly `digits` digits after the decimal separator.
 [[nodiscard]] QString decimalText(double value, int digits);
 
+/// `text` with its ASCII digits in the locale's own: "19:55" in Arabic, too.
+[[nodiscard]] QString inOwnDigits(QString text);
+
+/// `text`, which reads from left to right, for a place where writing may go the other way.
+[[nodiscard]] QString leftToRight(const QString& text);
+
 /// The number that a person typed in the locale's own form or in the plain one with a point; NaN for anything else.
 [[nodiscard]] double typedNumber(const QString& text);
 

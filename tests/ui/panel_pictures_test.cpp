@@ -4,6 +4,8 @@
 #include <QPainter>
 #include <QPixmap>
 
+#include "app/interface_locale.h"
+#include "platform/gettext/catalogue_localizer.h"
 #include "ui/panel_world.h"
 
 namespace dravo::testing {
@@ -63,37 +65,77 @@ const std::vector<Section>& sections() {
     return kSections;
 }
 
-/// Every label's text has the room that it needs.
+/// Every text has the room that it needs.
 void expectNothingCut(const QWidget& panel, const std::string& where) {
-    for (const auto* const label : panel.findChildren<QLabel*>()) {
+    for (const auto* const label : panel.findChildren<ui::Label*>()) {
         if (!label->isVisible() || label->text().isEmpty()) continue;
+        const std::string which = where + ": " + label->text().toStdString();
         const int height = label->wordWrap() ? label->heightForWidth(label->width()) : label->sizeHint().height();
-        EXPECT_GE(label->height(), height - 1) << where << ": " << label->text().toStdString();
-        if (!label->wordWrap()) {
-            EXPECT_GE(label->width(), label->sizeHint().width()) << where << ": " << label->text().toStdString();
-        }
+        EXPECT_GE(label->height(), height - 1) << which;
+        EXPECT_GE(label->width(), label->wordWrap() ? label->longestWord() : label->sizeHint().width()) << which;
         const QRect place(label->mapTo(&panel, QPoint()), label->size());
-        EXPECT_TRUE(panel.rect().contains(place)) << where << ": " << label->text().toStdString();
+        EXPECT_TRUE(panel.rect().contains(place)) << which;
+    }
+    for (const auto* const button : panel.findChildren<ui::Button*>()) {
+        if (!button->isVisible() || button->text().isEmpty()) continue;
+        const QFontMetrics smallest(ui::fontOf(ui::TextStyle::caption));
+        EXPECT_GE(button->width(), smallest.horizontalAdvance(button->text()))
+            << where << ": " << button->text().toStdString();
     }
 }
 
+/// The interface in another language, for as long as it lives.
+class InLanguage {
+public:
+    explicit InLanguage(AppLanguage language)
+        : texts_(DRAVO_TRANSLATIONS, [language] {
+              return interfaceLocaleFor(language, [](const char*) { return static_cast<char*>(nullptr); });
+          }) {
+        installLocalizer(&texts_);
+        ui::adoptInterfaceLocale();
+    }
+    ~InLanguage() {
+        installLocalizer(nullptr);
+        ui::adoptInterfaceLocale();
+    }
+    InLanguage(const InLanguage&) = delete;
+    InLanguage& operator=(const InLanguage&) = delete;
+
+private:
+    gettext::CatalogueLocalizer texts_;
+};
+
+void keepPicture(ui::MenuBarView& panel, const std::string& name) {
+    const QString folder = qEnvironmentVariable("DRAVO_PICTURES");
+    if (folder.isEmpty()) return;
+    ASSERT_TRUE(QDir().mkpath(folder));
+    ASSERT_TRUE(panel.grab().save(folder + '/' + QString::fromStdString(name) + ".png"));
+}
+
 // The pictures are kept where DRAVO_PICTURES says, to be looked at.
+void lookAtEverySection(Appearance::Scheme scheme, const std::string& suffix) {
+    for (const auto& section : sections()) {
+        PanelWorld world;
+        ui::setTheme(ui::Theme::of({scheme, {}, false, true}));
+        auto& panel = world.open();
+        section.arrange(world);
+        world.settle();
+        const std::string name = section.name + suffix;
+        expectNothingCut(panel, name);
+        keepPicture(panel, name);
+    }
+}
+
 TEST(PanelPicturesTest, NoTextIsCutInAnySectionAndScheme) {
-    for (const auto scheme : {Appearance::Scheme::dark, Appearance::Scheme::light}) {
-        for (const auto& section : sections()) {
-            PanelWorld world;
-            ui::setTheme(ui::Theme::of({scheme, {}, false, true}));
-            auto& panel = world.open();
-            section.arrange(world);
-            world.settle();
-            const std::string name =
-                std::string(section.name) + (scheme == Appearance::Scheme::dark ? "-dark" : "-light");
-            expectNothingCut(panel, name);
-            const QString folder = qEnvironmentVariable("DRAVO_PICTURES");
-            if (folder.isEmpty()) continue;
-            ASSERT_TRUE(QDir().mkpath(folder));
-            ASSERT_TRUE(panel.grab().save(folder + '/' + QString::fromStdString(name) + ".png"));
-        }
+    lookAtEverySection(Appearance::Scheme::dark, "-dark");
+    lookAtEverySection(Appearance::Scheme::light, "-light");
+}
+
+TEST(PanelPicturesTest, NoTextIsCutInAnyLanguage) {
+    for (const AppLanguage language : AppLanguage::all()) {
+        if (language == AppLanguage::system || language == AppLanguage::english) continue;
+        const InLanguage speaking(language);
+        lookAtEverySection(Appearance::Scheme::dark, "-" + std::string(language.code()));
     }
 }
 

@@ -15,6 +15,7 @@
 #include "support/filter_world.h"
 #include "ui/controls/adjustment_slider.h"
 #include "ui/controls/layout.h"
+#include "ui/texts.h"
 #include "ui/theme.h"
 #include "ui/views/menu_bar_view.h"
 
@@ -66,9 +67,10 @@ struct PanelWorld : FilterWorld {
         return nullptr;
     }
     [[nodiscard]] bool sees(const QString& text) const { return find<QLabel>(text) || find<QAbstractButton>(text); }
-    void click(const QString& name) {
-        auto* const button = find<QAbstractButton>(name);
-        ASSERT_TRUE(button) << name.toStdString();
+    /// `name` in English.
+    void click(const char* name) {
+        auto* const button = find<QAbstractButton>(ui::text(name));
+        ASSERT_TRUE(button) << name;
         button->click();
         settle();
     }

@@ -1,6 +1,7 @@
 #include "ui/controls/label.h"
 
 #include <QPainter>
+#include <QTextBoundaryFinder>
 #include <algorithm>
 
 namespace dravo::ui {
@@ -39,6 +40,15 @@ Label* Label::wrapped() {
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
     return this;
+}
+
+int Label::longestWord() const {
+    int width = 0;
+    const QString all = text();
+    QTextBoundaryFinder breaks(QTextBoundaryFinder::Line, all);
+    for (auto from = breaks.position(); breaks.toNextBoundary() >= 0; from = breaks.position())
+        width = std::max(width, fontMetrics().horizontalAdvance(all.mid(from, breaks.position() - from).trimmed()));
+    return width;
 }
 
 QSize Label::minimumSizeHint() const {

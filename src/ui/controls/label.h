@@ -20,6 +20,8 @@ public:
     void setTone(Tone tone);
     /// Breaks the text into lines where the panel ends.
     Label* wrapped();
+    /// The width in pixels of the longest part that cannot be broken.
+    [[nodiscard]] int longestWord() const;
     /// The toolkit's would be that of a much narrower label, and with it the whole panel's higher than the panel.
     [[nodiscard]] QSize minimumSizeHint() const override;
 };

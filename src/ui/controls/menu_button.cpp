@@ -105,8 +105,10 @@ void MenuButton::paintEvent(QPaintEvent*) {
     drawIcon(painter, Icon::openMenu, placed(width() - end, Theme::kSmallIcon), t.secondary);
     const QRect room = rect().adjusted(mirrored ? end + 4 : start, 0, mirrored ? -start : -end - 4, 0);
     painter.setPen(t.text);
+    // Better smaller than cut.
+    if (painter.fontMetrics().horizontalAdvance(text()) > room.width()) painter.setFont(fontOf(TextStyle::caption));
     painter.drawText(room, leadingAlignment(layoutDirection()) | Qt::TextSingleLine,
-                     fontMetrics().elidedText(text(), Qt::ElideRight, room.width()));
+                     painter.fontMetrics().elidedText(text(), Qt::ElideRight, room.width()));
     if (showsFocus()) drawFocusRing(painter, rect(), Theme::kControlRadius);
 }
 

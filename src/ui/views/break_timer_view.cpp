@@ -104,8 +104,9 @@ void BreakTimerView::refresh() {
     const bool isEnabled = timer.isEnabled();
     header_->setOn(isEnabled);
     interval_->setChoice(intervalText(timer.interval()));
-    remaining_->setText(QString::fromStdString(timer.formattedRemaining()));
-    breakLeft_->setText(QStringLiteral("0:%1").arg(timer.breakLeft().get().count(), 2, 10, QLatin1Char('0')));
+    remaining_->setText(inOwnDigits(QString::fromStdString(timer.formattedRemaining())));
+    breakLeft_->setText(
+        inOwnDigits(QStringLiteral("0:%1").arg(timer.breakLeft().get().count(), 2, 10, QLatin1Char('0'))));
     intervalRow_->setVisible(isEnabled);
     deniedRow_->setVisible(isEnabled && parts_.breakNotifier.authStatus().get() == BreakNotifier::AuthStatus::denied);
     breakRow_->setVisible(timer.showingBreakAlert());

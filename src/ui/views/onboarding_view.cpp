@@ -50,7 +50,7 @@ void OnboardingView::refresh() {
     const auto code = parts_.preferences.shortcutKeyCode();
     const auto modifiers = parts_.preferences.shortcutModifiers();
     const QString sentence = text("Toggle with %@ from anywhere");
-    shortcut_->setText(filled(sentence, QString::fromStdString(displayString(code, modifiers))));
+    shortcut_->setText(filled(sentence, leftToRight(QString::fromStdString(displayString(code, modifiers)))));
     shortcut_->setAccessibleName(filled(sentence, QString::fromStdString(spokenShortcut(code, modifiers))));
 }
 

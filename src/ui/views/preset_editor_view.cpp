@@ -1,5 +1,6 @@
 #include "ui/views/preset_editor_view.h"
 
+#include <algorithm>
 #include <array>
 
 #include "melanopic/melanopic_model.h"
@@ -13,6 +14,7 @@ namespace {
 
 constexpr int kRowGap = 6;
 constexpr int kLabelWidth = 68;
+constexpr int kWidestLabel = 104;
 constexpr int kFigureWidth = 44;
 
 }  // namespace
@@ -64,13 +66,21 @@ PresetEditorView::PresetEditorView(const PanelParts& parts, PresetEditing& editi
         advanced_->setVisible(header_->isExpanded());
     });
     column->addLayout(makeButtons());
+    alignLabels();
+}
+
+// One column for all: as wide as English needs, wider where another language has longer words.
+void PresetEditorView::alignLabels() {
+    int width = kLabelWidth;
+    for (const auto* const label : labels_) width = std::max(width, label->longestWord());
+    for (auto* const label : labels_) label->setFixedWidth(std::min(width, kWidestLabel));
 }
 
 QLayout* PresetEditorView::makeField(const FieldLook& look) {
     auto* const row = bare<QHBoxLayout>(Theme::kGap);
     auto* const label = new Label(text(look.label), TextStyle::caption);
-    label->setFixedWidth(kLabelWidth);
     label->wrapped();
+    labels_.push_back(label);
     row->addWidget(label);
     auto* const slider = new AdjustmentSlider(look.range, look.steps, text(look.label), this);
     const auto member = look.member;

@@ -35,6 +35,7 @@ private:
     [[nodiscard]] QLayout* makeField(const FieldLook& look);
     [[nodiscard]] QWidget* makeAdvanced();
     [[nodiscard]] QLayout* makeButtons();
+    void alignLabels();
     [[nodiscard]] static QString figureOf(double value, Figure figure);
     void save();
 
@@ -45,6 +46,7 @@ private:
     CurveView* curve_;
     FigureLabel* melanopic_;
     std::vector<Field> fields_;
+    std::vector<Label*> labels_;
     DisclosureButton* header_;
     QWidget* advanced_;
     PushButton* save_ = nullptr;

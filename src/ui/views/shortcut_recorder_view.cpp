@@ -4,6 +4,7 @@
 #include <QPointer>
 
 #include "app/keyboard_shortcut.h"
+#include "ui/texts.h"
 
 namespace dravo::ui {
 
@@ -34,9 +35,11 @@ RecorderButton::RecorderButton(const PanelParts& parts, QWidget* parent)
 }
 
 void RecorderButton::refresh() {
-    setText(QString::fromStdString(recorder_.text()));
+    const bool isShortcut = !recorder_.isRecording() && !recorder_.isShowingUnavailable();
+    const QString shown = QString::fromStdString(recorder_.text());
+    setText(isShortcut ? leftToRight(shown) : shown);
     setAccessibleName(QString::fromStdString(recorder_.spokenText()));
-    setMuted(recorder_.isRecording() || recorder_.isShowingUnavailable());
+    setMuted(!isShortcut);
     updateGeometry();
     update();
 }
