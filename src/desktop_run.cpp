@@ -15,8 +15,9 @@ Result<std::unique_ptr<DesktopRun>> DesktopRun::create(const DesktopRunParts& pa
 
 DesktopRun::DesktopRun(std::unique_ptr<DesktopShell> shell, const DesktopRunParts& parts)
     : shell_(std::move(shell)),
-      delegate_({parts.panel.filterState, parts.panel.preferences, shell_->statusItem(), shell_->popover(),
-                 parts.panel.scheduler, [this](WallTime instant) { return shell_->shortTime(instant); },
+      delegate_({parts.panel.filterState, parts.panel.preferences, parts.panel.displays, shell_->statusItem(),
+                 shell_->popover(), parts.panel.scheduler,
+                 [this](WallTime instant) { return shell_->shortTime(instant); },
                  [updater = &parts.panel.updater] { updater->check(); }, parts.panel.quit}) {}
 
 int DesktopRun::run(RunKind kind) {

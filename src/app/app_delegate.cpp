@@ -3,6 +3,7 @@
 #include <chrono>
 #include <utility>
 
+#include "app/display_problems.h"
 #include "app/updater_bridge.h"
 #include "base/localized.h"
 
@@ -29,6 +30,7 @@ void AppDelegate::finishLaunching(RunKind kind) {
     subscriptions_.push_back(parts_.statusItem.onClick([this](StatusItem::Button button) { onClick(button); }));
     subscriptions_.push_back(parts_.filterState.isEnabled.onNewValue([this](bool) { markStale(); }));
     subscriptions_.push_back(parts_.filterState.pausedUntil.onNewValue([this](const auto&) { markStale(); }));
+    subscriptions_.push_back(parts_.displays.onDisplayChange([this] { markStale(); }));
     updateStatusIcon();
 
     if (!parts_.preferences.hasSeenOnboarding()) {
@@ -92,7 +94,9 @@ void AppDelegate::updateStatusIcon() {
     const bool isEnabled = parts_.filterState.isEnabled;
     const Symbol symbol = isPaused ? Symbol::eyeSlashCircle : isEnabled ? Symbol::eyeCircleFill : Symbol::eyeCircle;
     parts_.statusItem.setSymbol(symbol);
-    parts_.statusItem.setToolTip(stateText());
+    std::string toolTip = stateText();
+    for (const auto& line : displayProblems(parts_.displays)) toolTip += '\n' + line;
+    parts_.statusItem.setToolTip(toolTip);
 }
 
 std::string AppDelegate::stateText() const {

@@ -8,6 +8,7 @@
 #include "app/run_kind.h"
 #include "app/status_item.h"
 #include "base/scheduler.h"
+#include "display/display_server.h"
 #include "filter/model/preferences_store.h"
 #include "filter/state/filter_state.h"
 
@@ -17,6 +18,7 @@ namespace dravo {
 struct AppDelegateParts {
     FilterState& filterState;
     PreferencesStore& preferences;
+    DisplayServer& displays;
     StatusItem& statusItem;
     Popover& popover;
     Scheduler& scheduler;

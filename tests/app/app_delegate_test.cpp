@@ -48,9 +48,9 @@ protected:
     void launch(RunKind kind, bool hasSeenOnboarding) {
         delegate_.reset();
         world_.preferences.setHasSeenOnboarding(hasSeenOnboarding);
-        delegate_.emplace(AppDelegateParts{world_.start(), world_.preferences, item_, popover_, world_.scheduler,
-                                           [](WallTime) { return std::string("13:00"); }, [this] { ++checks_; },
-                                           [this] { ++quits_; }});
+        delegate_.emplace(AppDelegateParts{world_.start(), world_.preferences, world_.server, item_, popover_,
+                                           world_.scheduler, [](WallTime) { return std::string("13:00"); },
+                                           [this] { ++checks_; }, [this] { ++quits_; }});
         delegate_->finishLaunching(kind);
     }
 
@@ -146,6 +146,14 @@ TEST_F(AppDelegateTest, ACheckForUpdatesShowsThePanelAndOnlyWhileTheDelegateLive
     EXPECT_EQ(popover_.openings, 1);
     delegate_.reset();
     EXPECT_FALSE(UpdaterBridge::shared().checkForUpdates);
+}
+
+TEST_F(AppDelegateTest, ToolTipNamesADisplayThatCannotBeFiltered) {
+    launch(RunKind::byPerson, true);
+    EXPECT_EQ(item_.toolTip, "Filter on");
+    world_.desk.plug("DOCK-1", world_.desk.addCrtc(0));
+    world_.scheduler.advance(1s);
+    EXPECT_TRUE(item_.toolTip.starts_with("Filter on\nDOCK-1: ")) << item_.toolTip;
 }
 
 }  // namespace

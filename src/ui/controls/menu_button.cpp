@@ -1,8 +1,9 @@
 #include "ui/controls/menu_button.h"
 
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QPointer>
+#include <QToolTip>
 
 namespace dravo::ui {
 
@@ -71,6 +72,21 @@ void MenuButton::open() {
     if (lines_) openMenu(*this, lines_(), width());
 }
 
+QRect MenuButton::textRoom() const {
+    const int start = kSidePadding + (picture_.isNull() ? 0 : Theme::kSmallIcon + Theme::kGap);
+    const int end = kSidePadding + Theme::kSmallIcon + Theme::kSmallGap;
+    return isRightToLeft() ? rect().adjusted(end, 0, -start, 0) : rect().adjusted(start, 0, -end, 0);
+}
+
+// A choice that does not fit is told in full under the pointer.
+bool MenuButton::event(QEvent* event) {
+    if (event->type() != QEvent::ToolTip) return Button::event(event);
+    const QFontMetrics smallest(fontOf(TextStyle::caption));
+    if (smallest.horizontalAdvance(text()) > textRoom().width())
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), text(), this);
+    return true;
+}
+
 void MenuButton::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Down || event->key() == Qt::Key_Up) {
         open();
@@ -103,7 +119,7 @@ void MenuButton::paintEvent(QPaintEvent*) {
     }
     const int end = kSidePadding + Theme::kSmallIcon;
     drawIcon(painter, Icon::openMenu, placed(width() - end, Theme::kSmallIcon), t.secondary);
-    const QRect room = rect().adjusted(mirrored ? end + 4 : start, 0, mirrored ? -start : -end - 4, 0);
+    const QRect room = textRoom();
     painter.setPen(t.text);
     // Better smaller than cut.
     if (painter.fontMetrics().horizontalAdvance(text()) > room.width()) painter.setFont(fontOf(TextStyle::caption));

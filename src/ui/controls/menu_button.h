@@ -41,9 +41,11 @@ public:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
     void open();
+    [[nodiscard]] QRect textRoom() const;
 
     Size size_;
     QPixmap picture_;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "app/display_problems.h"
 #include "app/filter_control.h"
 #include "ui/controls/layout.h"
 #include "ui/controls/menu_button.h"
@@ -82,14 +83,8 @@ void QuickToggleView::refresh() {
 }
 
 QString QuickToggleView::problemText() const {
-    const auto displays = parts_.displays.describeDisplays();
     QStringList lines;
-    if (displays) {
-        for (const auto& display : *displays) {
-            if (display.problem.empty()) continue;
-            lines += QString::fromStdString(display.name + ": " + display.problem);
-        }
-    }
+    for (const auto& line : displayProblems(parts_.displays)) lines += QString::fromStdString(line);
     return lines.join(QLatin1Char('\n'));
 }
 

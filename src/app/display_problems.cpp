@@ -1,0 +1,14 @@
+#include "app/display_problems.h"
+
+namespace dravo {
+
+std::vector<std::string> displayProblems(DisplayServer& displays) {
+    std::vector<std::string> lines;
+    const auto descriptions = displays.describeDisplays();
+    if (!descriptions) return lines;
+    for (const auto& display : *descriptions)
+        if (!display.problem.empty()) lines.push_back(display.name + ": " + display.problem);
+    return lines;
+}
+
+}  // namespace dravo
