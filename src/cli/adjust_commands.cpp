@@ -32,15 +32,19 @@ Result<AdjustmentChange> parseAdjustments(const Arguments& arguments) {
     for (const std::string_view word : arguments.operands()) {
         const std::string_view name = word.substr(0, word.find('='));
         if (name.size() == word.size()) {
-            return Error{ErrorCode::InvalidInput, "adjustments are given as intensity=0.6, not " + quoted(word)};
+            return Error{ErrorCode::InvalidInput,
+                         filled(localized("adjustments are given as intensity=0.6, not %@"), {quoted(word)})};
         }
         std::optional<double>* const value = adjustmentNamed(change, name);
         if (!value) {
-            return Error{ErrorCode::InvalidInput, "nothing to adjust is called " + quoted(name) +
-                                                      "; there are intensity, dimming, black-point and contrast"};
+            return Error{
+                ErrorCode::InvalidInput,
+                filled(
+                    localized("nothing to adjust is called %@; there are intensity, dimming, black-point and contrast"),
+                    {quoted(name)})};
         }
         *value = parseNumber(word.substr(name.size() + 1));
-        if (!*value) return Error{ErrorCode::InvalidInput, "this is no number: " + quoted(word)};
+        if (!*value) return Error{ErrorCode::InvalidInput, filled(localized("this is no number: %@"), {quoted(word)})};
     }
     if (auto refused = validate(change); !refused) return refused.error();
     return change;
@@ -61,9 +65,9 @@ constexpr std::size_t kMostAdjustments = 16;
 
 const Command kPresetCommand{
     .name = "preset",
-    .summary = "Select a preset, or show which one is",
+    .summary = textKey("Select a preset, or show which one is"),
     .usages = kPresetUsages,
-    .description = "ID is one that 'dravo presets' lists. Its own adjustments come with it.",
+    .description = textKey("ID is one that 'dravo presets' lists. Its own adjustments come with it."),
     .options = kStateOptions,
     .mostOperands = 1,
     .run = runPreset,
@@ -71,11 +75,11 @@ const Command kPresetCommand{
 
 const Command kSetCommand{
     .name = "set",
-    .summary = "Adjust the filter",
+    .summary = textKey("Adjust the filter"),
     .usages = kSetUsages,
     .description =
-        "intensity is the strength of the colour filter, 0 to 1; dimming darkens, 0 to 0.8; black-point lifts\n"
-        "black, 0 to 0.2; contrast is softer below 0, harder above, -0.5 to 0.5. What is not given stays.",
+        textKey("intensity is the strength of the colour filter, 0 to 1; dimming darkens, 0 to 0.8; black-point lifts "
+                "black, 0 to 0.2; contrast is softer below 0, harder above, -0.5 to 0.5. What is not given stays."),
     .options = kStateOptions,
     .leastOperands = 1,
     .mostOperands = kMostAdjustments,

@@ -36,18 +36,18 @@ std::vector<option> longOptions(const Command& command) {
 
 /// What getopt stumbled over, from its globals.
 Error misuse(const Command& command, int outcome, const char* word) {
-    if (outcome == ':') return wrong(std::string("option ") + quoted(word) + " needs a value");
+    if (outcome == ':') return wrong(filled(localized("option %@ needs a value"), {quoted(word)}));
     if (optopt >= kFirstOption) {
         const Option& row = command.options[static_cast<std::size_t>(optopt - kFirstOption)];
-        return wrong(std::string("option '--") + row.name + "' takes no value");
+        return wrong(filled(localized("option '--%@' takes no value"), {row.name}));
     }
     std::vector<std::string_view> names{"help"};
     for (const Option& row : command.options) names.emplace_back(row.name);
     std::string_view typed(word);
     typed = typed.substr(0, typed.find('='));
     const std::string_view meant = typed.starts_with("--") ? nearest(typed.substr(2), names) : std::string_view{};
-    return wrong("unknown option " + quoted(typed) +
-                 (meant.empty() ? "" : "; did you mean '--" + std::string(meant) + "'?"));
+    const std::string unknown = filled(localized("unknown option %@"), {quoted(typed)});
+    return wrong(meant.empty() ? unknown : withGuess(unknown, "--" + std::string(meant)));
 }
 
 }  // namespace
@@ -92,8 +92,9 @@ Result<void> Arguments::add(const Option& option, const char* value) {
     if (option.kind == Option::Kind::Number) {
         const auto number = parseNumber(given.text);
         if (!number || *number < option.least || *number > option.most) {
-            return wrong(std::string("--") + option.name + " takes a number from " + shortestText(option.least) +
-                         " to " + shortestText(option.most) + ", not " + quoted(given.text));
+            return wrong(
+                filled(localized("--%1$@ takes a number from %2$@ to %3$@, not %4$@"),
+                       {option.name, shortestText(option.least), shortestText(option.most), quoted(given.text)}));
         }
         given.number = *number;
     }
@@ -103,9 +104,9 @@ Result<void> Arguments::add(const Option& option, const char* value) {
 
 Result<void> Arguments::checkOperands(const Command& command) const {
     if (operands_.size() > command.mostOperands) {
-        return wrong("too many arguments, from " + quoted(operands_[command.mostOperands]) + " on");
+        return wrong(filled(localized("too many arguments, from %@ on"), {quoted(operands_[command.mostOperands])}));
     }
-    if (operands_.size() < command.leastOperands) return wrong("an argument is missing");
+    if (operands_.size() < command.leastOperands) return wrong(localized("an argument is missing"));
     return {};
 }
 

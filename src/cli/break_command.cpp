@@ -27,8 +27,10 @@ ExitCode runBreak(const Arguments& arguments, CommandContext& context) {
     if (wanted == "done") return finishControl(kBreakCommand, arguments, context, context.control().dismissBreak());
     const auto change = parseBreaks(wanted);
     if (!change) {
-        return misused(context, kBreakCommand,
-                       "a reminder is on, off, or comes every 10, 15, 20, 30, 45 or 60 minutes; not " + quoted(wanted));
+        return misused(
+            context, kBreakCommand,
+            filled(localized("a reminder is on, off, or comes every 10, 15, 20, 30, 45 or 60 minutes; not %@"),
+                   {quoted(wanted)}));
     }
     return finishControl(kBreakCommand, arguments, context, context.control().setBreaks(*change));
 }
@@ -40,11 +42,10 @@ constexpr Option kBreakOptions[] = {kStateJsonOption};
 
 const Command kBreakCommand{
     .name = "break",
-    .summary = "Be reminded to rest your eyes, or show when",
+    .summary = textKey("Be reminded to rest your eyes, or show when"),
     .usages = kBreakUsages,
-    .description =
-        "A number switches the reminder on with that many minutes between breaks; 'done' ends the break that\n"
-        "is on.",
+    .description = textKey(
+        "A number switches the reminder on with that many minutes between breaks; 'done' ends the break that is on."),
     .options = kBreakOptions,
     .mostOperands = 1,
     .run = runBreak,

@@ -2,6 +2,7 @@
 
 #include <span>
 
+#include "base/localized.h"
 #include "cli/exit_code.h"
 
 namespace dravo::cli {
@@ -15,21 +16,21 @@ struct Option {
 
     const char* name = "";       ///< Without the dashes.
     const char* valueName = "";  ///< What the help calls its value; empty for a flag.
-    const char* help = "";
+    TextKey help = {};
     Kind kind = Kind::Flag;
     double least = 0;  ///< Smallest number accepted.
     double most = 0;   ///< Greatest number accepted.
 };
 
 /// The option of every command that prints data.
-inline constexpr Option kJsonOption{"json", "", "Print JSON for programs"};
+inline constexpr Option kJsonOption{"json", "", textKey("Print JSON for programs")};
 
 /// One row of the command table: all that parsing, help and shell completion know about a command.
 struct Command {
     const char* name = "";
-    const char* summary = "";                  ///< One line for the list of commands.
+    TextKey summary = {};                      ///< One line for the list of commands.
     std::span<const char* const> usages = {};  ///< Operands and options after the name, one line for each form.
-    const char* description = "";              ///< Further lines of its help; may be empty.
+    TextKey description = {};                  ///< A paragraph for its help; may be empty.
     std::span<const Option> options = {};      ///< Besides --help, which every command has.
     std::size_t leastOperands = 0;
     std::size_t mostOperands = 0;

@@ -32,7 +32,7 @@ ExitCode dispatch(int argc, char** argv, CommandContext& context) {
     const bool isVersion = first == "--version" || first == "-V";
     if ((isHelp || isVersion || first == "--headless" || first == "--autostart") && argc > 2) {
         return failPlainly(context, ExitCode::WrongUsage,
-                           "nothing may follow " + quoted(first) + " (see 'dravo --help')");
+                           withHint(filled(localized("nothing may follow %@"), {quoted(first)}), "dravo --help"));
     }
     if (isHelp) {
         context.out.write(programHelp());
@@ -43,10 +43,11 @@ ExitCode dispatch(int argc, char** argv, CommandContext& context) {
         return ExitCode::Ok;
     }
     if (first.starts_with('-')) {
-        return failPlainly(context, ExitCode::WrongUsage, "unknown option " + quoted(first) + " (see 'dravo --help')");
+        return failPlainly(context, ExitCode::WrongUsage,
+                           withHint(filled(localized("unknown option %@"), {quoted(first)}), "dravo --help"));
     }
     const Command* const command = findCommand(first);
-    if (!command) return failPlainly(context, ExitCode::WrongUsage, unknownCommand(first) + " (see 'dravo --help')");
+    if (!command) return failPlainly(context, ExitCode::WrongUsage, withHint(unknownCommand(first), "dravo --help"));
     return runCommand(*command, argc - 2, argv + 2, context);
 }
 
@@ -76,7 +77,7 @@ ExitCode fail(CommandContext& context, const Command& command, ExitCode code, st
 
 ExitCode misused(CommandContext& context, const Command& command, std::string_view message) {
     return fail(context, command, ExitCode::WrongUsage,
-                std::string(message) + " (see 'dravo " + command.name + " --help')");
+                withHint(message, "dravo " + std::string(command.name) + " --help"));
 }
 
 }  // namespace dravo::cli

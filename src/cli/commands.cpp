@@ -28,7 +28,8 @@ std::string unknownCommand(std::string_view name) {
     std::vector<std::string_view> names;
     for (const Command* const command : commands()) names.emplace_back(command->name);
     const std::string_view meant = nearest(name, names);
-    return "unknown command " + quoted(name) + (meant.empty() ? "" : "; did you mean '" + std::string(meant) + "'?");
+    const std::string unknown = filled(localized("unknown command %@"), {quoted(name)});
+    return meant.empty() ? unknown : withGuess(unknown, meant);
 }
 
 }  // namespace dravo::cli

@@ -6,6 +6,15 @@ namespace dravo::cli {
 
 std::string_view stateName(const DisplayRow& row) { return row.description.problem.empty() ? "ready" : "unsupported"; }
 
+std::string stateText(const DisplayRow& row) {
+    return row.description.problem.empty() ? localized("display.ready", "ready")
+                                           : localized("display.unsupported", "unsupported");
+}
+
+std::string entriesText(std::size_t count) {
+    return filled(localizedCount("display.entries", "%lld entry", "%lld entries", count), {std::to_string(count)});
+}
+
 Result<DisplayList> listDisplays(DisplayServer& server) {
     const auto descriptions = server.describeDisplays();
     if (!descriptions) return descriptions.error();
@@ -36,7 +45,7 @@ Result<DisplayList> listDisplays(DisplayServer& server) {
 ExitCode failForDisplays(CommandContext& context, const Command& command, const Error& error) {
     const bool refused = error.code == ErrorCode::PermissionDenied || error.code == ErrorCode::Busy ||
                          error.code == ErrorCode::Unsupported;
-    return fail(context, command, refused ? ExitCode::Refused : ExitCode::NoDisplayServer, error.message);
+    return fail(context, command, refused ? ExitCode::Refused : ExitCode::NoDisplayServer, localized(error.message));
 }
 
 }  // namespace dravo::cli

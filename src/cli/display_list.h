@@ -24,8 +24,12 @@ struct DisplayList {
     std::vector<DisplayRow> rows;
 };
 
-/// "ready" or "unsupported".
+/// "ready" or "unsupported": for programs, and in the language of people.
 [[nodiscard]] std::string_view stateName(const DisplayRow& row);
+[[nodiscard]] std::string stateText(const DisplayRow& row);
+
+/// "256 entries".
+[[nodiscard]] std::string entriesText(std::size_t count);
 
 /// Every display that is on, with what it holds now, read in one go. A display that cannot be read is listed with the
 /// reason as its problem.

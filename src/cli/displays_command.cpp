@@ -26,9 +26,10 @@ std::string hexColour(const Rgb& colour) {
 }
 
 std::string whiteText(const DisplayRow& row) {
-    if (!row.white) return row.description.problem;
-    return "white " + hexColour(*row.white) + " (" + fixed(row.white->red, 3) + " " + fixed(row.white->green, 3) + " " +
-           fixed(row.white->blue, 3) + ")";
+    if (!row.white) return localized(row.description.problem);
+    const std::string levels =
+        fixed(row.white->red, 3) + " " + fixed(row.white->green, 3) + " " + fixed(row.white->blue, 3);
+    return filled(localized("white %1$@ (%2$@)"), {hexColour(*row.white), levels});
 }
 
 std::string displaysListing(const DisplayList& list) {
@@ -37,15 +38,15 @@ std::string displaysListing(const DisplayList& list) {
     for (const DisplayRow& row : list.rows) {
         const auto& line = lines.emplace_back(std::array<std::string, 5>{
             list.backend, row.description.name, "ID " + std::to_string(static_cast<std::uint32_t>(row.description.id)),
-            std::to_string(row.description.tableSize) + " entries", std::string(stateName(row))});
-        for (std::size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], line[i].size());
+            entriesText(row.description.tableSize), stateText(row)});
+        for (std::size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], columnsOf(line[i]));
     }
     std::string result;
     for (std::size_t k = 0; k < lines.size(); ++k) {
         for (std::size_t i = 0; i < widths.size(); ++i) result += padded(lines[k][i], widths[i] + 2);
         result += whiteText(list.rows[k]) + "\n";
     }
-    return result.empty() ? list.backend + "  no display is on\n" : result;
+    return result.empty() ? list.backend + "  " + localized("no display is on") + "\n" : result;
 }
 
 ExitCode runDisplays(const Arguments& arguments, CommandContext& context) {
@@ -64,11 +65,10 @@ constexpr Option kDisplaysOptions[] = {kJsonOption};
 
 const Command kDisplaysCommand{
     .name = "displays",
-    .summary = "List the displays and what they hold now",
+    .summary = textKey("List the displays and what they hold now"),
     .usages = kDisplaysUsages,
-    .description =
-        "A line for each display: the kind of display server, the display's name, ID and table size, whether\n"
-        "it can be filtered, and the colour that it shows for white.",
+    .description = textKey("A line for each display: the kind of display server, the display's name, ID and table "
+                           "size, whether it can be filtered, and the colour that it shows for white."),
     .options = kDisplaysOptions,
     .run = runDisplays,
 };

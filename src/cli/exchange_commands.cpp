@@ -20,9 +20,11 @@ namespace {
 constexpr std::size_t kLargestImport = 4 << 20;
 
 ExitCode reportImport(CommandContext& context, const std::vector<std::string>& ids) {
-    std::string line = "Imported " + std::to_string(ids.size()) + (ids.size() == 1 ? " preset:" : " presets:");
-    for (const std::string& id : ids) line += " " + id;
-    context.out.write(line + "\n");
+    std::string listed;
+    for (const std::string& id : ids) listed += (listed.empty() ? "" : " ") + id;
+    const std::string form = localizedCount("import.done", "Imported %lld preset", "Imported %lld presets", ids.size());
+    const std::string done = filled(form, {std::to_string(ids.size())});
+    context.out.write(filled(localized("import.listed", "%1$@: %2$@"), {done, listed}) + "\n");
     return ExitCode::Ok;
 }
 
@@ -30,7 +32,7 @@ ExitCode reportImport(CommandContext& context, const std::vector<std::string>& i
 std::optional<std::string> whyNotByFile(const Error& error, CommandContext& context) {
     if (error.code != ErrorCode::NotFound) return error.message;
     if (!context.runningInstance().isThere()) return std::nullopt;
-    return "a running Dravo keeps the list and cannot be asked: " + error.message;
+    return filled(localized("a running Dravo keeps the list and cannot be asked: %@"), {error.message});
 }
 
 ExitCode runImport(const Arguments& arguments, CommandContext& context) {
@@ -68,7 +70,8 @@ ExitCode runExport(const Arguments& arguments, CommandContext& context) {
     if (!own) return fail(context, kExportCommand, ExitCode::FileTrouble, own.error().message);
     for (const std::string_view id : arguments.operands()) {
         const auto found = std::ranges::find(*own, id, &FilterPreset::id);
-        if (found == own->end()) return misused(context, kExportCommand, "no preset of your own is " + quoted(id));
+        if (found == own->end())
+            return misused(context, kExportCommand, filled(localized("no preset of your own is %@"), {quoted(id)}));
         chosen.push_back(*found);
     }
     const auto json = encodePresets(arguments.operands().empty() ? *own : chosen);
@@ -84,11 +87,10 @@ constexpr const char* kExportUsages[] = {"[ID...]"};
 
 const Command kImportCommand{
     .name = "import",
-    .summary = "Add presets from a file to your own",
+    .summary = textKey("Add presets from a file to your own"),
     .usages = kImportUsages,
-    .description =
-        "FILE holds one preset or an array of them. All are added or none; one with the id of a preset of\n"
-        "yours takes its place. A running Dravo adds them itself and shows them at once.",
+    .description = textKey("FILE holds one preset or an array of them. All are added or none; one with the id of a "
+                           "preset of yours takes its place. A running Dravo adds them itself and shows them at once."),
     .leastOperands = 1,
     .mostOperands = 1,
     .run = runImport,
@@ -96,9 +98,9 @@ const Command kImportCommand{
 
 const Command kExportCommand{
     .name = "export",
-    .summary = "Print presets of your own as JSON for 'dravo import'",
+    .summary = textKey("Print presets of your own as JSON for 'dravo import'"),
     .usages = kExportUsages,
-    .description = "Without an ID, all of them.",
+    .description = textKey("Without an ID, all of them."),
     .mostOperands = 10000,
     .run = runExport,
 };

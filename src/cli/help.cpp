@@ -17,17 +17,25 @@ using Rows = std::vector<std::pair<std::string, std::string>>;
 
 std::string twoColumns(const Rows& rows) {
     std::size_t width = 0;
-    for (const auto& [left, right] : rows) width = std::max(width, left.size());
+    for (const auto& [left, right] : rows) width = std::max(width, columnsOf(left));
     std::string result;
     for (const auto& [left, right] : rows) result += "  " + padded(left, width + 2) + right + "\n";
     return result;
 }
 
 std::string helpText(const Option& option) {
-    std::string result = option.help;
-    if (option.kind == Option::Kind::Number) {
-        result += " (" + shortestText(option.least) + " to " + shortestText(option.most) + ")";
-    }
+    const std::string help = localized(option.help);
+    if (option.kind != Option::Kind::Number) return help;
+    return filled(localized("cli.range", "%1$@ (%2$@ to %3$@)"),
+                  {help, shortestText(option.least), shortestText(option.most)});
+}
+
+/// "Usage: " and the ways to call it, one below the other.
+std::string usageText(const std::vector<std::string>& calls) {
+    const std::string heading = localized("Usage:");
+    std::string result;
+    for (const std::string& call : calls)
+        result += padded(result.empty() ? heading : "", columnsOf(heading)) + " " + call + "\n";
     return result;
 }
 
@@ -35,43 +43,42 @@ std::string helpText(const Option& option) {
 
 std::string programHelp() {
     std::string result =
-        "Dravo tints and dims the whole screen.\n\n"
-        "Usage: dravo [--headless | --autostart]\n"
-        "       dravo COMMAND [ARGUMENTS]\n\n"
-        "Without a command it filters every display until it is ended.\n\n"
-        "Options:\n" +
-        twoColumns({{"--autostart", "The same, and stay in the background: for a start at login"},
-                    {"--headless", "Filter in the foreground, without any window"},
-                    {"-h, --help", "Show this help"},
-                    {"-V, --version", "Show the version"}}) +
-        "\nCommands:\n";
+        localized("Dravo tints and dims the whole screen.") + "\n\n" +
+        usageText({"dravo [--headless | --autostart]", "dravo COMMAND [ARGUMENTS]"}) + "\n" +
+        localized("Without a command it filters every display until it is ended.") + "\n\n" + localized("Options:") +
+        "\n" +
+        twoColumns({{"--autostart", localized("The same, and stay in the background: for a start at login")},
+                    {"--headless", localized("Filter in the foreground, without any window")},
+                    {"-h, --help", localized("Show this help")},
+                    {"-V, --version", localized("Show the version")}}) +
+        "\n" + localized("Commands:") + "\n";
     Rows rows;
-    for (const Command* const command : commands()) rows.emplace_back(command->name, command->summary);
-    result += twoColumns(rows);
-    result += "\nExit codes:\n" + twoColumns({{"0", "done"},
-                                              {"1", "a file, or the output, could not be read or written"},
-                                              {"2", "wrong usage; nothing was done"},
-                                              {"3", "no display server, or it went away"},
-                                              {"4", "the display server, or the running Dravo, refused"},
-                                              {"5", "no running Dravo to ask"}});
-    return result + "\n'dravo COMMAND --help' says more about a command.\n";
+    for (const Command* const command : commands()) rows.emplace_back(command->name, localized(command->summary));
+    result += twoColumns(rows) + "\n" + localized("Exit codes:") + "\n" +
+              twoColumns({{"0", localized("done")},
+                          {"1", localized("a file, or the output, could not be read or written")},
+                          {"2", localized("wrong usage; nothing was done")},
+                          {"3", localized("no display server, or it went away")},
+                          {"4", localized("the display server, or the running Dravo, refused")},
+                          {"5", localized("no running Dravo to ask")}});
+    return result + "\n" + localized("'dravo COMMAND --help' says more about a command.") + "\n";
 }
 
 std::string commandHelp(const Command& command) {
-    std::string result;
-    for (const char* const usage : command.usages) {
-        result += result.empty() ? "Usage: dravo " : "       dravo ";
-        result += std::string(command.name) + (*usage ? " " : "") + usage + "\n";
-    }
-    result += std::string("\n") + command.summary + ".\n";
-    if (*command.description) result += std::string("\n") + command.description + "\n";
+    constexpr std::size_t kWidth = 100;
+    std::vector<std::string> calls;
+    for (const char* const usage : command.usages)
+        calls.push_back("dravo " + std::string(command.name) + (*usage ? " " : "") + usage);
+    std::string result = usageText(calls) + "\n" +
+                         wrapped(filled(localized("cli.sentence", "%@."), {localized(command.summary)}), kWidth) + "\n";
+    if (!command.description.english.empty()) result += "\n" + wrapped(localized(command.description), kWidth) + "\n";
     Rows rows;
     for (const Option& option : command.options) {
         rows.emplace_back(std::string("--") + option.name + (*option.valueName ? " " : "") + option.valueName,
                           helpText(option));
     }
-    rows.emplace_back("-h, --help", "Show this help");
-    return result + "\nOptions:\n" + twoColumns(rows);
+    rows.emplace_back("-h, --help", localized("Show this help"));
+    return result + "\n" + localized("Options:") + "\n" + twoColumns(rows);
 }
 
 }  // namespace dravo::cli

@@ -24,7 +24,7 @@ constexpr const char* kHelpUsages[] = {"[COMMAND]"};
 
 const Command kHelpCommand{
     .name = "help",
-    .summary = "Show this help, or a command's",
+    .summary = textKey("Show this help, or a command's"),
     .usages = kHelpUsages,
     .mostOperands = 1,
     .run = runHelp,

@@ -23,12 +23,14 @@ Result<LocationChange> parseLocation(const std::vector<std::string_view>& operan
         const auto source = locationSourceNamed(operands[0]);
         if (source && *source != LocationSource::typed) return LocationChange{*source, {}};
         return Error{ErrorCode::InvalidInput,
-                     "a location is zone, service, or a latitude and a longitude, not " + quoted(operands[0])};
+                     filled(localized("a location is zone, service, or a latitude and a longitude, not %@"),
+                            {quoted(operands[0])})};
     }
     const auto latitude = parseNumber(operands[0]);
     const auto longitude = parseNumber(operands[1]);
     if (!latitude || !longitude)
-        return Error{ErrorCode::InvalidInput, "this is no number of degrees: " + quoted(operands[latitude ? 1 : 0])};
+        return Error{ErrorCode::InvalidInput,
+                     filled(localized("this is no number of degrees: %@"), {quoted(operands[latitude ? 1 : 0])})};
     const LocationChange change{LocationSource::typed, Position{*latitude, *longitude}};
     if (auto refused = validate(change); !refused) return refused.error();
     return change;
@@ -47,18 +49,18 @@ ExitCode runLocation(const Arguments& arguments, CommandContext& context) {
 
 constexpr const char* kLocationUsages[] = {"[LATITUDE LONGITUDE|zone|service] [--json]"};
 constexpr Option kLocationOptions[] = {
-    {"json", "", "Print the location as JSON, which 'dravo status' never tells"},
+    {"json", "", textKey("Print the location as JSON, which 'dravo status' never tells")},
 };
 
 }  // namespace
 
 const Command kLocationCommand{
     .name = "location",
-    .summary = "Say where you are, for sunset and sunrise, or show it",
+    .summary = textKey("Say where you are, for sunset and sunrise, or show it"),
     .usages = kLocationUsages,
     .description =
-        "Degrees north and east, negative for south and west; 'zone' takes the time zone's principal place,\n"
-        "which is approximate; 'service' asks the desktop's location service, as in the beginning.",
+        textKey("Degrees north and east, negative for south and west; 'zone' takes the time zone's principal place, "
+                "which is approximate; 'service' asks the desktop's location service, as in the beginning."),
     .options = kLocationOptions,
     .mostOperands = 2,
     .run = runLocation,

@@ -15,8 +15,9 @@ ExitCode runMelanopic(const Arguments& arguments, CommandContext& context) {
     const auto [choice, code] = choosePreset(kMelanopicCommand, arguments.operands()[0], arguments, context);
     if (!choice) return code;
     const double reduction = melanopicReduction(choice->preset, choice->adjustments);
-    context.out.write(arguments.has("json") ? "{\"reduction\":" + shortestText(reduction) + "}\n"
-                                            : "Melanopic light reduced by " + fixed(reduction, 0) + "%\n");
+    context.out.write(arguments.has("json")
+                          ? "{\"reduction\":" + shortestText(reduction) + "}\n"
+                          : filled(localized("Melanopic light reduced by %@"), {percentText(reduction)}) + "\n");
     return ExitCode::Ok;
 }
 
@@ -28,11 +29,10 @@ constexpr Option kMelanopicOptions[] = {kIntensityOption, kDimmingOption, kBlack
 
 const Command kMelanopicCommand{
     .name = "melanopic",
-    .summary = "Estimate how much less melanopic light a white screen gives",
+    .summary = textKey("Estimate how much less melanopic light a white screen gives"),
     .usages = kMelanopicUsages,
-    .description =
-        "PRESET is an id that 'dravo presets' lists, or the path of a file with one preset. What no option\n"
-        "adjusts is as the preset has it.",
+    .description = textKey("PRESET is an id that 'dravo presets' lists, or the path of a file with one preset. What no "
+                           "option adjusts is as the preset has it."),
     .options = kMelanopicOptions,
     .leastOperands = 1,
     .mostOperands = 1,

@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "base/localized.h"
+
 namespace dravo::cli {
 
 void Output::write(std::string_view text) {
@@ -12,7 +14,7 @@ void Output::write(std::string_view text) {
 Result<void> Output::flush() {
     if (std::fflush(stream_) != 0 && firstError_ == 0) firstError_ = errno;
     if (firstError_ == 0) return {};
-    return Error{ErrorCode::Internal, std::string("cannot write the output: ") + std::strerror(firstError_),
+    return Error{ErrorCode::Internal, filled(localized("cannot write the output: %@"), {std::strerror(firstError_)}),
                  firstError_};
 }
 

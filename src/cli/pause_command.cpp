@@ -51,8 +51,9 @@ Result<PauseLength> parseLength(std::string_view text, CommandContext& context) 
     }
     const auto span = parseDuration(text);
     if (!span) {
-        return Error{ErrorCode::InvalidInput,
-                     "a pause is given as 15m, 1h, 1h30m, morning or a time HH:MM, not " + quoted(text)};
+        return Error{
+            ErrorCode::InvalidInput,
+            filled(localized("a pause is given as 15m, 1h, 1h30m, morning or a time HH:MM, not %@"), {quoted(text)})};
     }
     if (const auto refused = validate(PauseLength{*span}); !refused) return refused.error();
     return PauseLength{*span};
@@ -71,11 +72,10 @@ constexpr Option kPauseOptions[] = {kStateJsonOption};
 
 const Command kPauseCommand{
     .name = "pause",
-    .summary = "Switch the filter off for a while",
+    .summary = textKey("Switch the filter off for a while"),
     .usages = kPauseUsages,
-    .description =
-        "For an hour, for a DURATION such as 45s, 90m, 1h30m or 2d, until the next HH:MM, or until 08:00 in\n"
-        "the morning. Refused while the filter is off.",
+    .description = textKey("For an hour, for a DURATION such as 45s, 90m, 1h30m or 2d, until the next HH:MM, or until "
+                           "08:00 in the morning. Refused while the filter is off."),
     .options = kPauseOptions,
     .mostOperands = 1,
     .run = runPause,

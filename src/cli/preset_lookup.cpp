@@ -26,13 +26,11 @@ Result<FilterPreset> readPreset(const std::string& path) {
 std::string unknownPreset(std::string_view id, const std::vector<FilterPreset>& presets) {
     std::vector<std::string_view> ids;
     for (const FilterPreset& preset : presets) ids.emplace_back(preset.id);
-    std::string message = "no preset " + quoted(id);
-    if (const std::string_view meant = nearest(id, ids); !meant.empty()) {
-        return message + "; did you mean '" + std::string(meant) + "'?";
-    }
-    message += "; there are";
-    for (const std::string_view known : ids) message += " " + std::string(known);
-    return message;
+    if (const std::string_view meant = nearest(id, ids); !meant.empty())
+        return withGuess(filled(localized("no preset %@"), {quoted(id)}), meant);
+    std::string known;
+    for (const std::string_view each : ids) known += (known.empty() ? "" : " ") + std::string(each);
+    return filled(localized("no preset %1$@; there are %2$@"), {quoted(id), known});
 }
 
 }  // namespace

@@ -42,9 +42,11 @@ struct PresetOutcome {
 [[nodiscard]] GammaTable tableOf(const PresetChoice& choice);
 
 /// The four options that adjust a preset, for the tables of the commands that take one.
-inline constexpr Option kIntensityOption{"intensity", "X", "Strength of the colour filter", Option::Kind::Number, 0, 1};
-inline constexpr Option kDimmingOption{"dimming", "X", "Extra darkening", Option::Kind::Number, 0, 1};
-inline constexpr Option kBlackPointOption{"black-point", "X", "Lift of black", Option::Kind::Number, 0, 1};
-inline constexpr Option kContrastOption{"contrast", "X", "Softer below 0, harder above", Option::Kind::Number, -1, 1};
+inline constexpr Option kIntensityOption{"intensity",          "X", textKey("Strength of the colour filter"),
+                                         Option::Kind::Number, 0,   1};
+inline constexpr Option kDimmingOption{"dimming", "X", textKey("Extra darkening"), Option::Kind::Number, 0, 1};
+inline constexpr Option kBlackPointOption{"black-point", "X", textKey("Lift of black"), Option::Kind::Number, 0, 1};
+inline constexpr Option kContrastOption{"contrast",           "X", textKey("Softer below 0, harder above"),
+                                        Option::Kind::Number, -1,  1};
 
 }  // namespace dravo::cli

@@ -16,17 +16,18 @@ std::string presetListing(const std::vector<FilterPreset>& presets) {
     std::size_t idWidth = 0;
     std::size_t nameWidth = 0;
     for (const FilterPreset& preset : presets) {
-        idWidth = std::max(idWidth, preset.id.size());
-        nameWidth = std::max(nameWidth, preset.localizedName().size());
+        idWidth = std::max(idWidth, columnsOf(preset.id));
+        nameWidth = std::max(nameWidth, columnsOf(preset.localizedName()));
     }
     std::string result;
     for (const FilterPreset& preset : presets) {
         result += padded(preset.id, idWidth + 2) + padded(preset.localizedName(), nameWidth + 2);
         if (preset.isGrayscale) {
-            result += "grayscale";
+            result += localized("presets.grayscale", "grayscale");
         } else {
-            result += "red " + fixed(preset.redFactor, 2) + "  green " + fixed(preset.greenFactor, 2) + "  blue " +
-                      fixed(preset.blueFactor, 2) + "  intensity " + fixed(preset.intensity * 100, 0) + "%";
+            result += filled(localized("presets.factors", "red %1$@  green %2$@  blue %3$@  intensity %4$@"),
+                             {fixed(preset.redFactor, 2), fixed(preset.greenFactor, 2), fixed(preset.blueFactor, 2),
+                              percentText(preset.intensity * 100)});
         }
         result += "\n";
     }
@@ -52,7 +53,7 @@ constexpr Option kPresetsOptions[] = {kJsonOption};
 
 const Command kPresetsCommand{
     .name = "presets",
-    .summary = "List the presets, the built-in ones and your own",
+    .summary = textKey("List the presets, the built-in ones and your own"),
     .usages = kPresetsUsages,
     .options = kPresetsOptions,
     .run = runPresets,

@@ -15,13 +15,14 @@ namespace dravo::cli {
 
 namespace {
 
-std::string percent(double fraction) { return fixed(fraction * 100, 0) + "%"; }
+std::string percent(double fraction) { return percentText(fraction * 100); }
 
 std::string presetNote(const FilterPreset& preset) {
-    std::string note =
-        preset.isGrayscale ? "with the desktop's grayscale mode" : "intensity " + percent(preset.intensity);
-    if (preset.dimming != 0) note += " · dimming " + percent(preset.dimming);
-    if (preset.contrast != 0) note += " · contrast " + percent(preset.contrast);
+    const auto adjusted = [](const std::string& form, double value) { return filled(form, {percent(value)}); };
+    std::string note = preset.isGrayscale ? localized("picture.grayscale", "with the desktop's grayscale mode")
+                                          : adjusted(localized("picture.intensity", "intensity %@"), preset.intensity);
+    if (preset.dimming != 0) note += " · " + adjusted(localized("picture.dimming", "dimming %@"), preset.dimming);
+    if (preset.contrast != 0) note += " · " + adjusted(localized("picture.contrast", "contrast %@"), preset.contrast);
     if (preset.colorTemperature != 6500) note += " · " + fixed(preset.colorTemperature, 0) + " K";
     return note;
 }
@@ -33,9 +34,9 @@ PresetCell presetCell(const FilterPreset& preset) {
 
 DisplayCell displayCell(const DisplayRow& row) {
     constexpr std::size_t kEntries = 256;
-    if (!row.white) return {row.description.name, row.description.problem, {}};
-    const std::string note = "ID " + std::to_string(static_cast<std::uint32_t>(row.description.id)) + " · " +
-                             std::to_string(row.table.size()) + " entries";
+    if (!row.white) return {row.description.name, localized(row.description.problem), {}};
+    const std::string note =
+        "ID " + std::to_string(static_cast<std::uint32_t>(row.description.id)) + " · " + entriesText(row.table.size());
     return {row.description.name, note, resample(row.table, kEntries)};
 }
 
@@ -102,17 +103,18 @@ bool isPngName(std::string_view path) { return path.ends_with(".png") || path.en
 std::string whatIsWrong(const Arguments& arguments) {
     const bool isSheet = arguments.has("all") || arguments.has("displays");
     const std::size_t count = arguments.operands().size();
-    if (arguments.has("all") && arguments.has("displays")) return "--all and --displays exclude each other";
+    if (arguments.has("all") && arguments.has("displays")) return localized("--all and --displays exclude each other");
     if (isSheet) {
         for (const char* const option : {"intensity", "dimming", "black-point", "contrast"}) {
-            if (arguments.has(option)) return std::string("--") + option + " needs a PRESET";
+            if (arguments.has(option)) return filled(localized("--%@ needs a PRESET"), {option});
         }
-        if (count != 1) return "only OUT.png may follow";
+        if (count != 1) return localized("only OUT.png may follow");
     } else if (count < 2) {
-        return "OUT.png and PRESET are needed";
+        return localized("OUT.png and PRESET are needed");
     }
     const std::string_view target = arguments.operands()[isSheet ? 0 : count - 2];
-    return isPngName(target) ? "" : "the picture is written as PNG: " + quoted(target) + " must end in .png";
+    if (isPngName(target)) return {};
+    return filled(localized("the picture is written as PNG: %@ must end in .png"), {quoted(target)});
 }
 
 ExitCode runPreview(const Arguments& arguments, CommandContext& context) {
@@ -132,20 +134,19 @@ constexpr Option kPreviewOptions[] = {
     kDimmingOption,
     kBlackPointOption,
     kContrastOption,
-    {"all", "", "Draw one sheet with every preset"},
-    {"displays", "", "Draw a test card without and with what each display holds now"},
+    {"all", "", textKey("Draw one sheet with every preset")},
+    {"displays", "", textKey("Draw a test card without and with what each display holds now")},
 };
 
 }  // namespace
 
 const Command kPreviewCommand{
     .name = "preview",
-    .summary = "Write a picture as a preset would show it",
+    .summary = textKey("Write a picture as a preset would show it"),
     .usages = kPreviewUsages,
-    .description =
-        "IN is a PNG or JPEG picture; without it a built-in test card is taken. OUT.png may be IN. PRESET is\n"
-        "an id that 'dravo presets' lists, or the path of a file with one preset. What no option adjusts is\n"
-        "as the preset has it.",
+    .description = textKey("IN is a PNG or JPEG picture; without it a built-in test card is taken. OUT.png may be IN. "
+                           "PRESET is an id that 'dravo presets' lists, or the path of a file with one preset. What no "
+                           "option adjusts is as the preset has it."),
     .options = kPreviewOptions,
     .leastOperands = 1,
     .mostOperands = 3,

@@ -51,16 +51,18 @@ public:
 private:
     void collect(const DisplayDescription& display, const std::vector<DisplayId>& known,
                  std::vector<DisplayTable>& loads) {
-        if (!display.problem.empty()) return report(display.name + ": left alone: " + display.problem);
+        if (!display.problem.empty())
+            return report(filled(localized("%1$@: left alone: %2$@"), {display.name, localized(display.problem)}));
         auto table = server_.ownTable(display.id);
         if (!table) {
             worst_ = failForDisplays(context_, kRestoreCommand, table.error());
             return;
         }
         const bool isSaved = std::ranges::find(known, display.id) != known.end();
-        lines_.push_back(display.name + (isSaved             ? ": has its own table back, as saved"
-                                         : isNeutral(*table) ? ": has a neutral table"
-                                                             : ": has its colour profile's calibration"));
+        const std::string outcome = isSaved             ? localized("%@: has its own table back, as saved")
+                                    : isNeutral(*table) ? localized("%@: has a neutral table")
+                                                        : localized("%@: has its colour profile's calibration");
+        lines_.push_back(filled(outcome, {display.name}));
         loads.push_back({display.id, std::move(*table)});
     }
 
@@ -77,7 +79,7 @@ ExitCode runRestore(const Arguments&, CommandContext& context) {
     const auto isOff = context.runningInstance().switchOff();
     if (!isOff) return fail(context, kRestoreCommand, ExitCode::Refused, isOff.error().message);
     if (*isOff) {
-        context.out.write("The running Dravo has switched the filter off.\n");
+        context.out.write(localized("The running Dravo has switched the filter off.") + "\n");
         return ExitCode::Ok;
     }
     const auto server = context.displays();
@@ -93,11 +95,11 @@ constexpr const char* kRestoreUsages[] = {""};
 
 const Command kRestoreCommand{
     .name = "restore",
-    .summary = "Give every display back its own table",
+    .summary = textKey("Give every display back its own table"),
     .usages = kRestoreUsages,
     .description =
-        "A running Dravo is asked to switch off. When none runs, every display gets the table saved by an\n"
-        "earlier run that did not end cleanly, else its colour profile's calibration, else a neutral one.",
+        textKey("A running Dravo is asked to switch off. When none runs, every display gets the table saved by an "
+                "earlier run that did not end cleanly, else its colour profile's calibration, else a neutral one."),
     .run = runRestore,
 };
 

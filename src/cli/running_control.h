@@ -10,7 +10,8 @@
 namespace dravo::cli {
 
 /// The usual option of a command that changes something in the running Dravo.
-inline constexpr Option kStateJsonOption{"json", "", "Print the state afterwards, as 'dravo status --json' does"};
+inline constexpr Option kStateJsonOption{"json", "",
+                                         textKey("Print the state afterwards, as 'dravo status --json' does")};
 
 /// Says why the running Dravo could not be asked, or what it refused, and returns the exit code for it.
 [[nodiscard]] ExitCode failToControl(CommandContext& context, const Command& command, const Error& error);

@@ -28,7 +28,8 @@ ExitCode runSchedule(const Arguments& arguments, CommandContext& context) {
     const auto change = parseSchedule(wanted);
     if (!change) {
         return misused(context, kScheduleCommand,
-                       "a schedule is given as off, sun or two times such as 20:00-07:00, not " + quoted(wanted));
+                       filled(localized("a schedule is given as off, sun or two times such as 20:00-07:00, not %@"),
+                              {quoted(wanted)}));
     }
     return finishControl(kScheduleCommand, arguments, context, context.control().setSchedule(*change));
 }
@@ -40,11 +41,10 @@ constexpr Option kScheduleOptions[] = {kStateJsonOption};
 
 const Command kScheduleCommand{
     .name = "schedule",
-    .summary = "Filter at certain hours, or show at which",
+    .summary = textKey("Filter at certain hours, or show at which"),
     .usages = kScheduleUsages,
-    .description =
-        "Every day from the first time to the second, or from sunset to sunrise; 'off' leaves it to you. For\n"
-        "the sun Dravo has to know where you are: see 'dravo location'.",
+    .description = textKey("Every day from the first time to the second, or from sunset to sunrise; 'off' leaves it to "
+                           "you. For the sun Dravo has to know where you are: see 'dravo location'."),
     .options = kScheduleOptions,
     .mostOperands = 1,
     .run = runSchedule,

@@ -39,7 +39,7 @@ ExitCode runStatus(const Arguments& arguments, CommandContext& context) {
 
 constexpr const char* kStatusUsages[] = {"[--follow] [--json]"};
 constexpr Option kStatusOptions[] = {
-    {"follow", "", "Print a line now and one for each change, until Dravo ends"},
+    {"follow", "", textKey("Print a line now and one for each change, until Dravo ends")},
     kJsonOption,
 };
 
@@ -47,11 +47,10 @@ constexpr Option kStatusOptions[] = {
 
 const Command kStatusCommand{
     .name = "status",
-    .summary = "Show what the running Dravo does",
+    .summary = textKey("Show what the running Dravo does"),
     .usages = kStatusUsages,
-    .description =
-        "Times are local; --json gives them in UTC, and minutes of the local day for the schedule. What only\n"
-        "counts down is no change.",
+    .description = textKey("Times are local; --json gives them in UTC, and minutes of the local day for the schedule. "
+                           "What only counts down is no change."),
     .options = kStatusOptions,
     .run = runStatus,
 };

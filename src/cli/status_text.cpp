@@ -1,8 +1,10 @@
 #include "cli/status_text.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
+#include "base/localized.h"
 #include "base/shortest_text.h"
 #include "cli/text.h"
 
@@ -21,53 +23,78 @@ std::string instantText(WallTime instant, WallTime now, const Calendar& calendar
     return std::to_string(then.year) + "-" + twoDigits(then.month) + "-" + twoDigits(then.day) + " " + time;
 }
 
+std::string onOrOff(bool isOn) { return isOn ? localized("status.on", "on") : localized("status.off", "off"); }
+
 std::string filterText(const ControlState& state, WallTime now, const Calendar& calendar) {
-    if (state.isEnabled) return "on";
-    return state.pausedUntil ? "paused until " + instantText(*state.pausedUntil, now, calendar) : "off";
+    if (state.isEnabled || !state.pausedUntil) return onOrOff(state.isEnabled);
+    return filled(localized("status.paused", "paused until %@"), {instantText(*state.pausedUntil, now, calendar)});
+}
+
+std::string presetText(const ControlState& state) {
+    return state.isEdited ? filled(localized("status.edited", "%@ (edited)"), {state.preset}) : state.preset;
+}
+
+std::string nextChangeText(const ControlState::NextChange& change, WallTime now, const Calendar& calendar) {
+    const std::string form =
+        change.turnsOn ? localized("status.next_on", "on at %@") : localized("status.next_off", "off at %@");
+    return filled(form, {instantText(change.at, now, calendar)});
+}
+
+std::string hoursText(const ControlState& state) {
+    const auto& schedule = state.schedule;
+    if (!schedule.enabled) return onOrOff(false);
+    return schedule.mode == ScheduleMode::sunsetToSunrise ? localized("status.sun", "sun") : scheduleText(state);
 }
 
 std::string displayText(const DisplayDescription& display) {
-    return display.name + (display.problem.empty() ? " ready" : " unsupported: " + display.problem);
+    if (display.problem.empty()) return filled(localized("status.display_ready", "%@ ready"), {display.name});
+    return filled(localized("status.display_unsupported", "%1$@ unsupported: %2$@"),
+                  {display.name, localized(display.problem)});
 }
 
 std::string reminderText(const ControlState& state) {
-    return state.breaks.enabled ? "every " + std::to_string(state.breaks.intervalMinutes) + " minutes" : "off";
+    if (!state.breaks.enabled) return onOrOff(false);
+    const auto minutes = static_cast<std::uint64_t>(std::max(state.breaks.intervalMinutes, 0));
+    return filled(localizedCount("status.every", "every %lld minute", "every %lld minutes", minutes),
+                  {std::to_string(minutes)});
 }
 
-Rows rowsOf(const ControlState& state, WallTime now, const Calendar& calendar) {
-    Rows rows{{"filter", filterText(state, now, calendar)},
-              {"preset", state.preset + (state.isEdited ? " (edited)" : "")},
-              {"intensity", fixed(state.intensity, 2)},
-              {"dimming", fixed(state.dimming, 2)},
-              {"black point", fixed(state.blackPoint, 2)},
-              {"contrast", fixed(state.contrast, 2)},
-              {"melanopic light", "reduced by " + fixed(state.melanopicReduction, 0) + "%"},
-              {"schedule", scheduleText(state)}};
-    if (state.nextChange) {
-        rows.emplace_back("next change", std::string(state.nextChange->turnsOn ? "on" : "off") + " at " +
-                                             instantText(state.nextChange->at, now, calendar));
-    }
-    if (state.schedule.mode == ScheduleMode::sunsetToSunrise) rows.emplace_back("location", locationText(state));
-    rows.emplace_back("breaks", reminderText(state));
-    for (const auto& display : state.displays) rows.emplace_back("display", displayText(display));
+/// The breaks with their countdown, or without.
+enum class Countdown { shown, leftOut };
+
+Rows rowsOf(const ControlState& state, WallTime now, const Calendar& calendar, Countdown countdown) {
+    const auto figure = [](double value) { return fixed(value, 2); };
+    Rows rows{{localized("Filter"), filterText(state, now, calendar)},
+              {localized("Preset"), presetText(state)},
+              {localized("Intensity"), figure(state.intensity)},
+              {localized("Dimming"), figure(state.dimming)},
+              {localized("status.black_point", "Black point"), figure(state.blackPoint)},
+              {localized("Contrast"), figure(state.contrast)},
+              {localized("Melanopic light"),
+               filled(localized("status.reduced", "reduced by %@"), {percentText(state.melanopicReduction)})},
+              {localized("Schedule"), hoursText(state)}};
+    if (state.nextChange) rows.emplace_back(localized("Next change"), nextChangeText(*state.nextChange, now, calendar));
+    if (state.schedule.mode == ScheduleMode::sunsetToSunrise)
+        rows.emplace_back(localized("Location"), locationText(state));
+    rows.emplace_back(localized("Breaks"), countdown == Countdown::shown ? breaksText(state) : reminderText(state));
+    for (const auto& display : state.displays) rows.emplace_back(localized("Display"), displayText(display));
     return rows;
 }
 
 }  // namespace
 
 std::string statusText(const ControlState& state, WallTime now, const Calendar& calendar) {
-    constexpr std::size_t kLabelWidth = 17;
+    const Rows rows = rowsOf(state, now, calendar, Countdown::shown);
+    std::size_t width = 0;
+    for (const auto& [label, value] : rows) width = std::max(width, columnsOf(label));
     std::string text;
-    for (auto& [label, value] : rowsOf(state, now, calendar)) {
-        label[0] = static_cast<char>(label[0] - 'a' + 'A');
-        text += padded(label, kLabelWidth) + (label == "Breaks" ? breaksText(state) : value) + "\n";
-    }
+    for (const auto& [label, value] : rows) text += padded(label, width + 2) + value + "\n";
     return text;
 }
 
 std::string statusLine(const ControlState& state, WallTime now, const Calendar& calendar) {
     std::string line;
-    for (const auto& [label, value] : rowsOf(state, now, calendar)) {
+    for (const auto& [label, value] : rowsOf(state, now, calendar, Countdown::leftOut)) {
         line += (line.empty() ? "" : "; ") + label + " " + value;
     }
     return line;
@@ -82,27 +109,27 @@ std::string scheduleText(const ControlState& state) {
 
 std::string locationText(const ControlState& state) {
     const auto& [source, status, latitude, longitude] = state.location;
-    std::string text = latitude && longitude ? shortestText(*latitude) + " " + shortestText(*longitude) : "unknown";
-    switch (source) {
-        case LocationSource::typed:
-            return text + " (typed)";
-        case LocationSource::zone:
-            return text + " (approximate, from the time zone)";
-        case LocationSource::service:
-            break;
-    }
-    return text + " (location service" +
-           (status == "waiting"  ? ", which is being asked)"
-            : status == "denied" ? ", which gives no position)"
-                                 : ")");
+    const std::string place = latitude && longitude ? shortestText(*latitude) + " " + shortestText(*longitude)
+                                                    : localized("status.place_unknown", "unknown");
+    const auto from = [&](const std::string& form) { return filled(form, {place}); };
+    if (source == LocationSource::typed) return from(localized("status.place_typed", "%@ (typed)"));
+    if (source == LocationSource::zone)
+        return from(localized("status.place_zone", "%@ (approximate, from the time zone)"));
+    if (status == "waiting")
+        return from(localized("status.place_waiting", "%@ (location service, which is being asked)"));
+    if (status == "denied")
+        return from(localized("status.place_denied", "%@ (location service, which gives no position)"));
+    return from(localized("status.place_service", "%@ (location service)"));
 }
 
 std::string breaksText(const ControlState& state) {
     const auto& breaks = state.breaks;
-    if (breaks.breakSecondsLeft > 0) return "rest now, " + std::to_string(breaks.breakSecondsLeft) + " s";
+    if (breaks.breakSecondsLeft > 0)
+        return filled(localized("status.rest", "rest now, %@ s"), {std::to_string(breaks.breakSecondsLeft)});
     if (!breaks.enabled) return reminderText(state);
-    return reminderText(state) + ", next in " + std::to_string(breaks.secondsRemaining / 60) + ":" +
-           twoDigits(breaks.secondsRemaining % 60);
+    const std::string left =
+        std::to_string(breaks.secondsRemaining / 60) + ":" + twoDigits(breaks.secondsRemaining % 60);
+    return filled(localized("status.next_break", "%1$@, next in %2$@"), {reminderText(state), left});
 }
 
 }  // namespace dravo::cli

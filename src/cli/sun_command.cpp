@@ -45,26 +45,30 @@ std::string sunJson(const std::optional<SolarTimes>& times, const std::optional<
 }
 
 std::string sunText(const std::optional<ScheduleWindow>& window) {
-    if (!window) return "The sun does not cross the horizon on that day.\n";
-    return "Sunrise " + clockText(window->endMinutes) + ", sunset " + clockText(window->startMinutes) + "\n";
+    if (!window) return localized("The sun does not cross the horizon on that day.") + "\n";
+    return filled(localized("Sunrise %1$@, sunset %2$@"),
+                  {clockText(window->endMinutes), clockText(window->startMinutes)}) +
+           "\n";
 }
 
 ExitCode runSun(const Arguments& arguments, CommandContext& context) {
     const auto latitude = arguments.number("latitude");
     const auto longitude = arguments.number("longitude");
     if (latitude.has_value() != longitude.has_value()) {
-        return misused(context, kSunCommand, "--latitude and --longitude go together");
+        return misused(context, kSunCommand, localized("--latitude and --longitude go together"));
     }
     const auto dateText = arguments.text("date");
     const auto date = dateText ? parseDate(*dateText) : std::nullopt;
     if (dateText && !date) {
-        return misused(context, kSunCommand, "--date takes a day as YYYY-MM-DD, not " + quoted(*dateText));
+        return misused(context, kSunCommand,
+                       filled(localized("--date takes a day as YYYY-MM-DD, not %@"), {quoted(*dateText)}));
     }
     const auto zone = context.timeZone(arguments.text("time-zone"));
     if (!zone) return misused(context, kSunCommand, zone.error().message);
     auto position = latitude ? Result<Position>(Position{*latitude, *longitude}) : zone->position();
     if (!position) {
-        return misused(context, kSunCommand, position.error().message + "; give --latitude and --longitude");
+        return misused(context, kSunCommand,
+                       filled(localized("%@; give --latitude and --longitude"), {position.error().message}));
     }
     const WallTime day = date ? noonOf(*date, zone->calendar) : context.now();
     const auto window = SolarCalculator::scheduleWindow(day, zone->calendar, position->latitude, position->longitude);
@@ -75,10 +79,10 @@ ExitCode runSun(const Arguments& arguments, CommandContext& context) {
 
 constexpr const char* kSunUsages[] = {"[--latitude X --longitude Y] [OPTIONS]"};
 constexpr Option kSunOptions[] = {
-    {"latitude", "X", "Degrees north", Option::Kind::Number, -90, 90},
-    {"longitude", "Y", "Degrees east", Option::Kind::Number, -180, 180},
-    {"date", "YYYY-MM-DD", "The day instead of today", Option::Kind::Text},
-    {"time-zone", "NAME", "The time zone, e.g. Europe/Berlin, instead of the system's", Option::Kind::Text},
+    {"latitude", "X", textKey("Degrees north"), Option::Kind::Number, -90, 90},
+    {"longitude", "Y", textKey("Degrees east"), Option::Kind::Number, -180, 180},
+    {"date", "YYYY-MM-DD", textKey("The day instead of today"), Option::Kind::Text},
+    {"time-zone", "NAME", textKey("The time zone, e.g. Europe/Berlin, instead of the system's"), Option::Kind::Text},
     kJsonOption,
 };
 
@@ -86,12 +90,11 @@ constexpr Option kSunOptions[] = {
 
 const Command kSunCommand{
     .name = "sun",
-    .summary = "Show when the sun rises and sets",
+    .summary = textKey("Show when the sun rises and sets"),
     .usages = kSunUsages,
-    .description =
-        "Without a position, that of the time zone's principal place is taken. Times are local; --json gives\n"
-        "them in UTC, with the minutes of the local day at which a filter from sunset to sunrise begins and\n"
-        "ends, or null when the sun does not cross the horizon.",
+    .description = textKey("Without a position, that of the time zone's principal place is taken. Times are local; "
+                           "--json gives them in UTC, with the minutes of the local day at which a filter from sunset "
+                           "to sunrise begins and ends, or null when the sun does not cross the horizon."),
     .options = kSunOptions,
     .run = runSun,
 };

@@ -24,16 +24,16 @@ constexpr Option kPlainOptions[] = {kStateJsonOption};
 
 const Command kToggleCommand{
     .name = "toggle",
-    .summary = "Switch the filter on or off",
+    .summary = textKey("Switch the filter on or off"),
     .usages = kPlainUsages,
-    .description = "Holds until the schedule's next change, as 'on' and 'off' do.",
+    .description = textKey("Holds until the schedule's next change, as 'on' and 'off' do."),
     .options = kPlainOptions,
     .run = runCall<kToggleCommand, &ControlClient::toggle>,
 };
 
 const Command kOnCommand{
     .name = "on",
-    .summary = "Switch the filter on",
+    .summary = textKey("Switch the filter on"),
     .usages = kPlainUsages,
     .options = kPlainOptions,
     .run = runCall<kOnCommand, &ControlClient::switchOn>,
@@ -41,36 +41,37 @@ const Command kOnCommand{
 
 const Command kOffCommand{
     .name = "off",
-    .summary = "Switch the filter off",
+    .summary = textKey("Switch the filter off"),
     .usages = kPlainUsages,
-    .description = "In a pause it drops the pause, and the filter stays off.",
+    .description = textKey("In a pause it drops the pause, and the filter stays off."),
     .options = kPlainOptions,
     .run = runCall<kOffCommand, &ControlClient::switchOff>,
 };
 
 const Command kResumeCommand{
     .name = "resume",
-    .summary = "End a pause",
+    .summary = textKey("End a pause"),
     .usages = kPlainUsages,
-    .description = "Without a pause it changes nothing.",
+    .description = textKey("Without a pause it changes nothing."),
     .options = kPlainOptions,
     .run = runCall<kResumeCommand, &ControlClient::resume>,
 };
 
 const Command kPanelCommand{
     .name = "panel",
-    .summary = "Open the running Dravo's panel",
+    .summary = textKey("Open the running Dravo's panel"),
     .usages = kPlainUsages,
-    .description = "Does what a second start of Dravo does. One that runs without a window has no panel to open.",
+    .description =
+        textKey("Does what a second start of Dravo does. One that runs without a window has no panel to open."),
     .options = kPlainOptions,
     .run = runCall<kPanelCommand, &ControlClient::activate>,
 };
 
 const Command kQuitCommand{
     .name = "quit",
-    .summary = "End the running Dravo",
+    .summary = textKey("End the running Dravo"),
     .usages = kQuitUsages,
-    .description = "Returns when it has ended and every display has its own table back.",
+    .description = textKey("Returns when it has ended and every display has its own table back."),
     .run = runQuit,
 };
 

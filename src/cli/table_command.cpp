@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <array>
 #include <string>
 
 #include "cli/arguments.h"
@@ -16,13 +18,21 @@ constexpr std::size_t kStep = 15;
 
 std::string tableListing(const GammaTable& table) {
     constexpr int kDecimals = 4;
-    std::string result = "level     red   green    blue\n";
+    const std::array<std::string, 4> headings{localized("table.level", "level"), localized("table.red", "red"),
+                                              localized("table.green", "green"), localized("table.blue", "blue")};
+    constexpr std::array<std::size_t, 4> kLeastWidths{5, 8, 8, 8};
+    std::array<std::size_t, 4> widths{};
+    std::string result;
+    for (std::size_t i = 0; i < headings.size(); ++i) {
+        widths[i] = std::max(kLeastWidths[i], columnsOf(headings[i]) + (i > 0 ? 2 : 0));
+        result += paddedInFront(headings[i], widths[i]);
+    }
+    result += "\n";
     for (std::size_t i = 0; i < table.size(); i += kStep) {
-        const std::string level = std::to_string(i);
-        result += std::string(5 - level.size(), ' ') + level;
-        for (const float output : {table.red[i], table.green[i], table.blue[i]}) {
-            result += "  " + fixed(static_cast<double>(output), kDecimals);
-        }
+        result += paddedInFront(std::to_string(i), widths[0]);
+        const std::array<float, 3> outputs{table.red[i], table.green[i], table.blue[i]};
+        for (std::size_t channel = 0; channel < outputs.size(); ++channel)
+            result += paddedInFront(fixed(static_cast<double>(outputs[channel]), kDecimals), widths[channel + 1]);
         result += "\n";
     }
     return result;
@@ -43,11 +53,11 @@ constexpr Option kTableOptions[] = {kIntensityOption, kDimmingOption, kBlackPoin
 
 const Command kTableCommand{
     .name = "table",
-    .summary = "Show the transfer table of a preset",
+    .summary = textKey("Show the transfer table of a preset"),
     .usages = kTableUsages,
     .description =
-        "PRESET is an id that 'dravo presets' lists, or the path of a file with one preset. What no option\n"
-        "adjusts is as the preset has it. Every 15th of the 256 levels is shown; --json gives all.",
+        textKey("PRESET is an id that 'dravo presets' lists, or the path of a file with one preset. What no option "
+                "adjusts is as the preset has it. Every 15th of the 256 levels is shown; --json gives all."),
     .options = kTableOptions,
     .leastOperands = 1,
     .mostOperands = 1,

@@ -4,8 +4,12 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <iterator>
 #include <numeric>
+#include <utility>
 #include <vector>
+
+#include "base/localized.h"
 
 namespace dravo::cli {
 
@@ -25,6 +29,49 @@ std::size_t editDistance(std::string_view from, std::string_view to) {
         }
     }
     return rows.back().back();
+}
+
+struct CharacterRange {
+    char32_t first;
+    char32_t last;
+};
+
+bool isIn(std::span<const CharacterRange> ranges, char32_t character) {
+    return std::ranges::any_of(
+        ranges, [&](const CharacterRange& range) { return character >= range.first && character <= range.last; });
+}
+
+/// The first character of `text`, which loses it. A byte that begins none counts as one.
+char32_t takeCharacter(std::string_view& text) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const std::size_t length = byte(0) < 0xc0 ? 1 : byte(0) < 0xe0 ? 2 : byte(0) < 0xf0 ? 3 : 4;
+    if (length == 1 || length > text.size()) {
+        const char32_t character = byte(0);
+        text.remove_prefix(1);
+        return character;
+    }
+    char32_t character = byte(0) & (0xffU >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i) character = character << 6 | (byte(i) & 0x3fU);
+    text.remove_prefix(length);
+    return character;
+}
+
+std::size_t columnsOf(char32_t character) {
+    // Chinese, Japanese and Korean characters and their punctuation.
+    static constexpr CharacterRange kWide[] = {{0x1100, 0x115f}, {0x2e80, 0xa4cf},  {0xac00, 0xd7a3},
+                                               {0xf900, 0xfaff}, {0xfe30, 0xfe6f},  {0xff00, 0xff60},
+                                               {0xffe0, 0xffe6}, {0x20000, 0x3fffd}};
+    // Marks above and below letters, and what only directs the text.
+    static constexpr CharacterRange kNone[] = {{0x300, 0x36f},   {0x64b, 0x65f},   {0x670, 0x670},
+                                               {0x200b, 0x200f}, {0x202a, 0x202e}, {0x2066, 0x2069}};
+    return isIn(kWide, character) ? 2 : isIn(kNone, character) ? 0 : 1;
+}
+
+/// Punctuation that a line does not begin with.
+bool neverBegins(char32_t character) {
+    static constexpr char32_t kClosing[] = {U'、', U'。', U'，', U'．', U'：', U'；', U'！', U'？', U'）', U'」',
+                                            U'』', U'”',  U'’',  U'ー', U',',  U'.',  U':',  U';',  U')',  U'\''};
+    return std::ranges::find(kClosing, character) != std::end(kClosing);
 }
 
 std::string lowered(std::string_view text) {
@@ -72,21 +119,76 @@ std::optional<int> parseClock(std::string_view text) {
 
 std::string quoted(std::string_view text) {
     constexpr std::size_t kLongest = 200;
-    std::string result = "'";
+    std::string result;
     for (const char c : text.substr(0, kLongest)) {
         const auto byte = static_cast<unsigned char>(c);
         result += byte < 0x20 || byte == 0x7f ? '?' : c;
     }
-    return result + (text.size() > kLongest ? "...'" : "'");
+    return filled(localized("cli.quoted", "'%@'"), {text.size() > kLongest ? result + "..." : result});
+}
+
+std::string withGuess(std::string_view complaint, std::string_view meant) {
+    return filled(localized("%1$@; did you mean '%2$@'?"), {complaint, meant});
+}
+
+std::string withHint(std::string_view complaint, std::string_view helpCommand) {
+    return filled(localized("%1$@ (see '%2$@')"), {complaint, helpCommand});
+}
+
+std::string percentText(double percent) { return filled(localized("cli.percent", "%@%"), {fixed(percent, 0)}); }
+
+std::size_t columnsOf(std::string_view text) {
+    std::size_t columns = 0;
+    while (!text.empty()) columns += columnsOf(takeCharacter(text));
+    return columns;
+}
+
+std::string wrapped(std::string_view text, std::size_t width) {
+    std::string result;
+    std::size_t column = 0;
+    std::string word;
+    bool isSpaced = false;
+    const auto endWord = [&] {
+        if (word.empty()) return;
+        const std::size_t columns = columnsOf(word);
+        const bool fits = column + (isSpaced ? 1 : 0) + columns <= width;
+        if (column > 0 && !fits) {
+            result += '\n';
+            column = 0;
+        } else if (column > 0 && isSpaced) {
+            result += ' ';
+            ++column;
+        }
+        result += std::exchange(word, {});
+        column += columns;
+        isSpaced = false;
+    };
+    bool mayBreak = false;
+    while (!text.empty()) {
+        const auto start = text;
+        const char32_t character = takeCharacter(text);
+        if (character == ' ') {
+            endWord();
+            isSpaced = true;
+            continue;
+        }
+        const bool isWide = columnsOf(character) > 1;
+        if ((mayBreak || isWide) && !neverBegins(character)) endWord();
+        mayBreak = isWide;
+        word += start.substr(0, start.size() - text.size());
+    }
+    endWord();
+    return result;
 }
 
 std::string padded(std::string_view text, std::size_t width) {
-    std::string result(text);
-    // Bytes that continue a UTF-8 character take no column of their own.
-    const auto columns = static_cast<std::size_t>(
-        std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xc0) != 0x80; }));
-    if (columns < width) result.append(width - columns, ' ');
-    return result;
+    const std::size_t columns = columnsOf(text);
+    return std::string(text) + std::string(width > columns ? width - columns : 0, ' ');
+}
+
+std::string paddedInFront(std::string_view text, std::size_t width) {
+    const std::size_t columns = columnsOf(text);
+    return std::string(width > columns ? width - columns : 0, ' ') + std::string(text);
 }
 
 std::string_view nearest(std::string_view typed, std::span<const std::string_view> candidates) {

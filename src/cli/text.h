@@ -22,11 +22,27 @@ namespace dravo::cli {
 /// "20:05", or "7:30", as minutes of the day.
 [[nodiscard]] std::optional<int> parseClock(std::string_view text);
 
-/// `text` in single quotes, control characters replaced: whatever a person typed, the message stays one line.
+/// `text` in the language's quotes, control characters replaced: whatever a person typed, the message stays one line.
 [[nodiscard]] std::string quoted(std::string_view text);
 
-/// `text` filled up with spaces to `width` characters.
+/// A complaint with what was probably meant, and with the command that says more: "...; did you mean 'toggle'?" and
+/// "... (see 'dravo --help')".
+[[nodiscard]] std::string withGuess(std::string_view complaint, std::string_view meant);
+[[nodiscard]] std::string withHint(std::string_view complaint, std::string_view helpCommand);
+
+/// 42.4 as "42%", or as the language writes it.
+[[nodiscard]] std::string percentText(double percent);
+
+/// The columns that `text` takes in a terminal. REQUIRES: UTF-8.
+[[nodiscard]] std::size_t columnsOf(std::string_view text);
+
+/// `text` in lines of at most `width` columns, broken between words, or where the language has none between characters.
+/// A longer word has a line of its own. No line break at the end.
+[[nodiscard]] std::string wrapped(std::string_view text, std::size_t width);
+
+/// `text` filled up with spaces to `width` columns; the second one in front of it.
 [[nodiscard]] std::string padded(std::string_view text, std::size_t width);
+[[nodiscard]] std::string paddedInFront(std::string_view text, std::size_t width);
 
 /// The candidate that `typed` was probably meant to be: few typing errors away. Empty when nothing is near.
 [[nodiscard]] std::string_view nearest(std::string_view typed, std::span<const std::string_view> candidates);

@@ -75,8 +75,8 @@ TEST(CommandLineTest, HelpsWithEveryCommandAndAllItsOptions) {
 
 /// The operands joined by "|", then "name=value" for each option that was given.
 std::string understood(std::vector<std::string> words) {
-    static constexpr cli::Option kOptions[] = {{"level", "X", "", cli::Option::Kind::Number, -10, 10},
-                                               {"name", "TEXT", "", cli::Option::Kind::Text},
+    static constexpr cli::Option kOptions[] = {{"level", "X", {}, cli::Option::Kind::Number, -10, 10},
+                                               {"name", "TEXT", {}, cli::Option::Kind::Text},
                                                {"flag"}};
     const cli::Command command{.name = "command", .options = kOptions, .mostOperands = 9};
     std::vector<char*> argv;

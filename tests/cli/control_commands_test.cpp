@@ -210,6 +210,30 @@ TEST_F(ControlCommandsTest, ShowTheStateToAProgram) {
               "\n");
 }
 
+TEST_F(ControlCommandsTest, SpeakThePersonsLanguageButNotInJson) {
+    struct Foreign : Localizer {
+        std::string text(std::string_view, std::string_view english) const override {
+            return "<" + std::string(english) + ">";
+        }
+    } foreign;
+    runs();
+    const std::vector<std::vector<std::string>> forPeople{
+        {"status"},        {"location"},          {"break"},  {"displays"},    {"presets"}, {"sun"},
+        {"table", "fl41"}, {"melanopic", "fl41"}, {"--help"}, {"help", "set"}, {"togle"}};
+    for (const bool isJson : {false, true}) {
+        for (auto words : forPeople) {
+            if (isJson && (words[0] == "--help" || words[0] == "help" || words[0] == "togle")) continue;
+            if (isJson) words.emplace_back("--json");
+            const Outcome english = world.run(words);
+            installLocalizer(&foreign);
+            const Outcome translated = world.run(words);
+            installLocalizer(nullptr);
+            EXPECT_EQ(translated.code, english.code) << words[0];
+            EXPECT_EQ(translated.out + translated.err == english.out + english.err, isJson) << translated.out;
+        }
+    }
+}
+
 TEST_F(ControlCommandsTest, FollowPrintsALineForEachChangeButNoneForACountdown) {
     runs();
     ControlState later = filtering();
@@ -221,8 +245,8 @@ TEST_F(ControlCommandsTest, FollowPrintsALineForEachChangeButNoneForACountdown) 
               controlStateJson(filtering()) + "\n" + controlStateJson(off) + "\n");
     const std::string lines = world.run({"status", "--follow"}).out;
     EXPECT_EQ(std::ranges::count(lines, '\n'), 2) << lines;
-    EXPECT_TRUE(lines.starts_with("filter on; preset fl41 (edited); intensity 0.60; ")) << lines;
-    EXPECT_NE(lines.find("\nfilter off; "), std::string::npos) << lines;
+    EXPECT_TRUE(lines.starts_with("Filter on; Preset fl41 (edited); Intensity 0.60; ")) << lines;
+    EXPECT_NE(lines.find("\nFilter off; "), std::string::npos) << lines;
 }
 
 }  // namespace
