@@ -1,5 +1,6 @@
 #include "ui/views/preset_files.h"
 
+#include <QDir>
 #include <QFileDialog>
 
 #include "base/files.h"
@@ -19,6 +20,7 @@ void ask(QWidget* panel, const QString& title, QFileDialog::AcceptMode mode,
     dialog->setOption(QFileDialog::DontUseNativeDialog);
     dialog->setNameFilters({text("Presets (*.json)"), text("All files (*)")});
     dialog->setDefaultSuffix(QStringLiteral("json"));
+    dialog->setDirectory(QDir::homePath());
     dialog->setAcceptMode(mode);
     dialog->setFileMode(mode == QFileDialog::AcceptOpen ? QFileDialog::ExistingFile : QFileDialog::AnyFile);
     QObject::connect(dialog, &QFileDialog::fileSelected, panel, [chosen = std::move(onChosen)](const QString& file) {
