@@ -21,6 +21,19 @@ TEST(GrayscaleSwitchTest, UndoesOnlyWhatItSwitchedOn) {
     EXPECT_TRUE(desktop.isGray) << "the person's own choice";
 }
 
+TEST(GrayscaleSwitchTest, SuccessorUndoesWhatItsPredecessorSwitchedOn) {
+    memory::MemoryGrayscale desktop;
+    GrayscaleSwitch before(desktop);
+    before.set(true);
+    EXPECT_TRUE(before.isOurs());
+    GrayscaleSwitch successor(desktop);
+    successor.takeOver();
+    successor.set(true);
+    EXPECT_TRUE(desktop.isGray);
+    successor.set(false);
+    EXPECT_FALSE(desktop.isGray);
+}
+
 TEST(GrayscaleSwitchTest, SpendsNothingOnEqualRequests) {
     memory::MemoryGrayscale desktop;
     GrayscaleSwitch grayscale(desktop);

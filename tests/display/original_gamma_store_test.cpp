@@ -66,6 +66,23 @@ TEST(OriginalGammaStoreTest, TriesAgainAfterTheDisplaysCouldNotBeListed) {
     EXPECT_EQ(saved(homeFile(world)).size(), 1U);
 }
 
+TEST(OriginalGammaStoreTest, SuccessorKeepsWhatIsOnScreenAndKnowsWhatToGiveBack) {
+    EngineWorld world({256, 1024});
+    world.run->launch(kDark);
+    world.desk.log.clear();
+    auto& successor = world.crashAndStart();
+    successor.store.continueRun();
+    successor.store.saveIfAbsent();
+    successor.applicator->apply(kDark, Fade::none);
+    successor.batch.commit();
+    for (const auto& write : world.desk.log) EXPECT_EQ(write.levels, toLevels(kDark, write.levels.size()));
+    EXPECT_TRUE(world.shows(kDark));
+    EXPECT_EQ(saved(homeFile(world)).size(), 2U);
+    ASSERT_TRUE(successor.quit());
+    EXPECT_TRUE(world.showsOwn(0) && world.showsOwn(1));
+    EXPECT_FALSE(std::filesystem::exists(homeFile(world)));
+}
+
 TEST(OriginalGammaStoreTest, RestoresAfterACrashAndCarriesAbsentDisplaysOver) {
     EngineWorld world({256, 1024});
     world.run->launch(kDark);
