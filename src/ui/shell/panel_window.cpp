@@ -86,10 +86,11 @@ void PanelWindow::show() {
     content_.widget->setVisible(true);
     fitToContent();
     hideFromTaskBars(winId());
+    // From the first moment that a press can find the panel open: drawing it the first time takes a while.
+    outsidePress_.setWatching(true);
     setVisible(true);
     raise();
     activateWindow();
-    outsidePress_.setWatching(true);
 }
 
 void PanelWindow::close() {
