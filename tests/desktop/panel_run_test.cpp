@@ -71,9 +71,17 @@ std::optional<XWindows::Window> PanelRunTest::menu() {
 }
 
 void PanelRunTest::clickIcon(Button button) {
-    const auto place = iconPlace();
-    ASSERT_TRUE(place) << "the icon is not there";
+    std::optional<Place> place;
+    ASSERT_TRUE(soon([&] { return (place = iconPlace()).has_value(); })) << "the icon is not there";
     pointer_->click(*place, button);
+}
+
+bool PanelRunTest::openFromNewIcon() {
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        clickIcon();
+        if (waitUntil([&] { return isPanelOpen(); }, kPatience / 5)) return soonIsOpen();
+    }
+    return false;
 }
 
 void PanelRunTest::click(const std::string& name) {

@@ -54,6 +54,8 @@ protected:
     [[nodiscard]] std::optional<XWindows::Window> menu();
 
     void clickIcon(Button button = Button::left);
+    /// Clicks the icon until the panel is open: a host that has just started loses clicks.
+    bool openFromNewIcon();
     /// Clicks the middle of the panel's control of this name.
     void click(const std::string& name);
     void press(std::uint8_t keycode) { keyboard_->press({keycode}); }

@@ -106,16 +106,20 @@ std::string XWindows::focusedProgram() {
     return {};
 }
 
-bool XWindows::isBlank(const Box& box) {
+std::vector<std::uint32_t> XWindows::picture(const Box& box) {
     auto* const c = connection_.get();
     const auto cookie = xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, root_, static_cast<std::int16_t>(box.x),
                                       static_cast<std::int16_t>(box.y), static_cast<std::uint16_t>(box.width),
                                       static_cast<std::uint16_t>(box.height), ~0U);
     const Owned<xcb_get_image_reply_t> image(xcb_get_image_reply(c, cookie, nullptr));
-    if (!image) return true;
+    if (!image) return {};
     const auto* const first = reinterpret_cast<const std::uint32_t*>(xcb_get_image_data(image.get()));
-    const auto* const end = first + xcb_get_image_data_length(image.get()) / 4;
-    return std::all_of(first, end, [&](std::uint32_t pixel) { return pixel == *first; });
+    return {first, first + xcb_get_image_data_length(image.get()) / 4};
+}
+
+bool XWindows::isBlank(const Box& box) {
+    const auto pixels = picture(box);
+    return std::ranges::all_of(pixels, [&](std::uint32_t pixel) { return pixel == pixels.front(); });
 }
 
 bool XWindows::areManaged() {

@@ -2,6 +2,7 @@
 
 #include <xcb/xcb.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -47,6 +48,8 @@ public:
     [[nodiscard]] std::vector<Window> of(const std::string& program);
     /// The program that keys go to; empty where it does not say.
     [[nodiscard]] std::string focusedProgram();
+    /// What the screen shows there, one value for each pixel, row by row.
+    [[nodiscard]] std::vector<std::uint32_t> picture(const Box& box);
     /// Whether the screen has a single colour there.
     [[nodiscard]] bool isBlank(const Box& box);
     /// Whether a window manager has said that it is ready.
