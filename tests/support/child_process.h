@@ -61,7 +61,7 @@ public:
     /// How it ended; nothing while it runs.
     [[nodiscard]] std::optional<ExitStatus> exitStatus();
     /// The same, waiting for the end; nothing when `patience` is over.
-    std::optional<ExitStatus> waitForExit(std::chrono::milliseconds patience = kPatience);
+    std::optional<ExitStatus> waitForExit(std::chrono::milliseconds patience = kPatienceForAnEnd);
 
     /// What it has written so far.
     [[nodiscard]] std::string standardOutput() const { return contentOf(output_ / "stdout"); }
