@@ -31,5 +31,5 @@ endif()
 
 find_package(Qt6 6.4 QUIET COMPONENTS DBus Svg Widgets)
 if(NOT Qt6_FOUND)
-  message(FATAL_ERROR "Qt 6.4 with Widgets and Svg is missing. On Debian: apt install qt6-base-dev libqt6svg6-dev")
+  message(FATAL_ERROR "Qt 6.4 with Widgets and Svg is missing. On Debian: apt install qt6-base-dev qt6-svg-dev")
 endif()
