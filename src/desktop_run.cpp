@@ -1,5 +1,6 @@
 #include "desktop_run.h"
 
+#include "base/localized.h"
 #include "platform/posix/program_module.h"
 
 namespace dravo {
@@ -9,7 +10,9 @@ Result<std::unique_ptr<DesktopRun>> DesktopRun::create(const DesktopRunParts& pa
     if (!found) return found.error();
     const auto entry = reinterpret_cast<DesktopModuleEntry>(*found);
     std::unique_ptr<DesktopShell> shell(entry(DRAVO_VERSION, {parts.loop, parts.panel, parts.onServerLoss}));
-    if (!shell) return Error{ErrorCode::Unsupported, "dravo-desktop.so belongs to another version of Dravo"};
+    if (!shell)
+        return Error{ErrorCode::Unsupported,
+                     filled(localized("%@ belongs to another version of Dravo"), {"dravo-desktop.so"})};
     return std::unique_ptr<DesktopRun>(new DesktopRun(std::move(shell), parts));
 }
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/localized.h"
 #include "base/report.h"
 #include "platform/freedesktop/bus_control_client.h"
 
@@ -46,16 +47,17 @@ bool FilterRun::takeLock() {
         wakeOther(lock.error().nativeCode);
         return false;
     }
-    reportOnce("no-lock", lock.error().message + "; a second Dravo would not be noticed");
+    reportOnce("no-lock", filled(localized("%@; a second Dravo would not be noticed"), {lock.error().message}));
     return true;
 }
 
 void FilterRun::wakeOther(int holder) {
     if (freedesktop::BusControlClient().activate()) {
-        std::puts("Dravo is running already.");
+        std::puts(localized("Dravo is running already.").c_str());
         return;
     }
-    std::fprintf(stderr, "dravo: Dravo is already running (process %d)\n", holder);
+    const std::string refusal = filled(localized("Dravo is already running (process %@)"), {std::to_string(holder)});
+    std::fprintf(stderr, "dravo: %s\n", refusal.c_str());
     failure_ = cli::ExitCode::Refused;
 }
 
@@ -65,7 +67,7 @@ bool FilterRun::connect() {
         server_ = std::move(*server);
         return true;
     }
-    std::fprintf(stderr, "dravo: %s\n", server.error().message.c_str());
+    std::fprintf(stderr, "dravo: %s\n", localized(server.error().message).c_str());
     failure_ = cli::ExitCode::NoDisplayServer;
     return false;
 }
@@ -143,7 +145,7 @@ void FilterRun::startDesktop() {
     if (desktop) {
         desktop_ = std::move(*desktop);
     } else {
-        reportOnce("no-desktop", "there is no panel: " + desktop.error().message);
+        reportOnce("no-desktop", filled(localized("there is no panel: %@"), {desktop.error().message}));
     }
 }
 
@@ -173,14 +175,15 @@ void FilterRun::relaunch() {
                             filterState_->runningState()};
     const auto failure = posix::replaceProgram(kHandOverVariable, encodeHandOver(handOver));
     if (lock_) lock_->bequeath(false);
-    std::fprintf(stderr, "dravo: cannot start again: %s\n", failure.message.c_str());
+    const std::string told = filled(localized("cannot start again: %@"), {failure.message});
+    std::fprintf(stderr, "dravo: %s\n", told.c_str());
 }
 
 void FilterRun::serverIsGone() {
     guard_.standStillIfEnding();  // it was the guard that took the connection away
     filterState_->saveNow();
     defaults_.flush();
-    std::fputs("dravo: the X server is gone\n", stderr);
+    std::fprintf(stderr, "dravo: %s\n", localized("the X server is gone").c_str());
     loop_.quit(static_cast<int>(cli::ExitCode::NoDisplayServer));
 }
 

@@ -56,11 +56,6 @@ inline constexpr const char* kIsOff = "off";
 /// REQUIRES: `TerminationGuard::blockSignals` came first in `main`.
 class FilterRun {
 public:
-    FilterRun() { installLocalizer(&texts_); }
-    ~FilterRun() { installLocalizer(nullptr); }
-    FilterRun(const FilterRun&) = delete;
-    FilterRun& operator=(const FilterRun&) = delete;
-
     /// Runs until somebody ends it. A second start hands over to the first and ends at once.
     cli::ExitCode run(RunKind kind);
 
@@ -93,6 +88,7 @@ private:
     gettext::CatalogueLocalizer texts_{
         gettext::CatalogueLocalizer::programFolder(),
         [choice = AppLanguage::current(preferences_)] { return interfaceLocaleFor(choice, std::getenv); }};
+    InstalledLocalizer installedTexts_{texts_};
     posix::SystemCalendar calendar_{&loop_};
     freedesktop::Bus sessionBus_{loop_, loop_, freedesktop::Bus::Kind::session};
     freedesktop::Bus systemBus_{loop_, loop_, freedesktop::Bus::Kind::system};

@@ -16,6 +16,7 @@
 #include "app/interface_locale.h"
 #include "base/data_folder.h"
 #include "base/files.h"
+#include "base/localized.h"
 #include "base/report.h"
 #include "base/unique_fd.h"
 #include "cli/command_context.h"
@@ -79,7 +80,7 @@ public:
         constexpr int kPatience = 5000;
         pollfd end{process.get(), POLLIN, 0};
         if (process && ::poll(&end, 1, kPatience) == 0)
-            return Error{ErrorCode::Busy, "Dravo has been asked to end and does not"};
+            return Error{ErrorCode::Busy, localized("Dravo has been asked to end and does not")};
         return {};
     }
 
@@ -87,7 +88,7 @@ public:
 
 private:
     static Error refused(const std::string& why) {
-        return {ErrorCode::PermissionDenied, "the running Dravo cannot switch off: " + why};
+        return {ErrorCode::PermissionDenied, filled(localized("the running Dravo cannot switch off: %@"), {why})};
     }
 
     const DataFolder& folder_;
@@ -120,7 +121,7 @@ public:
             std::error_code ignored;
             ::setenv("TZ", std::string(*name).c_str(), 1);
             if (!std::filesystem::is_regular_file(posix::zoneFile(), ignored)) {
-                return Error{ErrorCode::NotFound, "there is no time zone '" + std::string(*name) + "'"};
+                return Error{ErrorCode::NotFound, filled(localized("there is no time zone '%@'"), {*name})};
             }
         }
         return cli::TimeZone{calendar_, []() -> Result<Position> {
@@ -153,7 +154,8 @@ public:
             return lock.error();
         } else {
             // A broken home is no reason to leave the displays tinted.
-            reportOnce("no-lock", lock.error().message + "; a Dravo started now would not be noticed");
+            reportOnce("no-lock",
+                       filled(localized("%@; a Dravo started now would not be noticed"), {lock.error().message}));
         }
         return &saved;
     }
@@ -178,7 +180,7 @@ int runCommand(int argc, char** argv) {
     CommandWorld world;
     const gettext::CatalogueLocalizer texts(gettext::CatalogueLocalizer::programFolder(),
                                             [&] { return interfaceLocaleFor(world.language(), std::getenv); });
-    installLocalizer(&texts);
+    const InstalledLocalizer installed(texts);
     cli::CommandContext context{
         .out = out,
         .err = err,
@@ -192,9 +194,7 @@ int runCommand(int argc, char** argv) {
         .savedTables = [&](DisplayServer& server) { return world.savedTables(server); },
         .pictures = [] { return pictures::loadPictureModule(DRAVO_VERSION); },
     };
-    const auto code = cli::runCommandLine(argc, argv, context);
-    installLocalizer(nullptr);
-    return static_cast<int>(code);
+    return static_cast<int>(cli::runCommandLine(argc, argv, context));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "base/localized.h"
 #include "base/shortest_text.h"
 #include "filter/model/adjustment_ranges.h"
 
@@ -18,8 +19,8 @@ constexpr AdjustmentRange kBreakInterval{1, 24 * 60};
 template <typename Number>
 Result<void> within(std::string_view name, const std::optional<Number>& value, const AdjustmentRange& range) {
     if (!value || range.contains(static_cast<double>(*value))) return {};
-    return Error{ErrorCode::InvalidInput,
-                 std::string(name) + " lies from " + shortestText(range.lowest) + " to " + shortestText(range.highest)};
+    return Error{ErrorCode::InvalidInput, filled(localized("%1$@ lies from %2$@ to %3$@"),
+                                                 {name, shortestText(range.lowest), shortestText(range.highest)})};
 }
 
 /// The first refusal, if there is one.
@@ -34,7 +35,7 @@ Result<void> allOf(std::initializer_list<Result<void>> results) {
 Result<void> validate(const PauseLength& length) {
     const auto* span = std::get_if<std::chrono::seconds>(&length);
     if (!span || (*span >= 1s && *span <= kLongestPause)) return {};
-    return Error{ErrorCode::InvalidInput, "a pause lasts from one second to 366 days"};
+    return Error{ErrorCode::InvalidInput, localized("a pause lasts from one second to 366 days")};
 }
 
 Result<void> validate(const AdjustmentChange& change) {

@@ -1,5 +1,7 @@
 #include "app/display_problems.h"
 
+#include "base/localized.h"
+
 namespace dravo {
 
 std::vector<std::string> displayProblems(DisplayServer& displays) {
@@ -7,7 +9,7 @@ std::vector<std::string> displayProblems(DisplayServer& displays) {
     const auto descriptions = displays.describeDisplays();
     if (!descriptions) return lines;
     for (const auto& display : *descriptions)
-        if (!display.problem.empty()) lines.push_back(display.name + ": " + display.problem);
+        if (!display.problem.empty()) lines.push_back(display.name + ": " + localized(display.problem));
     return lines;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/localized.h"
 #include "filter/model/preset_exchange.h"
 #include "filter/model/preset_json.h"
 
@@ -105,9 +106,10 @@ Result<void> FilterControl::switchOff() {
 Result<void> FilterControl::pause(const PauseLength& length) {
     auto& filter = parts_.filterState;
     if (!filter.isEnabled && !filter.pausedUntil.get())
-        return Error{ErrorCode::InvalidInput, "the filter is off; there is nothing to pause"};
+        return Error{ErrorCode::InvalidInput, localized("the filter is off; there is nothing to pause")};
     const WallTime end = endOf(length);
-    if (end <= parts_.scheduler.now()) return Error{ErrorCode::InvalidInput, "the pause would end in the past"};
+    if (end <= parts_.scheduler.now())
+        return Error{ErrorCode::InvalidInput, localized("the pause would end in the past")};
     filter.pause(end);
     return {};
 }
@@ -126,7 +128,7 @@ Result<void> FilterControl::resume() {
 
 Result<void> FilterControl::selectPreset(const std::string& id) {
     const auto preset = parts_.filterState.findPreset(id);
-    if (!preset) return Error{ErrorCode::NotFound, "no preset has the id \"" + id + "\""};
+    if (!preset) return Error{ErrorCode::NotFound, filled(localized("no preset has the id \"%@\""), {id})};
     parts_.filterState.selectedPreset = *preset;
     return {};
 }
@@ -200,7 +202,8 @@ Result<std::string> FilterControl::exportPresets(const std::vector<std::string>&
     std::vector<FilterPreset> chosen;
     for (const auto& id : ids) {
         const auto found = std::ranges::find(presets, id, &FilterPreset::id);
-        if (found == presets.end()) return Error{ErrorCode::NotFound, "no preset of yours has the id \"" + id + "\""};
+        if (found == presets.end())
+            return Error{ErrorCode::NotFound, filled(localized("no preset of yours has the id \"%@\""), {id})};
         chosen.push_back(*found);
     }
     return encodePresets(chosen);

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <system_error>
 
+#include "base/localized.h"
+#include "base/system_reason.h"
 #include "base/unique_fd.h"
 
 namespace dravo {
@@ -32,10 +34,16 @@ ErrorCode codeFor(int number) {
     }
 }
 
-Error failure(std::string_view verb, const std::filesystem::path& path, int number) {
-    return {codeFor(number),
-            "cannot " + std::string(verb) + " " + path.string() + ": " + std::generic_category().message(number),
-            number};
+constexpr TextKey kRead = textKey("cannot read %1$@: %2$@");
+constexpr TextKey kWrite = textKey("cannot write %1$@: %2$@");
+
+/// `what` names the path and the reason.
+Error failure(const TextKey& what, const std::filesystem::path& path, int number) {
+    return {codeFor(number), filled(localized(what), {path.string(), systemReason(number)}), number};
+}
+
+Error unreadable(const std::filesystem::path& path, const std::string& reason) {
+    return {ErrorCode::InvalidInput, filled(localized(kRead), {path.string(), reason})};
 }
 
 std::filesystem::path folderOf(const std::filesystem::path& path) {
@@ -93,14 +101,18 @@ void syncFolderOf(const std::filesystem::path& path) {
 
 }  // namespace
 
+bool isAbsent(const std::filesystem::path& path) {
+    struct ::stat status {};
+    return ::lstat(path.c_str(), &status) != 0 && codeFor(errno) == ErrorCode::NotFound;
+}
+
 Result<std::string> readFile(const std::filesystem::path& path, std::size_t maxBytes) {
     // Non-blocking, so that a pipe put in the file's place cannot hold us up in open().
     const UniqueFd fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (!fd) return failure("read", path, errno);
+    if (!fd) return failure(kRead, path, errno);
     struct ::stat status {};
-    if (::fstat(fd.get(), &status) != 0) return failure("read", path, errno);
-    if (!S_ISREG(status.st_mode))
-        return Error{ErrorCode::InvalidInput, "cannot read " + path.string() + ": not a regular file"};
+    if (::fstat(fd.get(), &status) != 0) return failure(kRead, path, errno);
+    if (!S_ISREG(status.st_mode)) return unreadable(path, localized("not a regular file"));
 
     std::string text;
     std::array<char, 16384> buffer;
@@ -109,12 +121,11 @@ Result<std::string> readFile(const std::filesystem::path& path, std::size_t maxB
         if (count == 0) return text;
         if (count < 0) {
             if (errno == EINTR) continue;
-            return failure("read", path, errno);
+            return failure(kRead, path, errno);
         }
         text.append(buffer.data(), static_cast<std::size_t>(count));
         if (text.size() > maxBytes) {
-            return Error{ErrorCode::InvalidInput,
-                         "cannot read " + path.string() + ": longer than " + std::to_string(maxBytes) + " bytes"};
+            return unreadable(path, filled(localized("longer than %@ bytes"), {std::to_string(maxBytes)}));
         }
     }
 }
@@ -126,8 +137,8 @@ Result<void> writeFileAtomically(const std::filesystem::path& path, std::string_
     if (unresolved) target = path;
 
     TemporaryFile temporary;
-    if (const int number = temporary.create(target, text, options)) return failure("write", path, number);
-    if (::rename(temporary.name(), target.c_str()) != 0) return failure("write", path, errno);
+    if (const int number = temporary.create(target, text, options)) return failure(kWrite, path, number);
+    if (::rename(temporary.name(), target.c_str()) != 0) return failure(kWrite, path, errno);
     temporary.moved();
     if (options.sync) syncFolderOf(target);
     return {};
@@ -135,15 +146,15 @@ Result<void> writeFileAtomically(const std::filesystem::path& path, std::string_
 
 Result<void> writeFileIfAbsent(const std::filesystem::path& path, std::string_view text, const WriteOptions& options) {
     TemporaryFile temporary;
-    if (const int number = temporary.create(path, text, options)) return failure("write", path, number);
-    if (::link(temporary.name(), path.c_str()) != 0) return failure("write", path, errno);
+    if (const int number = temporary.create(path, text, options)) return failure(kWrite, path, number);
+    if (::link(temporary.name(), path.c_str()) != 0) return failure(kWrite, path, errno);
     if (options.sync) syncFolderOf(path);
     return {};
 }
 
 Result<void> syncFile(const std::filesystem::path& path) {
     const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (!file || ::fsync(file.get()) != 0) return failure("sync", path, errno);
+    if (!file || ::fsync(file.get()) != 0) return failure(textKey("cannot sync %1$@: %2$@"), path, errno);
     syncFolderOf(path);
     return {};
 }
@@ -161,19 +172,19 @@ Result<void> ensureDirectory(const std::filesystem::path& path, ::mode_t mode) {
     // Asked before the reason counts: mkdir answers for an existing folder on a read-only disk with EROFS.
     if (::stat(path.c_str(), &status) == 0) {
         if (S_ISDIR(status.st_mode)) return {};
-        return Error{ErrorCode::InvalidInput, path.string() + " is not a folder", ENOTDIR};
+        return Error{ErrorCode::InvalidInput, filled(localized("%@ is not a folder"), {path.string()}), ENOTDIR};
     }
-    return failure("create", path, number);
+    return failure(textKey("cannot create %1$@: %2$@"), path, number);
 }
 
 Result<void> removeFile(const std::filesystem::path& path) {
     if (::unlink(path.c_str()) == 0 || errno == ENOENT || errno == ENOTDIR) return {};
-    return failure("delete", path, errno);
+    return failure(textKey("cannot delete %1$@: %2$@"), path, errno);
 }
 
 Result<void> setAsideAsBad(const std::filesystem::path& path) {
     if (::rename(path.c_str(), (path.string() + ".bad").c_str()) == 0) return {};
-    return failure("keep a copy of", path, errno);
+    return failure(textKey("cannot keep a copy of %1$@: %2$@"), path, errno);
 }
 
 }  // namespace dravo

@@ -25,6 +25,9 @@ struct WriteOptions {
     bool sync = true;      ///< Survives a power cut once the call has returned; costs a few milliseconds.
 };
 
+/// Whether nothing has this name. For what is usually absent, to be asked before reading: an error costs its sentence.
+[[nodiscard]] bool isAbsent(const std::filesystem::path& path);
+
 /// The contents of a regular file of at most `maxBytes` bytes.
 /// Errors: `InvalidInput` (longer than that, or not a regular file).
 [[nodiscard]] Result<std::string> readFile(const std::filesystem::path& path, std::size_t maxBytes);

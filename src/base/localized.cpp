@@ -1,16 +1,19 @@
 #include "base/localized.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace dravo {
 
 namespace {
 
-const Localizer* installed = nullptr;
+// Threads beside the main one have errors to tell, too.
+std::atomic<const Localizer*> installed = nullptr;
 
 const Localizer& localizer() {
     static const Localizer english;
-    return installed ? *installed : english;
+    const Localizer* const chosen = installed;
+    return chosen ? *chosen : english;
 }
 
 /// A placeholder at the start of a text: its length, and which value it takes (from 0; none: the next).
@@ -57,6 +60,6 @@ std::string filled(std::string_view text, std::initializer_list<std::string_view
 
 InterfaceLocale interfaceLocale() { return localizer().locale(); }
 
-void installLocalizer(const Localizer* localizer) { installed = localizer; }
+const Localizer* installLocalizer(const Localizer* localizer) { return installed.exchange(localizer); }
 
 }  // namespace dravo

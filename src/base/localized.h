@@ -30,7 +30,7 @@ struct InterfaceLocale {
 /// Looks texts up by key. The base class answers with the English default: what a machine without translations shows.
 ///
 /// Placeholders ("%@", "%1$@", "%lld") come back as they stand; see `filled`.
-/// Thread: main thread.
+/// Thread: any.
 class Localizer {
 public:
     virtual ~Localizer() = default;
@@ -67,7 +67,20 @@ public:
 /// The locales of the installed localizer.
 [[nodiscard]] InterfaceLocale interfaceLocale();
 
-/// Installs the process's localizer; null goes back to English. Lifetime: `localizer` outlives its installation.
-void installLocalizer(const Localizer* localizer);
+/// Installs the process's localizer; null goes back to English. Returns the one before.
+/// Lifetime: `localizer` outlives its installation. Thread: the main thread.
+const Localizer* installLocalizer(const Localizer* localizer);
+
+/// A localizer's installation, for as long as this lives; then the one before comes back.
+class InstalledLocalizer {
+public:
+    explicit InstalledLocalizer(const Localizer& localizer) : before_(installLocalizer(&localizer)) {}
+    ~InstalledLocalizer() { installLocalizer(before_); }
+    InstalledLocalizer(const InstalledLocalizer&) = delete;
+    InstalledLocalizer& operator=(const InstalledLocalizer&) = delete;
+
+private:
+    const Localizer* before_;
+};
 
 }  // namespace dravo

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/localized.h"
 #include "base/result.h"
 
 namespace dravo {
@@ -20,8 +21,9 @@ template <typename Json>
         const std::string_view before = text.substr(0, std::min(text.size(), fault.byte));
         const auto line = std::count(before.begin(), before.end(), '\n') + 1;
         const std::size_t lineStart = before.rfind('\n') == before.npos ? 0 : before.rfind('\n') + 1;
-        return Error{ErrorCode::InvalidInput, "not valid JSON, look at line " + std::to_string(line) + ", column " +
-                                                  std::to_string(std::max<std::size_t>(before.size() - lineStart, 1))};
+        const std::size_t column = std::max<std::size_t>(before.size() - lineStart, 1);
+        return Error{ErrorCode::InvalidInput, filled(localized("not valid JSON, look at line %1$@, column %2$@"),
+                                                     {std::to_string(line), std::to_string(column)})};
     } catch (const typename Json::exception& fault) {
         const std::string_view sentence = fault.what();
         const std::size_t prefix = sentence.find("] ");

@@ -15,6 +15,18 @@ namespace dravo::cli {
 
 namespace {
 
+/// Pictures are written with one letter after the other, which makes no Arabic: there they are in English.
+class PictureLanguage {
+public:
+    PictureLanguage() {
+        if (interfaceLocale().language == "ar") english_.emplace(kEnglish);
+    }
+
+private:
+    static inline const Localizer kEnglish;
+    std::optional<InstalledLocalizer> english_;
+};
+
 std::string percent(double fraction) { return percentText(fraction * 100); }
 
 std::string presetNote(const FilterPreset& preset) {
@@ -73,6 +85,7 @@ Result<Picture> readPicture(PictureService& pictures, std::string_view path) {
 ExitCode drawAllPresets(PictureService& pictures, std::string_view path, CommandContext& context) {
     std::vector<PresetCell> cells;
     const auto [presets, code] = allPresets(kPreviewCommand, context);
+    const PictureLanguage language;
     for (const FilterPreset& preset : presets) cells.push_back(presetCell(preset));
     const ExitCode drawn = finish(pictures, pictures.presetSheet(cells), path, context);
     return drawn == ExitCode::Ok ? code : drawn;
@@ -84,6 +97,7 @@ ExitCode drawDisplays(PictureService& pictures, std::string_view path, CommandCo
     const auto list = listDisplays(**server);
     if (!list) return failForDisplays(context, kPreviewCommand, list.error());
     std::vector<DisplayCell> cells;
+    const PictureLanguage language;
     for (const DisplayRow& row : list->rows) cells.push_back(displayCell(row));
     return finish(pictures, pictures.beforeAndAfter(cells), path, context);
 }

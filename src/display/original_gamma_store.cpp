@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/files.h"
+#include "base/localized.h"
 #include "base/report.h"
 #include "display/display_access.h"
 #include "display/table_json.h"
@@ -19,6 +20,10 @@ constexpr std::size_t kMaxFileSize = 16U << 20U;
 bool exists(const std::filesystem::path& path) {
     std::error_code ignored;
     return std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
+}
+
+std::string whyNotHome(const std::string& reason) {
+    return reason.empty() ? localized("there is no home directory") : reason;
 }
 
 }  // namespace
@@ -82,6 +87,7 @@ std::vector<std::filesystem::path> OriginalGammaStore::paths() const {
 }
 
 void OriginalGammaStore::takeOver(const std::filesystem::path& path) {
+    if (isAbsent(path)) return;
     const auto text = readFile(path, kMaxFileSize);
     // Another user's file says nothing about how our own runs ended.
     if (!text && (text.error().code == ErrorCode::NotFound || text.error().code == ErrorCode::PermissionDenied)) return;
@@ -90,7 +96,9 @@ void OriginalGammaStore::takeOver(const std::filesystem::path& path) {
         damaged_.insert(path);
         const std::string fault = text ? path.string() + ": " + tables.error().message : text.error().message;
         reportOnce("damaged-tables",
-                   fault + "; it is kept as .bad, and displays without a color profile are given a neutral table");
+                   filled(localized("%@; it is kept as .bad, and displays without a color profile are given a "
+                                    "neutral table"),
+                          {fault}));
         return;
     }
     // The folder in the home directory comes first, and its entries win.
@@ -128,7 +136,7 @@ bool OriginalGammaStore::addTables(std::span<const DisplayId> displays) {
 void OriginalGammaStore::write() {
     const std::string text = encodeTables(tables_);
     isBehind_ = !ours_.empty();
-    std::string reason = "there is no home directory";
+    std::string reason;
     for (const auto& path : paths()) {
         static_cast<void>(dravo::ensureDirectory(path.parent_path(), 0700));
         const WriteOptions options{.sync = !onUnsynced};
@@ -140,7 +148,8 @@ void OriginalGammaStore::write() {
         }
         if (folder_.home.empty() || path.parent_path() != folder_.home)
             reportOnce("tables-in-runtime-folder",
-                       reason + "; the displays' own tables are saved in " + path.string() + " until you log out");
+                       filled(localized("%1$@; the displays' own tables are saved in %2$@ until you log out"),
+                              {whyNotHome(reason), path.string()}));
         for (const auto& other : ours_)
             if (other != path) static_cast<void>(removeFile(other));
         ours_ = {path};
@@ -149,7 +158,9 @@ void OriginalGammaStore::write() {
         return;
     }
     reportOnce("tables-not-saved",
-               reason + "; the displays' own tables are not saved, and a crash would leave the filter on screen");
+               filled(localized("%@; the displays' own tables are not saved, and a crash would leave the filter on "
+                                "screen"),
+                      {whyNotHome(reason)}));
 }
 
 }  // namespace dravo

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <utility>
 
+#include "base/localized.h"
+
 namespace dravo {
 
 using namespace std::chrono_literals;
@@ -23,7 +25,8 @@ bool isOnEarth(const Position& position) {
 
 Result<void> requireOnEarth(const Position& position) {
     if (isOnEarth(position)) return {};
-    return Error{ErrorCode::InvalidInput, "latitude lies from -90 to 90 and longitude from -180 to 180 degrees"};
+    return Error{ErrorCode::InvalidInput,
+                 localized("latitude lies from -90 to 90 and longitude from -180 to 180 degrees")};
 }
 
 LocationProvider::LocationProvider(Scheduler& scheduler, PreferencesStore& preferences, LocationService& service,

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "base/files.h"
+#include "base/localized.h"
 #include "base/report.h"
 #include "filter/model/preset_exchange.h"
 #include "filter/model/preset_json.h"
@@ -20,7 +21,7 @@ std::filesystem::path fileIn(const std::filesystem::path& folder) {
 }
 
 Result<std::vector<FilterPreset>> readPresets(const std::filesystem::path& file) {
-    if (file.empty()) return Error{ErrorCode::NotFound, "there is no home folder to keep presets in"};
+    if (file.empty()) return Error{ErrorCode::NotFound, localized("there is no home folder to keep presets in")};
     const auto text = readFile(file, kMostBytes);
     if (!text) return text.error();
     auto presets = decodePresets(*text);
@@ -37,18 +38,22 @@ Result<std::vector<FilterPreset>> readCustomPresets(const std::filesystem::path&
 CustomPresetStore::CustomPresetStore(const std::filesystem::path& folder) : file_(fileIn(folder)) {
     // A folder that cannot be created shows when something is to be saved in it.
     if (!folder.empty()) static_cast<void>(ensureDirectory(folder));
+    if (isAbsent(file_)) return;
     auto found = readPresets(file_);
     if (found) {
         presets = std::move(*found);
     } else if (found.error().code != ErrorCode::NotFound) {
         holdsUnreadFile_ = true;
-        reportOnce("custom presets unread", "your own presets are not shown: " + found.error().message);
+        reportOnce("custom presets unread",
+                   filled(localized("your own presets are not shown: %@"), {found.error().message}));
     }
 }
 
 Result<void> CustomPresetStore::save() {
     auto written = write(presets);
-    if (!written) reportOnce("custom presets unsaved", "your own presets are not saved: " + written.error().message);
+    if (!written)
+        reportOnce("custom presets unsaved",
+                   filled(localized("your own presets are not saved: %@"), {written.error().message}));
     return written;
 }
 
@@ -66,7 +71,7 @@ Result<void> CustomPresetStore::adopt(std::span<const FilterPreset> incoming) {
 }
 
 Result<void> CustomPresetStore::write(const std::vector<FilterPreset>& list) {
-    if (file_.empty()) return Error{ErrorCode::NotFound, "there is no home folder to keep presets in"};
+    if (file_.empty()) return Error{ErrorCode::NotFound, localized("there is no home folder to keep presets in")};
     const auto text = encodePresets(list);
     if (!text) return text.error();
     if (holdsUnreadFile_) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "base/localized.h"
 #include "base/shortest_text.h"
 #include "filter/model/adjustment_ranges.h"
 #include "filter/model/preset_json.h"
@@ -45,15 +46,18 @@ Result<std::vector<FilterPreset>> decodeOneOrMany(std::string_view text) {
 
 Result<void> checkForImport(const FilterPreset& preset, std::size_t index) {
     const auto refused = [&](const std::string& what) {
-        return Error{ErrorCode::InvalidInput, "preset " + std::to_string(index + 1) + ": " + what};
+        return Error{ErrorCode::InvalidInput,
+                     filled(localized("preset %@"), {std::to_string(index + 1)}) + ": " + what};
     };
-    if (preset.id.empty()) return refused("\"id\" is empty");
-    if (findPreset(preset.id, {})) return refused("\"id\" is that of the built-in preset " + preset.id);
+    if (preset.id.empty()) return refused(localized("\"id\" is empty"));
+    if (findPreset(preset.id, {}))
+        return refused(filled(localized("\"id\" is that of the built-in preset %@"), {preset.id}));
     for (const auto& field : kRangedFields) {
         const double value = preset.*field.member;
         if (!field.range.contains(value)) {
-            return refused("\"" + std::string(field.key) + "\" is " + shortestText(value) + ", it must be from " +
-                           shortestText(field.range.lowest) + " to " + shortestText(field.range.highest));
+            return refused(filled(
+                localized("\"%1$@\" is %2$@, it must be from %3$@ to %4$@"),
+                {field.key, shortestText(value), shortestText(field.range.lowest), shortestText(field.range.highest)}));
         }
     }
     return {};

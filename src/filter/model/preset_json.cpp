@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "base/localized.h"
 #include "base/parse_json.h"
 #include "base/shortest_text.h"
 
@@ -19,12 +20,13 @@ Error refused(const std::string& where, const std::string& what) {
     return {ErrorCode::InvalidInput, where.empty() ? what : where + ": " + what};
 }
 
+/// What a field of this type has to be.
 template <typename Value>
-constexpr const char* kTypeName = "a text";
+constexpr TextKey kDemand = textKey("\"%@\" must be a text");
 template <>
-constexpr const char* kTypeName<double> = "a number";
+constexpr TextKey kDemand<double> = textKey("\"%@\" must be a number");
 template <>
-constexpr const char* kTypeName<bool> = "true or false";
+constexpr TextKey kDemand<bool> = textKey("\"%@\" must be true or false");
 
 template <typename Value>
 bool hasType(const json& value) {
@@ -34,27 +36,26 @@ bool hasType(const json& value) {
 }
 
 Result<FilterPreset> decodeObject(const json& object, const std::string& where) {
-    if (!object.is_object()) return refused(where, "not an object");
+    if (!object.is_object()) return refused(where, localized("not an object"));
     FilterPreset preset;
     for (const auto& field : kPresetFields) {
-        const std::string quoted = "\"" + std::string(field.key) + "\"";
         const auto found = object.find(field.key);
-        if (found == object.end()) return refused(where, quoted + " is missing");
-        const char* wanted = std::visit(
-            [&](auto member) -> const char* {
+        if (found == object.end()) return refused(where, filled(localized("\"%@\" is missing"), {field.key}));
+        const auto demand = std::visit(
+            [&](auto member) -> std::optional<TextKey> {
                 using Value = std::decay_t<decltype(preset.*member)>;
-                if (!hasType<Value>(*found)) return kTypeName<Value>;
+                if (!hasType<Value>(*found)) return kDemand<Value>;
                 preset.*member = found->get<Value>();
-                return nullptr;
+                return std::nullopt;
             },
             field.member);
-        if (wanted) return refused(where, quoted + " must be " + wanted);
+        if (demand) return refused(where, filled(localized(*demand), {field.key}));
     }
     return preset;
 }
 
 Result<std::string> encodeValue(double value) {
-    if (!std::isfinite(value)) return Error{ErrorCode::InvalidInput, "is not a finite number"};
+    if (!std::isfinite(value)) return Error{ErrorCode::InvalidInput, localized("\"%@\" is not a finite number")};
     return shortestText(value);
 }
 
@@ -64,7 +65,7 @@ Result<std::string> encodeValue(const std::string& value) {
     try {
         return json(value).dump();
     } catch (const json::type_error&) {
-        return Error{ErrorCode::InvalidInput, "is not UTF-8"};
+        return Error{ErrorCode::InvalidInput, localized("\"%@\" is not UTF-8")};
     }
 }
 
@@ -72,14 +73,13 @@ Result<std::string> encodeObject(const FilterPreset& preset, const std::string& 
     std::string text;
     for (const auto& field : kPresetFields) {
         auto value = std::visit([&](auto member) { return encodeValue(preset.*member); }, field.member);
-        const std::string quoted = "\"" + std::string(field.key) + "\"";
-        if (!value) return refused(where, quoted + " " + value.error().message);
-        text += (text.empty() ? "{" : ",") + quoted + ":" + *value;
+        if (!value) return refused(where, filled(value.error().message, {field.key}));
+        text += (text.empty() ? "{\"" : ",\"") + std::string(field.key) + "\":" + *value;
     }
     return text + "}";
 }
 
-std::string placeName(std::size_t index) { return "preset " + std::to_string(index + 1); }
+std::string placeName(std::size_t index) { return filled(localized("preset %@"), {std::to_string(index + 1)}); }
 
 }  // namespace
 
@@ -92,7 +92,7 @@ Result<FilterPreset> decodePreset(std::string_view text) {
 Result<std::vector<FilterPreset>> decodePresets(std::string_view text) {
     const auto parsed = parseJson<json>(text);
     if (!parsed) return parsed.error();
-    if (!parsed->is_array()) return refused("", "not an array of presets");
+    if (!parsed->is_array()) return refused("", localized("not an array of presets"));
     std::vector<FilterPreset> presets;
     for (const auto& element : *parsed) {
         auto preset = decodeObject(element, placeName(presets.size()));

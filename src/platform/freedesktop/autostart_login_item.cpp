@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "base/files.h"
+#include "base/localized.h"
 #include "base/report.h"
 
 namespace dravo::freedesktop {
@@ -84,11 +85,12 @@ AutostartLoginItem::AutostartLoginItem(AutostartPlace place)
 
 // `InvalidInput`: there is a file, and it is no entry.
 Result<DesktopEntry> AutostartLoginItem::ownEntry() const {
-    if (own_.empty()) return Error{ErrorCode::NotFound, "there is no home folder with programs to start at login"};
+    if (own_.empty())
+        return Error{ErrorCode::NotFound, localized("there is no home folder with programs to start at login")};
     const auto text = readFile(own_, kMaxBytes);
     if (!text) return text.error();
     if (auto entry = DesktopEntry::parse(*text)) return std::move(*entry);
-    return Error{ErrorCode::InvalidInput, own_.string() + " is not a desktop entry"};
+    return Error{ErrorCode::InvalidInput, filled(localized("%@ is not a desktop entry"), {own_.string()})};
 }
 
 std::optional<DesktopEntry> AutostartLoginItem::systemEntry() const {
@@ -131,7 +133,8 @@ Result<DesktopEntry> AutostartLoginItem::entryToChange() const {
     const auto own = ownEntry();
     if (own || own_.empty()) return own;
     if (own.error().code == ErrorCode::InvalidInput) {
-        reportOnce("autostart-entry", own.error().message + "; it is kept as " + kFile + ".bad");
+        reportOnce("autostart-entry",
+                   filled(localized("%1$@; it is kept as %2$@"), {own.error().message, std::string(kFile) + ".bad"}));
         if (const auto kept = setAsideAsBad(own_); !kept) return kept.error();
     } else if (own.error().code != ErrorCode::NotFound) {
         return own.error();
@@ -145,8 +148,9 @@ Result<void> AutostartLoginItem::registerItem() {
     auto entry = entryToChange();
     if (!entry) return entry.error();
     if (!isMeantForThisDesktop(*entry)) {
-        return Error{ErrorCode::PermissionDenied,
-                     "the entry " + own_.string() + " is not meant for this desktop (OnlyShowIn, NotShowIn)"};
+        return Error{
+            ErrorCode::PermissionDenied,
+            filled(localized("the entry %@ is not meant for this desktop (OnlyShowIn, NotShowIn)"), {own_.string()})};
     }
     entry->remove(kHidden);
     if (entry->value(kSwitchedOn)) entry->set(kSwitchedOn, "true");
@@ -154,7 +158,7 @@ Result<void> AutostartLoginItem::registerItem() {
         const std::string program = place_.program.string();
         // No desktop starts a program with such a name.
         if (program.empty() || program.find('=') != std::string::npos)
-            return Error{ErrorCode::InvalidInput, "'" + program + "' cannot be started at login"};
+            return Error{ErrorCode::InvalidInput, filled(localized("'%@' cannot be started at login"), {program})};
         entry->remove("TryExec");
         entry->set("Exec", execValue(program, "--autostart"));
     }

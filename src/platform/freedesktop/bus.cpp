@@ -8,6 +8,8 @@
 #include <string_view>
 #include <utility>
 
+#include "base/localized.h"
+
 namespace dravo::freedesktop {
 
 namespace {
@@ -139,7 +141,7 @@ Subscription Bus::call(Message message, std::chrono::milliseconds timeout,
     handler->slot.reset(slot);
     if (result < 0) {
         auto failed = std::make_shared<Timer>(scheduler_.after({}, [onAnswer, result] {
-            onAnswer(Error{ErrorCode::Disconnected, "the message bus cannot be reached", -result});
+            onAnswer(Error{ErrorCode::Disconnected, localized("the message bus cannot be reached"), -result});
         }));
         return Subscription([failed] { failed->cancel(); });
     }

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/localized.h"
 #include "base/report.h"
 #include "platform/freedesktop/control_interface.h"
 
@@ -174,7 +175,7 @@ void BusControlService::serve(ControlTarget& target) {
 
 void BusControlService::connect() {
     if (!bus_.open()) {
-        reportOnce("session-bus", "there is no session bus: commands cannot reach this program");
+        reportOnce("session-bus", localized("there is no session bus: commands cannot reach this program"));
         return;
     }
     static const auto table = makeTable();
@@ -182,21 +183,22 @@ void BusControlService::connect() {
     sd_bus_slot* slot = nullptr;
     if (sd_bus_add_object_vtable(bus_.handle(), &slot, control::kObjectPath, control::kInterface, table.data(), this) <
         0) {
-        reportOnce("session-bus", "the session bus cannot be served: commands cannot reach this program");
+        reportOnce("session-bus", localized("the session bus cannot be served: commands cannot reach this program"));
         return;
     }
     object_.reset(slot);
     targetChanges_ = target_->onStateChange([this] { changes_.trigger(); });
     lost_ = bus_.onLost([this] {
         targetChanges_.reset();
-        reportOnce("session-bus", "the session bus is gone: commands cannot reach this program any more");
+        reportOnce("session-bus", localized("the session bus is gone: commands cannot reach this program any more"));
     });
 
     const auto onName = [](sd_bus_message* reply, void*, sd_bus_error*) {
         std::uint32_t outcome = 0;
         if (sd_bus_message_is_method_error(reply, nullptr) || sd_bus_message_read(reply, "u", &outcome) < 0 ||
             outcome == kInQueueForName)
-            reportOnce("bus-name", "another program holds org.dravo.Dravo on the session bus and gets our commands");
+            reportOnce("bus-name",
+                       localized("another program holds org.dravo.Dravo on the session bus and gets our commands"));
         return 0;
     };
     slot = nullptr;

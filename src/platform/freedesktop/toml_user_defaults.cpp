@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/files.h"
+#include "base/localized.h"
 #include "base/report.h"
 
 namespace dravo::freedesktop {
@@ -36,13 +37,13 @@ std::filesystem::path linkTarget(std::filesystem::path path) {
 }
 
 /// Each fault is its own cause: a second mistake in the file is told like the first.
-void report(const std::string& fault, std::string_view consequence) {
-    reportOnce(fault, fault + "; " + std::string(consequence));
+void report(const std::string& fault, const TextKey& withConsequence) {
+    reportOnce(fault, filled(localized(withConsequence), {fault}));
 }
 
-constexpr std::string_view kUntilTheEnd = "settings last until Dravo ends";
-constexpr std::string_view kIgnored = "it counts as unchanged, and the next write replaces it and keeps it as .bad";
-constexpr std::string_view kUnwatched = "edits of it are noticed at the next start";
+constexpr TextKey kUntilTheEnd = textKey("%@; settings last until Dravo ends");
+constexpr TextKey kIgnored = textKey("%@; it counts as unchanged, and the next write replaces it and keeps it as .bad");
+constexpr TextKey kUnwatched = textKey("%@; edits of it are noticed at the next start");
 
 }  // namespace
 
@@ -56,7 +57,7 @@ std::filesystem::path TomlUserDefaults::defaultPath(const std::filesystem::path&
 TomlUserDefaults::TomlUserDefaults(std::filesystem::path path, Scheduler& scheduler, DescriptorWatch& descriptors)
     : path_(std::move(path)), scheduler_(scheduler), watch_(descriptors, [this] { deliver(readAndMerge()); }) {
     if (path_.empty()) {
-        report("there is no home folder to keep the settings in", kUntilTheEnd);
+        report(localized("there is no home folder to keep the settings in"), kUntilTheEnd);
         file_ = File::untouchable;
         return;
     }
@@ -131,7 +132,7 @@ DefaultsKeys TomlUserDefaults::readAndMerge() {
     auto values = parsePreferences(*text);
     if (!values) {
         file_ = File::broken;
-        report("cannot understand " + path_.string() + ", " + values.error().message, kIgnored);
+        report(filled(localized("cannot understand %1$@, %2$@"), {path_.string(), values.error().message}), kIgnored);
         return {};
     }
     return merge(std::move(*text), std::move(*values));
@@ -149,7 +150,9 @@ DefaultsKeys TomlUserDefaults::merge(std::string text, DefaultsValues values) {
 void TomlUserDefaults::store() {
     if (file_ == File::untouchable) return;
     const auto text = withChanges(fileText_, unsaved_);
-    if (!text) return report("cannot write " + path_.string() + ": " + text.error().message, kUntilTheEnd);
+    if (!text)
+        return report(filled(localized("cannot write %1$@: %2$@"), {path_.string(), text.error().message}),
+                      kUntilTheEnd);
     if (file_ != File::good || *text != fileText_) {
         if (const auto replaced = replaceFile(*text); !replaced) return report(replaced.error().message, kUntilTheEnd);
     }

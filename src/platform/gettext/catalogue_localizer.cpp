@@ -43,9 +43,11 @@ std::string CatalogueLocalizer::count(std::string_view key, std::string_view one
 InterfaceLocale CatalogueLocalizer::locale() const { return opened().locale; }
 
 const CatalogueLocalizer::Opened& CatalogueLocalizer::opened() const {
+    const std::lock_guard lock(opening_);
     if (opened_) return *opened_;
-    // Already in place while the file is read: a complaint about it asks for texts, too.
-    opened_.emplace(Opened{choose_(), {}});
+    // In place before anything is read: a complaint about a file asks for texts, too.
+    opened_.emplace();
+    opened_->locale = choose_();
     if (opened_->locale.language == InterfaceLocale{}.language) return *opened_;
     auto catalogue = read(folder_ / opened_->locale.language / "LC_MESSAGES" / "dravo.mo");
     if (catalogue)

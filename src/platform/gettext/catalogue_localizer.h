@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <mutex>
 #include <optional>
 
 #include "base/localized.h"
@@ -13,7 +14,7 @@ namespace dravo::gettext {
 /// its catalogue opened at the first text; nothing is read before. What the catalogue lacks is given in English, and
 /// so is everything, with one line on standard error, if it cannot be read.
 ///
-/// Thread: main thread.
+/// Thread: any.
 class CatalogueLocalizer : public Localizer {
 public:
     /// `folder` holds the catalogues as FOLDER/de/LC_MESSAGES/dravo.mo. `choose` is called once.
@@ -36,7 +37,8 @@ private:
 
     std::filesystem::path folder_;
     std::function<InterfaceLocale()> choose_;
-    mutable std::optional<Opened> opened_;
+    mutable std::recursive_mutex opening_;  ///< Recursive: what goes wrong at opening is told in words.
+    mutable std::optional<Opened> opened_;  ///< Never changes once the opening is over.
 };
 
 }  // namespace dravo::gettext

@@ -1,3 +1,4 @@
+#include "base/localized.h"
 #include "platform/pictures/sheet_parts.h"
 #include "platform/pictures/sheets.h"
 #include "platform/pictures/test_card.h"
@@ -44,10 +45,12 @@ Result<cli::Picture> drawBeforeAndAfter(std::span<const cli::DisplayCell> cells)
     height += kOuterPadding - kGap;
     Canvas canvas(kWholeWidth, height, kSheetScale);
     canvas.fill({0, 0, kWholeWidth, height}, kBackground);
-    canvas.text(kOuterPadding, kOuterPadding + 24, "Without and with the filter", 24, Weight::Bold, kText);
+    canvas.text(kOuterPadding, kOuterPadding + 24, localized("picture.displays", "Without and with the filter"), 24,
+                Weight::Bold, kText);
     canvas.text(kOuterPadding, kOuterPadding + 50,
-                "A screenshot does not show what a transfer table does. This picture is computed from the tables "
-                "that the display server holds now: left as sent, right as shown.",
+                localized("picture.displays_note",
+                          "A screenshot does not show what a transfer table does. This picture is computed from the "
+                          "tables that the display server holds now: left as sent, right as shown."),
                 13, Weight::Normal, kSecondaryText, kWholeWidth - 2 * kOuterPadding);
     double y = kTitleHeight + kOuterPadding;
     for (const cli::DisplayCell& cell : cells) {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "base/localized.h"
 #include "platform/pictures/limits.h"
 
 namespace dravo::pictures {
@@ -17,7 +18,8 @@ struct HandleDeleter {
 using Handle = std::unique_ptr<void, HandleDeleter>;
 
 Error damaged(const Handle& handle) {
-    return Error{ErrorCode::InvalidInput, std::string("the JPEG picture is damaged: ") + tjGetErrorStr2(handle.get())};
+    return Error{ErrorCode::InvalidInput,
+                 filled(localized("the JPEG picture is damaged: %@"), {tjGetErrorStr2(handle.get())})};
 }
 
 }  // namespace
@@ -36,7 +38,8 @@ Result<cli::Picture> decodeJpeg(std::string_view file) {
         return damaged(handle);
     }
     if (colourspace == TJCS_CMYK || colourspace == TJCS_YCCK) {
-        return Error{ErrorCode::InvalidInput, "the JPEG picture has printing colours (CMYK), which a screen has not"};
+        return Error{ErrorCode::InvalidInput,
+                     localized("the JPEG picture has printing colours (CMYK), which a screen has not")};
     }
     cli::Picture picture{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), false, {}};
     if (const auto fits = checkSize(picture.width, picture.height); !fits) return fits.error();

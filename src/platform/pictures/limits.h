@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "base/localized.h"
 #include "base/result.h"
 #include "cli/picture.h"
 
@@ -13,8 +14,8 @@ namespace dravo::pictures {
         width * height * 4 <= cli::kMostPictureBytes) {
         return {};
     }
-    return Error{ErrorCode::InvalidInput,
-                 "the picture is too large: " + std::to_string(width) + " x " + std::to_string(height) + " pixels"};
+    return Error{ErrorCode::InvalidInput, filled(localized("the picture is too large: %1$@ x %2$@ pixels"),
+                                                 {std::to_string(width), std::to_string(height)})};
 }
 
 }  // namespace dravo::pictures

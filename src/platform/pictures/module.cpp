@@ -1,5 +1,6 @@
 #include <string_view>
 
+#include "base/localized.h"
 #include "cli/picture_service.h"
 #include "platform/pictures/jpeg_codec.h"
 #include "platform/pictures/png_codec.h"
@@ -15,7 +16,7 @@ public:
     Result<cli::Picture> decode(std::string_view file) override {
         if (isPng(file)) return decodePng(file);
         if (isJpeg(file)) return decodeJpeg(file);
-        return Error{ErrorCode::InvalidInput, "this is neither a PNG nor a JPEG picture"};
+        return Error{ErrorCode::InvalidInput, localized("this is neither a PNG nor a JPEG picture")};
     }
     Result<std::string> encode(const cli::Picture& picture) override { return encodePng(picture); }
     Result<cli::Picture> testCard() override { return drawTestCard(1); }

@@ -1,16 +1,19 @@
 #include "platform/pictures/picture_module.h"
 
+#include "base/localized.h"
 #include "platform/posix/program_module.h"
 
 namespace dravo::pictures {
 
 Result<cli::PictureService*> loadPictureModule(const std::string& version) {
     const auto found = posix::findInModule("dravo-pictures.so", cli::kPictureModuleEntry);
-    if (!found) return Error{found.error().code, "pictures cannot be made: " + found.error().message};
+    if (!found)
+        return Error{found.error().code, filled(localized("pictures cannot be made: %@"), {found.error().message})};
     const auto entry = reinterpret_cast<cli::PictureModuleEntry>(*found);
     if (cli::PictureService* const service = entry(version.c_str())) return service;
     return Error{ErrorCode::Unsupported,
-                 "pictures cannot be made: dravo-pictures.so belongs to another version of Dravo"};
+                 filled(localized("pictures cannot be made: %@"),
+                        {filled(localized("%@ belongs to another version of Dravo"), {"dravo-pictures.so"})})};
 }
 
 }  // namespace dravo::pictures

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/localized.h"
 #include "platform/pictures/limits.h"
 
 namespace dravo::pictures {
@@ -77,7 +78,7 @@ bool readPixels(Reading& reading, cli::Picture& picture, png_bytep* rows) {
 }
 
 Error damaged(const Fault& fault) {
-    return Error{ErrorCode::InvalidInput, std::string("the PNG picture is damaged: ") + fault.message};
+    return Error{ErrorCode::InvalidInput, filled(localized("the PNG picture is damaged: %@"), {fault.message})};
 }
 
 struct Writing {

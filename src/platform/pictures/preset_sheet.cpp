@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/localized.h"
 #include "platform/pictures/sheet_parts.h"
 #include "platform/pictures/sheets.h"
 #include "platform/pictures/test_card.h"
@@ -44,9 +45,11 @@ void drawCell(Canvas& canvas, double x, double y, const cli::PresetCell& cell, c
 
 void drawHeader(Canvas& canvas) {
     canvas.text(kOuterPadding, kOuterPadding + 24, "Dravo", 24, Weight::Bold, kText);
-    canvas.text(kOuterPadding, kOuterPadding + 50,
-                "One bright screen under every preset, and what becomes of each level of red, green and blue.", 13,
-                Weight::Normal, kSecondaryText);
+    canvas.text(
+        kOuterPadding, kOuterPadding + 50,
+        localized("picture.presets_note",
+                  "One bright screen under every preset, and what becomes of each level of red, green and blue."),
+        13, Weight::Normal, kSecondaryText);
 }
 
 }  // namespace

@@ -13,6 +13,8 @@
 #include <vector>
 
 #include "base/files.h"
+#include "base/localized.h"
+#include "base/system_reason.h"
 
 namespace dravo::posix {
 
@@ -40,20 +42,20 @@ std::vector<std::filesystem::path> lockFiles(const DataFolder& folder) {
 }
 
 std::string whyNot(const std::filesystem::path& path, int reason) {
-    return path.string() + ": " + std::strerror(reason);
+    return path.string() + ": " + systemReason(reason);
 }
 
 }  // namespace
 
 Result<InstanceLock> InstanceLock::acquire(const DataFolder& folder) {
-    Error reason{ErrorCode::Internal, "there is no home directory"};
+    std::optional<Error> reason;
     for (const auto& path : lockFiles(folder)) {
         static_cast<void>(ensureDirectory(path.parent_path(), 0700));
         auto lock = acquireFile(path);
         if (lock || lock.error().code == ErrorCode::Busy) return lock;
         reason = lock.error();
     }
-    return reason;
+    return reason ? *reason : Error{ErrorCode::Internal, localized("there is no home directory")};
 }
 
 Result<InstanceLock> InstanceLock::acquireFile(const std::filesystem::path& path) {
@@ -66,7 +68,7 @@ Result<InstanceLock> InstanceLock::acquireFile(const std::filesystem::path& path
     if (fcntl(file.get(), F_SETLK, &lock) == 0) return InstanceLock(std::move(file));
     const int reason = errno;
     if (reason != EAGAIN && reason != EACCES) return Error{ErrorCode::Internal, whyNot(path, reason), reason};
-    return Error{ErrorCode::Busy, "Dravo is already running", static_cast<int>(holderOf(file.get()))};
+    return Error{ErrorCode::Busy, localized("Dravo is already running"), static_cast<int>(holderOf(file.get()))};
 }
 
 InstanceLock::Held InstanceLock::find(const DataFolder& folder) {
@@ -99,17 +101,17 @@ void InstanceLock::answer(std::string_view word) const {
 
 Result<std::string> InstanceLock::ask(const DataFolder& folder, int signal, std::chrono::milliseconds patience) {
     const Held held = find(folder);
-    if (held.by == 0) return Error{ErrorCode::NotFound, "Dravo is not running"};
+    if (held.by == 0) return Error{ErrorCode::NotFound, localized("Dravo is not running")};
     const UniqueFd changes(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     inotify_add_watch(changes.get(), held.path.c_str(), IN_MODIFY);
-    if (kill(held.by, signal) != 0) return Error{ErrorCode::PermissionDenied, std::strerror(errno), errno};
+    if (kill(held.by, signal) != 0) return Error{ErrorCode::PermissionDenied, systemReason(errno), errno};
 
     const auto deadline = std::chrono::steady_clock::now() + patience;
     for (;;) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
         pollfd waiting{changes.get(), POLLIN, 0};
         if (left.count() <= 0 || poll(&waiting, 1, static_cast<int>(left.count())) <= 0)
-            return Error{ErrorCode::Busy, "the running Dravo does not answer"};
+            return Error{ErrorCode::Busy, localized("the running Dravo does not answer")};
         std::array<char, 4096> events{};
         [[maybe_unused]] const auto drained = read(changes.get(), events.data(), events.size());
         constexpr std::size_t kMaxAnswer = 512;

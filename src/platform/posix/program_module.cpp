@@ -4,6 +4,8 @@
 
 #include <filesystem>
 
+#include "base/localized.h"
+
 namespace dravo::posix {
 
 Result<void*> findInModule(const char* file, const char* entry) {
@@ -14,10 +16,11 @@ Result<void*> findInModule(const char* file, const char* entry) {
         void* const module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
         if (!module) return Error{ErrorCode::NotFound, ::dlerror()};
         if (void* const address = ::dlsym(module, entry)) return address;
-        return Error{ErrorCode::Unsupported, path.string() + " belongs to another version of Dravo"};
+        return Error{ErrorCode::Unsupported,
+                     filled(localized("%@ belongs to another version of Dravo"), {path.string()})};
     }
     return Error{ErrorCode::NotFound,
-                 std::string(file) + " is missing beside " + folder.string() + " and in ../lib/dravo"};
+                 filled(localized("%1$@ is missing beside %2$@ and in ../lib/dravo"), {file, folder.string()})};
 }
 
 }  // namespace dravo::posix

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/files.h"
+#include "base/localized.h"
 #include "platform/posix/system_calendar.h"
 
 namespace dravo::posix {
@@ -103,7 +104,8 @@ Result<ZonePosition> ZoneTablePosition::of(const std::string& zone) const {
     for (const auto& name : {zone, aliased})
         for (const char* table : {"zone1970.tab", "zone.tab"})
             if (const auto position = findIn(database_ / table, name)) return ZonePosition{zone, *position};
-    return Error{ErrorCode::NotFound, "the time zone " + (zone.empty() ? "of this system" : zone) + " has no place"};
+    return Error{ErrorCode::NotFound, zone.empty() ? localized("the time zone of this system has no place")
+                                                   : filled(localized("the time zone %@ has no place"), {zone})};
 }
 
 Result<ZonePosition> ZoneTablePosition::current() { return of(zoneName()); }

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/localized.h"
+
 namespace dravo {
 
 namespace {
@@ -24,7 +26,7 @@ void* library() {
 Result<void> loadSystemd() {
     if (library()) return {};
     const char* reason = ::dlerror();
-    return Error{ErrorCode::NotFound, reason ? reason : "libsystemd cannot be loaded"};
+    return Error{ErrorCode::NotFound, reason ? reason : localized("libsystemd cannot be loaded")};
 }
 
 void* findInSystemd(const char* name) {

@@ -4,11 +4,13 @@
 #include <iterator>
 #include <utility>
 
+#include "base/localized.h"
+
 namespace dravo::x11 {
 
 namespace {
 
-constexpr const char* kNoTable = "its driver has no transfer table";
+const std::string kNoTable(textKey("its driver has no transfer table").english);
 
 /// From a look's question to its use, at most: one period and a little for the timer.
 constexpr std::chrono::milliseconds kLookIsFresh{992};
@@ -21,8 +23,9 @@ Result<void> outcomeOf(xcb_connection_t* connection, xcb_void_cookie_t cookie) {
     if (xcb_connection_has_error(connection) != 0) return disconnected();
     if (!error) return {};
     if (error->error_code == XCB_ACCESS)
-        return Error{ErrorCode::PermissionDenied, "the X server refuses access to this display", error->error_code};
-    return Error{ErrorCode::Internal, "the X server refused a table", error->error_code};
+        return Error{ErrorCode::PermissionDenied,
+                     std::string(textKey("the X server refuses access to this display").english), error->error_code};
+    return Error{ErrorCode::Internal, std::string(textKey("the X server refused a table").english), error->error_code};
 }
 
 // Of the outputs' properties only those that say who is there and how it is calibrated; a brightness key changes one
@@ -89,7 +92,8 @@ void X11DisplayServer::listen(DescriptorWatch& watch, Scheduler& scheduler) {
 Result<const X11DisplayServer::Display*> X11DisplayServer::find(DisplayId id) const {
     if (isLost_ || connection_.isBroken()) return disconnected();
     const auto found = std::find_if(displays_.begin(), displays_.end(), [&](const Display& d) { return d.id == id; });
-    if (found == displays_.end()) return Error{ErrorCode::NotFound, "this display is not on"};
+    if (found == displays_.end())
+        return Error{ErrorCode::NotFound, std::string(textKey("this display is not on").english)};
     if (found->tableSize < 2) return Error{ErrorCode::Unsupported, kNoTable};
     return &*found;
 }
@@ -125,7 +129,7 @@ std::vector<Result<GammaTable>> X11DisplayServer::readTables(std::span<const Dis
         } else if (!levels) {
             tables.emplace_back(levels.error());
         } else if (const auto& read = (*levels)[next++]; read.size() < 2) {
-            tables.emplace_back(Error{ErrorCode::NotFound, "this display is not on"});
+            tables.emplace_back(Error{ErrorCode::NotFound, std::string(textKey("this display is not on").english)});
         } else {
             tables.emplace_back(toTable(read));
         }

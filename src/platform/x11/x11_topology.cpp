@@ -4,6 +4,7 @@
 #include <array>
 #include <string_view>
 
+#include "base/localized.h"
 #include "display/display_identity.h"
 
 namespace dravo::x11 {
@@ -92,10 +93,11 @@ std::vector<std::uint8_t> bytesOf(const Reply<xcb_get_property_reply_t>& reply) 
 
 }  // namespace
 
-Error disconnected() { return Error{ErrorCode::Disconnected, "the X server is gone"}; }
+Error disconnected() { return Error{ErrorCode::Disconnected, std::string(textKey("the X server is gone").english)}; }
 
 Error waylandSession() {
-    return Error{ErrorCode::Unsupported, "this is a Wayland session: its X server cannot tint the screen"};
+    return Error{ErrorCode::Unsupported,
+                 std::string(textKey("this is a Wayland session: its X server cannot tint the screen").english)};
 }
 
 Result<ServerFacts> negotiate(const Connection& connection) {
@@ -106,7 +108,8 @@ Result<ServerFacts> negotiate(const Connection& connection) {
 
     const auto* randr = xcb_get_extension_data(xcb, &xcb_randr_id);
     if (connection.isBroken()) return disconnected();
-    if (!randr || !randr->present) return Error{ErrorCode::Unsupported, "this X server has no RandR extension"};
+    if (!randr || !randr->present)
+        return Error{ErrorCode::Unsupported, std::string(textKey("this X server has no RandR extension").english)};
     const auto versionCookie = xcb_randr_query_version(xcb, XCB_RANDR_MAJOR_VERSION, XCB_RANDR_MINOR_VERSION);
     xcb_randr_select_input(xcb, connection.root,
                            XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
@@ -122,7 +125,8 @@ Result<ServerFacts> negotiate(const Connection& connection) {
     const auto version = fetchReply(xcb, xcb_randr_query_version_reply, versionCookie);
     if (!version) return disconnected();
     if (version->major_version < 1 || (version->major_version == 1 && version->minor_version < 3))
-        return Error{ErrorCode::Unsupported, "this X server's RandR extension is older than 1.3"};
+        return Error{ErrorCode::Unsupported,
+                     std::string(textKey("this X server's RandR extension is older than 1.3").english)};
     return facts;
 }
 

@@ -1,8 +1,7 @@
 #include "ui/shell/toolkit_language.h"
 
-#include <QGuiApplication>
+#include <QCoreApplication>
 #include <QLibraryInfo>
-#include <QLocale>
 #include <QTranslator>
 
 #include "base/localized.h"
@@ -10,9 +9,6 @@
 namespace dravo::ui {
 
 void setToolkitLanguage(QCoreApplication& application) {
-    const QLocale locale(QString::fromStdString(interfaceLocale().language));
-    QLocale::setDefault(locale);
-    QGuiApplication::setLayoutDirection(locale.textDirection());
     auto* const translator = new QTranslator(&application);
     const QString name = QStringLiteral("qtbase_") + QString::fromStdString(interfaceLocale().language);
     if (translator->load(name, QLibraryInfo::path(QLibraryInfo::TranslationsPath)))

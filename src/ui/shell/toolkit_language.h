@@ -4,8 +4,7 @@ class QCoreApplication;
 
 namespace dravo::ui {
 
-/// Gives the toolkit the interface's language: its direction, and the texts that are its own (file dialogs), as far as
-/// the system has them.
+/// Gives the toolkit's own texts (file dialogs) in the interface's language, as far as the system has them.
 ///
 /// Thread: main thread, once the application is there and before its first window.
 void setToolkitLanguage(QCoreApplication& application);

@@ -40,13 +40,15 @@ TEST_F(CatalogueLocalizerTest, AsksForTheLanguageAtTheFirstTextAndOnlyThen) {
 TEST_F(CatalogueLocalizerTest, SpeaksEnglishWhereTheCatalogueCannotBeReadAndSaysSoOnce) {
     write("de", "no catalogue");
     for (const bool isEnglish : {true, false}) {
-        CatalogueLocalizer texts(folder_.path(), [&] { return InterfaceLocale{isEnglish ? "en" : "de", "", ""}; });
-        // What complains asks for a text of its own.
-        installLocalizer(&texts);
+        // Who looks for the choice and who complains about a file ask for texts of their own.
+        CatalogueLocalizer texts(folder_.path(), [&] {
+            EXPECT_EQ(localized("Off"), "Off");
+            return InterfaceLocale{isEnglish ? "en" : "de", "", ""};
+        });
+        const InstalledLocalizer installed(texts);
         ::testing::internal::CaptureStderr();
         EXPECT_EQ(localized("tray.off", "Filter off"), "Filter off");
         EXPECT_EQ(localized("tray.on", "Filter on"), "Filter on");
-        installLocalizer(nullptr);
         const std::string said = ::testing::internal::GetCapturedStderr();
         EXPECT_EQ(std::ranges::count(said, '\n'), isEnglish ? 0 : 1) << said;
     }
