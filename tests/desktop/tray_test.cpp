@@ -15,18 +15,23 @@ protected:
 
     /// Opens the menu and clicks the entry of this place, of so many.
     void choose(int entry, int count) {
-        clickIcon(Button::right);
-        ASSERT_TRUE(soon([&] { return menu().has_value(); })) << "no menu";
-        const Box box = menu()->box;
-        const auto edgeOf = [&](int row) {
-            return Box{box.x + 8, box.y + box.height * (2 * row + 1) / (2 * count), 1, 1};
+        Box box;
+        const auto placeOf = [&](int row) {
+            return Place{box.x + box.width / 2, box.y + box.height * (2 * row + 1) / (2 * count)};
         };
-        pointer().moveTo({box.x + box.width / 2, edgeOf(entry).y});
-        // A menu that does not follow the pointer yet takes the click for one outside.
-        const int other = entry == 0 ? count - 1 : 0;
-        EXPECT_TRUE(soon([&] { return windows().picture(edgeOf(entry)) != windows().picture(edgeOf(other)); }))
-            << "the entry does not light up";
-        pointer().click({box.x + box.width / 2, edgeOf(entry).y});
+        const auto edgeOf = [&](int row) { return windows().picture({box.x + 8, placeOf(row).y, 1, 1}); };
+        // Before the entry has lit up, a host's menu may change its size and take a click for one outside.
+        const auto isReady = [&] {
+            const auto shown = menu();
+            if (shown && shown->box == box) return edgeOf(entry) != edgeOf(entry == 0 ? count - 1 : 0);
+            if (!shown) return false;
+            box = shown->box;
+            pointer().moveTo(placeOf(entry));
+            return false;
+        };
+        clickIcon(Button::right);
+        ASSERT_TRUE(soon(isReady)) << (menu() ? "the entry does not light up" : "no menu");
+        pointer().click(placeOf(entry));
         EXPECT_TRUE(soon([&] { return !menu(); })) << "the menu stays";
     }
 

@@ -7,6 +7,8 @@
 #include <QDBusVariant>
 #include <QIcon>
 #include <QKeySequence>
+#include <algorithm>
+#include <utility>
 
 #include "ui/shell/tray_symbols.h"
 #include "ui/theme.h"
@@ -100,11 +102,17 @@ bool TrayIcon::isShown() const { return icon_ && QSystemTrayIcon::isSystemTrayAv
 QRect TrayIcon::geometry() const { return icon_ ? icon_->geometry() : QRect(); }
 
 void TrayIcon::fillMenu() {
-    menu_.clear();
     if (!makeMenu_) return;
     menu_.setStyleSheet(theme().styleSheet());
     menu_.setFont(fontOf(TextStyle::body));
-    for (const auto& entry : makeMenu_()) {
+    std::vector<MenuEntry> entries = makeMenu_();
+    const bool isSame = std::ranges::equal(entries, entries_, {}, &MenuEntry::title, &MenuEntry::title);
+    entries_ = std::move(entries);
+    // Entries made anew are other entries to a host, and a click on one of the old, in a menu that is open, is lost.
+    if (isSame) return;
+    menu_.clear();
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+        const auto& entry = entries_[i];
         if (entry.title.empty()) {
             menu_.addSeparator();
             continue;
@@ -112,7 +120,7 @@ void TrayIcon::fillMenu() {
         auto* const action = menu_.addAction(QString::fromStdString(entry.title));
         if (entry.key != 0) action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key(entry.key - 'a' + Qt::Key_A)));
         // A menu that is rebuilt by what its entry does must not do so below it.
-        connect(action, &QAction::triggered, this, [this, act = entry.action] { scheduler_.post(act); });
+        connect(action, &QAction::triggered, this, [this, i] { scheduler_.post(entries_[i].action); });
     }
 }
 

@@ -48,6 +48,7 @@ private:
     QIcon symbol_;
     QString toolTip_;
     std::function<std::vector<MenuEntry>()> makeMenu_;
+    std::vector<MenuEntry> entries_;  ///< what the menu has now
     SubscriberList<Button> clicks_;
 };
 
