@@ -89,10 +89,7 @@ protected:
     };
 
     Outcome run(std::vector<std::string> arguments, const std::filesystem::path& outputTo = {}) {
-        // Read by a build that looks for leaks, ignored by any other.
-        const std::map<std::string, std::string> leaks{
-            {"LSAN_OPTIONS", "print_suppressions=0:suppressions=" DRAVO_LEAK_SUPPRESSIONS}};
-        ProcessUnderTest program(home_, std::move(arguments), leaks, outputTo);
+        ProcessUnderTest program(home_, std::move(arguments), {}, outputTo);
         const auto status = program.waitForExit();
         return {status.value_or(ExitStatus{}), program.standardOutput(), program.standardError()};
     }

@@ -27,7 +27,10 @@ TrayIcon::TrayIcon(Scheduler& scheduler) : scheduler_(scheduler), traySelection_
     watchForNotifierHosts();
 }
 
-TrayIcon::~TrayIcon() = default;
+TrayIcon::~TrayIcon() {
+    // The toolkit frees the entries that a bus menu shows only when they are taken out of it.
+    menu_.clear();
+}
 
 void TrayIcon::watchForNotifierHosts() {
     QDBusConnection bus = QDBusConnection::sessionBus();
