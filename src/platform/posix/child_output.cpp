@@ -118,7 +118,7 @@ private:
         timeout_ = scheduler_.after({}, [this, error = std::move(error)] { finish(error); });
     }
 
-    void finish(Result<std::string> result) {
+    void finish(const Result<std::string>& result) {
         child_.end();
         const auto done = std::move(onDone_);
         timeout_.cancel();
