@@ -4,7 +4,6 @@
 #include <QLocale>
 
 #include <unicode/udat.h>
-#include <unicode/udatpg.h>
 #include <unicode/unum.h>
 
 #include <array>

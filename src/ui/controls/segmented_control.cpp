@@ -1,9 +1,6 @@
 #include "ui/controls/segmented_control.h"
 
-#include <QButtonGroup>
-#include <QKeyEvent>
 #include <QPainter>
-#include <algorithm>
 
 #include "ui/controls/layout.h"
 

@@ -1,7 +1,5 @@
 #include "ui/views/preset_picker_view.h"
 
-#include <algorithm>
-
 #include "ui/controls/layout.h"
 #include "ui/texts.h"
 #include "ui/views/preset_editor_view.h"
