@@ -3,9 +3,9 @@
 #include <optional>
 
 #include "desktop/filter_run_test.h"
-#include "desktop/tray_host.h"
 #include "support/private_bus.h"
 #include "support/screen_reader.h"
+#include "support/tray_host.h"
 #include "support/x_keyboard.h"
 #include "support/x_pointer.h"
 #include "support/x_windows.h"

@@ -1,4 +1,4 @@
-#include "desktop/tray_host.h"
+#include "support/tray_host.h"
 
 #include <filesystem>
 
