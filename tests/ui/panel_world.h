@@ -36,6 +36,7 @@ struct PanelWorld : FilterWorld {
 
     ui::MenuBarView& open() {
         if (!panel) panel = std::make_unique<ui::MenuBarView>(*parts);
+        panel->refresh();
         panel->show();
         settle();
         return *panel;

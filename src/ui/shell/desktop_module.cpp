@@ -104,7 +104,7 @@ private:
 
     PanelWindow::Content makeContent() {
         auto* const view = new MenuBarView(parts_);
-        return {view, [view] { return view->closeInnermost(); }};
+        return {view, [view] { view->refresh(); }, [view] { return view->closeInnermost(); }};
     }
 
     const PanelParts parts_;

@@ -23,6 +23,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kSameClick = 300ms;
+// The first content loads the typefaces, which takes longer than all else about the first opening.
+constexpr auto kQuietAfterStart = 1s;
 constexpr int kGap = 8;
 
 bool isOurs(QPoint place) {
@@ -54,6 +56,7 @@ PanelWindow::PanelWindow(Scheduler& scheduler, Needs needs)
     scroll_.setWidgetResizable(true);
     scroll_.setFocusPolicy(Qt::NoFocus);
     scroll_.viewport()->setAutoFillBackground(false);
+    preparation_ = scheduler_.after(kQuietAfterStart, [this] { adoptContent(); });
 }
 
 void PanelWindow::adoptContent() {
@@ -80,6 +83,7 @@ void PanelWindow::show() {
         if (!isTranslucent) setAttribute(Qt::WA_NoSystemBackground, false);
     }
     adoptContent();
+    content_.refresh();
     chooseAnchor();
     ensurePolished();
     scroll_.verticalScrollBar()->setValue(0);

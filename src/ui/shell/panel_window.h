@@ -21,13 +21,14 @@ public:
     /// What the window shows; its size follows the widget's size hint.
     struct Content {
         QWidget* widget = nullptr;            ///< The window takes it over.
+        std::function<void()> refresh{};      ///< Reads everything anew, while nobody sees it yet.
         std::function<bool()> takesEscape{};  ///< Closes something inside; false if there is nothing to close.
     };
 
     struct Needs {
         std::function<QRect()> iconPlace;      ///< The tray icon's place on the screen; empty where nobody knows it.
         std::function<void()> beforeShowing;   ///< Puts the present look in force.
-        std::function<Content()> makeContent;  ///< Called once, when the window is first shown.
+        std::function<Content()> makeContent;  ///< Called once, soon after the start or to show it earlier.
     };
 
     PanelWindow(Scheduler& scheduler, Needs needs);
@@ -60,6 +61,7 @@ private:
     QRect available_;  ///< what the screen of the anchor leaves free
     OutsidePress outsidePress_;
     SteadyTime closedAt_ = SteadyTime::min();
+    Timer preparation_;
 };
 
 }  // namespace dravo::ui

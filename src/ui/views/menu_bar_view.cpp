@@ -91,9 +91,4 @@ void MenuBarView::refresh() {
 
 bool MenuBarView::closeInnermost() { return notices_->closeInnermost() || picker_->closeInnermost(); }
 
-void MenuBarView::showEvent(QShowEvent* event) {
-    if (!event->spontaneous()) refresh();
-    View::showEvent(event);
-}
-
 }  // namespace dravo::ui

@@ -12,7 +12,7 @@
 namespace dravo::ui {
 
 /// The panel's whole content. It watches everything that the views show: a change marks it stale, and once a turn, only
-/// while it can be seen, all views read the new values.
+/// while it can be seen, all views read the new values. Before it is shown, `refresh` is called.
 class MenuBarView : public View {
 public:
     explicit MenuBarView(const PanelParts& parts);
@@ -21,9 +21,6 @@ public:
 
     /// Escape: closes what is open inside, the innermost first. False if nothing is.
     bool closeInnermost();
-
-protected:
-    void showEvent(QShowEvent* event) override;
 
 private:
     void add(QWidget* widget);
