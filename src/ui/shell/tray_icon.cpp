@@ -23,7 +23,11 @@ const QString kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
 }  // namespace
 
 TrayIcon::TrayIcon(Scheduler& scheduler) : scheduler_(scheduler), traySelection_([this] { appear(); }) {
-    connect(&menu_, &QMenu::aboutToShow, this, [this] { fillMenu(); });
+    connect(&menu_, &QMenu::aboutToShow, this, [this] {
+        fillMenu();
+        menu_.setStyleSheet(theme().styleSheet());
+        menu_.setFont(fontOf(TextStyle::body));
+    });
     watchForNotifierHosts();
 }
 
@@ -74,7 +78,7 @@ void TrayIcon::appear() {
         if (reason == QSystemTrayIcon::Trigger) clicks_.deliver(Button::left);
         if (reason == QSystemTrayIcon::MiddleClick) clicks_.deliver(Button::middle);
     });
-    icon_->setIcon(symbol_);
+    icon_->setIcon(trayIconOf(symbol_));
     icon_->setToolTip(toolTip_);
     fillMenu();
     icon_->setContextMenu(&menu_);
@@ -82,9 +86,9 @@ void TrayIcon::appear() {
 }
 
 void TrayIcon::setSymbol(Symbol symbol) {
-    symbol_ = trayIconOf(symbol);
+    symbol_ = symbol;
     if (!icon_) return;
-    icon_->setIcon(symbol_);
+    icon_->setIcon(trayIconOf(symbol));
     fillMenu();  // a host may show what it was told last
 }
 
@@ -106,8 +110,6 @@ QRect TrayIcon::geometry() const { return icon_ ? icon_->geometry() : QRect(); }
 
 void TrayIcon::fillMenu() {
     if (!makeMenu_) return;
-    menu_.setStyleSheet(theme().styleSheet());
-    menu_.setFont(fontOf(TextStyle::body));
     std::vector<MenuEntry> entries = makeMenu_();
     const bool isSame = std::ranges::equal(entries, entries_, {}, &MenuEntry::title, &MenuEntry::title);
     entries_ = std::move(entries);

@@ -45,7 +45,7 @@ private:
     TraySelection traySelection_;
     std::unique_ptr<QSystemTrayIcon> icon_;
     QMenu menu_;
-    QIcon symbol_;
+    Symbol symbol_ = Symbol::eyeCircle;
     QString toolTip_;
     std::function<std::vector<MenuEntry>()> makeMenu_;
     std::vector<MenuEntry> entries_;  ///< what the menu has now
