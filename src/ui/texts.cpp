@@ -1,11 +1,13 @@
 #include "ui/texts.h"
 
+#include <QFontMetrics>
 #include <QGuiApplication>
 #include <QLocale>
 
 #include <unicode/udat.h>
 #include <unicode/unum.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -138,9 +140,14 @@ QString inOwnDigits(QString text) {
     return text;
 }
 
-QString leftToRight(const QString& text) {
+QString shortcutText(const std::string& signs, const std::string& words, const QFont& font) {
     constexpr QChar kIsolate(0x2066);
     constexpr QChar kEnd(0x2069);
+    const QString text = QString::fromStdString(signs);
+    const QFontMetrics metrics(font);
+    const auto letters = text.toUcs4();
+    if (!std::all_of(letters.begin(), letters.end(), [&](uint letter) { return metrics.inFontUcs4(letter); }))
+        return QString::fromStdString(words);
     return QGuiApplication::isRightToLeft() ? kIsolate + text + kEnd : text;
 }
 

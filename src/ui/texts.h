@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QFont>
 #include <QString>
+#include <string>
 #include <string_view>
 
 #include "base/calendar.h"
@@ -37,8 +39,9 @@ void adoptInterfaceLocale();
 /// `text` with its ASCII digits in the locale's own: "19:55" in Arabic, too.
 [[nodiscard]] QString inOwnDigits(QString text);
 
-/// `text`, which reads from left to right, for a place where writing may go the other way.
-[[nodiscard]] QString leftToRight(const QString& text);
+/// A shortcut's signs, which read from left to right also where writing goes the other way; its `words` where the
+/// system has no typeface, `font` or another, that can draw all the signs.
+[[nodiscard]] QString shortcutText(const std::string& signs, const std::string& words, const QFont& font);
 
 /// The number that a person typed in the locale's own form or in the plain one with a point; NaN for anything else.
 [[nodiscard]] double typedNumber(const QString& text);

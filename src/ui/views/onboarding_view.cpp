@@ -50,8 +50,9 @@ void OnboardingView::refresh() {
     const auto code = parts_.preferences.shortcutKeyCode();
     const auto modifiers = parts_.preferences.shortcutModifiers();
     const QString sentence = text("Toggle with %@ from anywhere");
-    shortcut_->setText(filled(sentence, leftToRight(QString::fromStdString(displayString(code, modifiers)))));
-    shortcut_->setAccessibleName(filled(sentence, QString::fromStdString(spokenShortcut(code, modifiers))));
+    const std::string words = spokenShortcut(code, modifiers);
+    shortcut_->setText(filled(sentence, shortcutText(displayString(code, modifiers), words, shortcut_->font())));
+    shortcut_->setAccessibleName(filled(sentence, QString::fromStdString(words)));
 }
 
 }  // namespace dravo::ui

@@ -36,9 +36,9 @@ RecorderButton::RecorderButton(const PanelParts& parts, QWidget* parent)
 
 void RecorderButton::refresh() {
     const bool isShortcut = !recorder_.isRecording() && !recorder_.isShowingUnavailable();
-    const QString shown = QString::fromStdString(recorder_.text());
-    setText(isShortcut ? leftToRight(shown) : shown);
-    setAccessibleName(QString::fromStdString(recorder_.spokenText()));
+    const std::string words = recorder_.spokenText();
+    setText(isShortcut ? shortcutText(recorder_.text(), words, font()) : QString::fromStdString(recorder_.text()));
+    setAccessibleName(QString::fromStdString(words));
     setMuted(!isShortcut);
     updateGeometry();
     update();
