@@ -33,7 +33,8 @@ constexpr int kStarts = 20;
 constexpr int kOpenings = 10;
 constexpr std::size_t kDisplays = 3;
 
-bool soon(const std::function<bool()>& condition) { return testing::waitUntil(condition, 10s, 50us); }
+/// Looking at every window costs the server a while, which it must have for those who are watched.
+bool soon(const std::function<bool()>& condition) { return testing::waitUntil(condition, 10s, 2ms); }
 
 class Desktop {
 public:
