@@ -1,9 +1,6 @@
 #include "platform/freedesktop/autostart_login_item.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -11,6 +8,7 @@
 #include "base/files.h"
 #include "base/localized.h"
 #include "base/report.h"
+#include "platform/freedesktop/session_environment.h"
 
 namespace dravo::freedesktop {
 
@@ -22,33 +20,6 @@ constexpr std::size_t kMaxBytes = 64 * 1024;
 
 constexpr const char* kHidden = "Hidden";
 constexpr const char* kSwitchedOn = "X-GNOME-Autostart-enabled";
-
-std::vector<std::string> split(std::string_view text) {
-    std::vector<std::string> parts;
-    while (!text.empty()) {
-        const auto end = text.find(':');
-        if (end != 0) parts.emplace_back(text.substr(0, end));
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    }
-    return parts;
-}
-
-std::string_view variable(const char* name, std::string_view unset = {}) {
-    const char* const value = std::getenv(name);
-    return value && *value != '\0' ? value : unset;
-}
-
-bool isExecutable(const std::filesystem::path& file) {
-    std::error_code ignored;
-    return std::filesystem::is_regular_file(file, ignored) && ::access(file.c_str(), X_OK) == 0;
-}
-
-bool canBeStarted(const std::string& program) {
-    if (program.find('/') != std::string::npos) return isExecutable(program);
-    const auto folders = split(variable("PATH"));
-    return std::ranges::any_of(
-        folders, [&](const std::string& folder) { return isExecutable(std::filesystem::path(folder) / program); });
-}
 
 DesktopEntry newEntry() {
     DesktopEntry entry;
@@ -67,9 +38,9 @@ AutostartPlace AutostartPlace::ofThisProcess(const std::filesystem::path& home) 
     AutostartPlace place;
     place.configHome = variable("XDG_CONFIG_HOME");
     if (!place.configHome.is_absolute()) place.configHome = home.empty() ? home : home / ".config";
-    for (const auto& folder : split(variable("XDG_CONFIG_DIRS", "/etc/xdg")))
+    for (const auto& folder : listVariable("XDG_CONFIG_DIRS", "/etc/xdg"))
         if (folder.starts_with('/')) place.configDirs.emplace_back(folder);
-    place.currentDesktop = split(variable("XDG_CURRENT_DESKTOP"));
+    place.currentDesktop = listVariable("XDG_CURRENT_DESKTOP");
     std::error_code ignored;
     place.program = std::filesystem::read_symlink("/proc/self/exe", ignored);
     // An update has put another file in its place since.

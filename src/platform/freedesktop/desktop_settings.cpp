@@ -1,13 +1,11 @@
 #include "platform/freedesktop/desktop_settings.h"
 
-#include <unistd.h>
-
 #include <array>
 #include <chrono>
-#include <cstdlib>
 #include <optional>
 #include <string_view>
 
+#include "platform/freedesktop/session_environment.h"
 #include "platform/posix/child_output.h"
 
 namespace dravo::freedesktop {
@@ -39,29 +37,10 @@ constexpr std::array<KnownPage, 9> kPages{{
     {"Budgie", Page::location, "budgie-control-center", "location"},
 }};
 
-/// The pieces of a colon-separated list in the environment; none if it is not set.
-std::vector<std::string> listIn(const char* variable) {
-    std::vector<std::string> pieces;
-    const char* const value = std::getenv(variable);
-    std::string_view rest = value ? value : "";
-    while (!rest.empty()) {
-        const auto end = rest.find(':');
-        if (const auto piece = rest.substr(0, end); !piece.empty()) pieces.emplace_back(piece);
-        rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
-    }
-    return pieces;
-}
-
-bool isInstalled(std::string_view program) {
-    for (const auto& folder : listIn("PATH"))
-        if (::access((folder + '/' + std::string(program)).c_str(), X_OK) == 0) return true;
-    return false;
-}
-
 std::optional<std::vector<std::string>> commandFor(Page page) {
-    for (const auto& desktop : listIn("XDG_CURRENT_DESKTOP")) {
+    for (const auto& desktop : listVariable("XDG_CURRENT_DESKTOP")) {
         for (const auto& known : kPages) {
-            if (known.desktop != desktop || known.page != page || !isInstalled(known.program)) continue;
+            if (known.desktop != desktop || known.page != page || !canBeStarted(known.program)) continue;
             std::vector<std::string> words{std::string(known.program)};
             if (!known.argument.empty()) words.emplace_back(known.argument);
             return words;
