@@ -1,10 +1,9 @@
-# What `cmake --install` puts where. The program looks for its modules beside itself, then in ../lib/dravo.
+# What `cmake --install` puts where, but for what is translated (DravoTranslations.cmake). The program looks for its modules
+# beside itself, then in ../lib/dravo.
 include(GNUInstallDirs)
 
 install(TARGETS dravo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS dravo_pictures dravo_desktop LIBRARY DESTINATION lib/dravo)
-install(FILES packaging/dravo.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
-install(FILES packaging/org.dravo.Dravo.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 foreach(size 16 24 32 48 64 128 256)
   install(FILES packaging/icons/dravo-${size}.png
     DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/${size}x${size}/apps RENAME dravo.png)
