@@ -13,7 +13,6 @@
 namespace dravo {
 
 cli::ExitCode FilterRun::run(RunKind kind) {
-    inherit();
     if (!takeLock() || !connect()) return failure_;
     launch();
     if (!loadServices()) return failure_;
@@ -25,12 +24,13 @@ cli::ExitCode FilterRun::run(RunKind kind) {
 }
 
 // Only from this very process: what a child finds in its environment is not for it.
-void FilterRun::inherit() {
+std::optional<HandOver> FilterRun::inheritance() {
     const char* const text = std::getenv(kHandOverVariable);
-    if (!text) return;
-    inherited_ = decodeHandOver(text);
+    if (!text) return std::nullopt;
+    auto handOver = decodeHandOver(text);
     ::unsetenv(kHandOverVariable);
-    if (inherited_ && inherited_->process != ::getpid()) inherited_.reset();
+    if (handOver && handOver->process != ::getpid()) handOver.reset();
+    return handOver;
 }
 
 bool FilterRun::takeLock() {
@@ -96,6 +96,7 @@ void FilterRun::launch() {
                                           locationProvider_, *applicator_, *originalGamma_, *grayscale_, wakeSource_,
                                           inherited_ ? std::optional(inherited_->state) : std::nullopt});
     displays_->commit();
+    guard_.takeCharge();
 }
 
 bool FilterRun::loadServices() {
@@ -173,7 +174,9 @@ void FilterRun::relaunch() {
     defaults_.flush();
     const HandOver handOver{::getpid(), lock_ ? lock_->bequeath(true) : -1, grayscale_->isOurs(),
                             filterState_->runningState()};
+    guard_.suspend();
     const auto failure = posix::replaceProgram(kHandOverVariable, encodeHandOver(handOver));
+    guard_.resume();
     if (lock_) lock_->bequeath(false);
     const std::string told = filled(localized("cannot start again: %@"), {failure.message});
     std::fprintf(stderr, "dravo: %s\n", told.c_str());

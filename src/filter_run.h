@@ -60,7 +60,7 @@ public:
     cli::ExitCode run(RunKind kind);
 
 private:
-    void inherit();
+    [[nodiscard]] static std::optional<HandOver> inheritance();
     bool takeLock();
     void wakeOther(int holder);
     bool connect();
@@ -76,10 +76,12 @@ private:
 
     // In the order of building: what is declared later uses what stands above.
     DataFolder folder_ = DataFolder::ofThisUser();
-    std::optional<HandOver> inherited_;  ///< From the program that this one replaced.
+    std::optional<HandOver> inherited_ = inheritance();  ///< From the program that this one replaced.
     std::optional<posix::InstanceLock> lock_;
     x11::EmergencyRestore emergency_{""};
-    posix::TerminationGuard guard_{[this] { static_cast<void>(emergency_.open()); }, [this] { emergency_.restore(); }};
+    posix::TerminationGuard guard_{
+        [this] { static_cast<void>(emergency_.open()); }, [this] { emergency_.restore(); },
+        inherited_ ? posix::TerminationGuard::Found::ours : posix::TerminationGuard::Found::theirOwn};
     posix::SdEventLoop loop_;
     posix::BackgroundSync backgroundSync_;
     freedesktop::TomlUserDefaults defaults_{freedesktop::TomlUserDefaults::defaultPath(folder_.home.parent_path()),

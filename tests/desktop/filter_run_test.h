@@ -20,6 +20,9 @@ inline Ramp filtered(double intensity) {
     return {levels.red, levels.green, levels.blue};
 }
 
+/// What a start says that had to undo what an earlier one left.
+inline constexpr const char* kCrashNotice = "Restored gamma from previous crash\n";
+
 inline constexpr double kWeak = 0.4;
 inline constexpr double kStrong = 0.9;
 

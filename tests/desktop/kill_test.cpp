@@ -7,8 +7,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr const char* kNotice = "Restored gamma from previous crash\n";
-
 class KillTest : public FilterRunTest {
 protected:
     /// Starts a run and kills it: while it starts, while it fades, or when nothing happens.
@@ -51,7 +49,7 @@ TEST_F(KillTest, IsUndoneByTheNextStartWithoutAnUnfilteredMoment) {
         const Run run = startAndSettle();
         quit(*run);
         expectNoUnfilteredMoment(watch.stop(), ownTables());
-        EXPECT_EQ(run->standardOutput(), wasLeft ? kNotice : "");
+        EXPECT_EQ(run->standardOutput(), wasLeft ? kCrashNotice : "");
         expectAsBefore();
     }
 }

@@ -48,6 +48,18 @@ PanelRunTest::Run PanelRunTest::startWithIcon() {
     return run;
 }
 
+PanelRunTest::Run PanelRunTest::startWithPanel(const std::filesystem::path& program) {
+    Run run = startProgram({}, program);
+    EXPECT_TRUE(soonFiltered()) << run->standardError();
+    EXPECT_TRUE(soon([&] { return openPanel(); })) << run->standardError();
+    return run;
+}
+
+bool PanelRunTest::openPanel() {
+    const Run asking = startProgram({"panel"});
+    return asking->waitForExit() == ExitStatus::exited(0) && soonIsOpen();
+}
+
 std::string PanelRunTest::command(std::vector<std::string> words, int code) {
     const Run run = startProgram(std::move(words));
     EXPECT_EQ(run->waitForExit(), ExitStatus::exited(code)) << run->standardError();
@@ -74,6 +86,26 @@ void PanelRunTest::clickIcon(Button button) {
     std::optional<Place> place;
     ASSERT_TRUE(soon([&] { return (place = iconPlace()).has_value(); })) << "the icon is not there";
     pointer_->click(*place, button);
+}
+
+void PanelRunTest::clickEntry(int entry, int count) {
+    Box box;
+    const auto placeOf = [&](int row) {
+        return Place{box.x + box.width / 2, box.y + box.height * (2 * row + 1) / (2 * count)};
+    };
+    const auto edgeOf = [&](int row) { return windows_->picture({box.x + 8, placeOf(row).y, 1, 1}); };
+    // Before the entry has lit up, a host's menu may change its size and take a click for one outside.
+    const auto isReady = [&] {
+        const auto shown = menu();
+        if (shown && shown->box == box) return edgeOf(entry) != edgeOf(entry == count - 1 ? 0 : count - 1);
+        if (!shown) return false;
+        box = shown->box;
+        pointer_->moveTo(placeOf(entry));
+        return false;
+    };
+    ASSERT_TRUE(soon(isReady)) << (menu() ? "the entry does not light up" : "no menu");
+    pointer_->click(placeOf(entry));
+    EXPECT_TRUE(soon([&] { return !menu(); })) << "the menu stays";
 }
 
 bool PanelRunTest::openFromNewIcon() {

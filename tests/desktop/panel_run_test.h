@@ -39,9 +39,13 @@ protected:
         environment["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1";
         return environment;
     }
-    [[nodiscard]] Run startProgram(std::vector<std::string> arguments = {}) {
-        return std::make_unique<ProcessUnderTest>(home(), std::move(arguments), session());
+    [[nodiscard]] Run startProgram(std::vector<std::string> arguments = {},
+                                   const std::filesystem::path& program = programUnderTest()) {
+        return std::make_unique<ProcessUnderTest>(home(), std::move(arguments), session(), std::filesystem::path(),
+                                                  program);
     }
+    /// The program, once it filters and its panel is open. Needs no tray.
+    [[nodiscard]] Run startWithPanel(const std::filesystem::path& program = programUnderTest());
     /// The program, once it filters and its icon is in the tray.
     [[nodiscard]] Run startWithIcon();
     /// Runs a command to its end; what it printed on both outputs.
@@ -56,6 +60,10 @@ protected:
     void clickIcon(Button button = Button::left);
     /// Clicks the icon until the panel is open: a host that has just started loses clicks.
     bool openFromNewIcon();
+    /// Clicks the entry of this place, of so many, in the menu that is about to open.
+    void clickEntry(int entry, int count);
+    /// Opens the panel by a command; false if the program is not there yet.
+    bool openPanel();
     /// Clicks the middle of the panel's control of this name.
     void click(const std::string& name);
     void press(std::uint8_t keycode) { keyboard_->press({keycode}); }

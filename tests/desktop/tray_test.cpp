@@ -17,24 +17,8 @@ protected:
 
     /// Opens the menu and clicks the entry of this place, of so many.
     void choose(int entry, int count) {
-        Box box;
-        const auto placeOf = [&](int row) {
-            return Place{box.x + box.width / 2, box.y + box.height * (2 * row + 1) / (2 * count)};
-        };
-        const auto edgeOf = [&](int row) { return windows().picture({box.x + 8, placeOf(row).y, 1, 1}); };
-        // Before the entry has lit up, a host's menu may change its size and take a click for one outside.
-        const auto isReady = [&] {
-            const auto shown = menu();
-            if (shown && shown->box == box) return edgeOf(entry) != edgeOf(entry == 0 ? count - 1 : 0);
-            if (!shown) return false;
-            box = shown->box;
-            pointer().moveTo(placeOf(entry));
-            return false;
-        };
         clickIcon(Button::right);
-        ASSERT_TRUE(soon(isReady)) << (menu() ? "the entry does not light up" : "no menu");
-        pointer().click(placeOf(entry));
-        EXPECT_TRUE(soon([&] { return !menu(); })) << "the menu stays";
+        clickEntry(entry, count);
     }
 
     /// The entries of the menu as the program tells them to the host; "" for a line between them.

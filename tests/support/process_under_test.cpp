@@ -59,7 +59,27 @@ ChildProcess::Options optionsFor(const TestHome& home, std::vector<std::string> 
 fs::path programUnderTest() { return DRAVO_PROGRAM; }
 
 ProcessUnderTest::ProcessUnderTest(const TestHome& home, std::vector<std::string> arguments,
-                                   const std::map<std::string, std::string>& more, fs::path outputTo)
-    : ChildProcess(programUnderTest(), optionsFor(home, std::move(arguments), more, std::move(outputTo))) {}
+                                   const std::map<std::string, std::string>& more, fs::path outputTo,
+                                   const fs::path& program)
+    : ChildProcess(program, optionsFor(home, std::move(arguments), more, std::move(outputTo))) {}
+
+ProgramCopy::ProgramCopy() {
+    const fs::path built = programUnderTest().parent_path();
+    fs::create_directory(folder_ / "bin");
+    fs::create_symlink(built / "dravo-desktop.so", folder_ / "bin/dravo-desktop.so");
+    fs::create_symlink(built.parent_path() / "share", folder_ / "share");
+    putBack();
+}
+
+void ProgramCopy::replaceBy(const std::string& content, fs::perms permissions) const {
+    fs::remove(path());
+    std::ofstream(path()) << content;
+    fs::permissions(path(), permissions);
+}
+
+void ProgramCopy::putBack() const {
+    fs::remove(path());
+    fs::copy_file(programUnderTest(), path());
+}
 
 }  // namespace dravo::testing

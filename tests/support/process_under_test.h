@@ -38,9 +38,25 @@ private:
 /// also when the tests run as root.
 class ProcessUnderTest : public ChildProcess {
 public:
-    /// `more` adds to the home's environment, e.g. DISPLAY.
+    /// `more` adds to the home's environment, e.g. DISPLAY. `program` may be a copy of the program's file.
     ProcessUnderTest(const TestHome& home, std::vector<std::string> arguments,
-                     const std::map<std::string, std::string>& more = {}, std::filesystem::path outputTo = {});
+                     const std::map<std::string, std::string>& more = {}, std::filesystem::path outputTo = {},
+                     const std::filesystem::path& program = programUnderTest());
+};
+
+/// The program installed once more, for tests in which its file is replaced.
+class ProgramCopy {
+public:
+    ProgramCopy();
+
+    [[nodiscard]] std::filesystem::path path() const { return folder_ / "bin/dravo"; }
+    /// Takes the file away and puts another in its place.
+    void replaceBy(const std::string& content, std::filesystem::perms permissions) const;
+    /// The program itself again.
+    void putBack() const;
+
+private:
+    TemporaryFolder folder_;
 };
 
 }  // namespace dravo::testing

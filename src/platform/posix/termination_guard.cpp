@@ -31,29 +31,54 @@ void TerminationGuard::blockSignals() {
     std::signal(SIGPIPE, SIG_IGN);
 }
 
-TerminationGuard::TerminationGuard(std::function<void()> prepare, std::function<void()> restore)
-    : prepare_(std::move(prepare)), restore_(std::move(restore)), thread_([this] { waitForSignal(); }) {}
+TerminationGuard::TerminationGuard(std::function<void()> prepare, std::function<void()> restore, Found found)
+    : prepare_(std::move(prepare)),
+      restore_(std::move(restore)),
+      found_(found),
+      isInCharge_(found == Found::theirOwn),
+      thread_([this] {
+          prepareForSignals();
+          waitForSignal();
+      }) {}
 
 TerminationGuard::~TerminationGuard() {
+    takeCharge();
+    suspend();
+}
+
+void TerminationGuard::takeCharge() {
+    isInCharge_.store(true, std::memory_order_release);
+    isInCharge_.notify_all();
+}
+
+void TerminationGuard::suspend() {
     stopped_.store(true, std::memory_order_release);
     pthread_kill(thread_.native_handle(), wakeSignal());
     thread_.join();
+}
+
+void TerminationGuard::resume() {
+    stopped_.store(false, std::memory_order_release);
+    thread_ = std::thread([this] { waitForSignal(); });
 }
 
 void TerminationGuard::standStillIfEnding() const {
     while (isEnding()) pause();
 }
 
-void TerminationGuard::waitForSignal() {
-    // Nothing is on the displays yet, and a server that does not answer may hold up the preparation for good: until it
-    // is done, a signal simply ends the process.
+void TerminationGuard::prepareForSignals() {
+    // A server that does not answer may hold up the preparation for good: as long as nothing of ours is on the
+    // displays, a signal simply ends the process.
     const sigset_t ending = signalSet({SIGTERM, SIGINT, SIGHUP, SIGQUIT});
-    pthread_sigmask(SIG_UNBLOCK, &ending, nullptr);
+    if (found_ == Found::theirOwn) pthread_sigmask(SIG_UNBLOCK, &ending, nullptr);
     prepare_();
     pthread_sigmask(SIG_BLOCK, &ending, nullptr);
     ready_.store(true, std::memory_order_release);
     ready_.notify_all();
+    isInCharge_.wait(false, std::memory_order_acquire);
+}
 
+void TerminationGuard::waitForSignal() {
     const sigset_t signals = signalSet({SIGTERM, SIGINT, SIGHUP, SIGQUIT, wakeSignal()});
     int received = 0;
     while (sigwait(&signals, &received) != 0 || received == wakeSignal())

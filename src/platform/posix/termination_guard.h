@@ -22,15 +22,28 @@ public:
     /// not end us before the displays are given back.
     static void blockSignals();
 
-    /// Starts the thread, which first runs `prepare`, beside what the main thread goes on with. A signal that comes
-    /// while `prepare` runs ends the process at once, without `restore`.
-    TerminationGuard(std::function<void()> prepare, std::function<void()> restore);
+    /// What the displays show when the program starts.
+    enum class Found {
+        theirOwn,  ///< A signal that comes while `prepare` runs ends the process at once, without `restore`.
+        ours,      ///< The program that this one replaced has left it: a signal waits for `takeCharge`.
+    };
+
+    /// Starts the thread, which first runs `prepare`, beside what the main thread goes on with.
+    TerminationGuard(std::function<void()> prepare, std::function<void()> restore, Found found = Found::theirOwn);
     ~TerminationGuard();
     TerminationGuard(const TerminationGuard&) = delete;
     TerminationGuard& operator=(const TerminationGuard&) = delete;
 
     /// Waits until `prepare` is through. Comes before the first write to a display.
     void waitUntilReady() const { ready_.wait(false, std::memory_order_acquire); }
+
+    /// From here on `restore` can undo whatever is on the displays. Serves a signal that has waited for it.
+    void takeCharge();
+
+    /// Lets signals wait: for a program that replaces this one, or for `resume`. Does not return if one is being
+    /// served.
+    void suspend();
+    void resume();
 
     /// True once a signal is being served: the main thread must not write, report a lost connection or exit any more.
     [[nodiscard]] bool isEnding() const { return ending_.load(std::memory_order_acquire); }
@@ -39,11 +52,14 @@ public:
     void standStillIfEnding() const;
 
 private:
+    void prepareForSignals();
     void waitForSignal();
 
     std::function<void()> prepare_;
     std::function<void()> restore_;
+    Found found_;
     std::atomic<bool> ready_{false};
+    std::atomic<bool> isInCharge_;
     std::atomic<bool> ending_{false};
     std::atomic<bool> stopped_{false};
     std::thread thread_;

@@ -20,7 +20,8 @@ struct Ending {
 
 // Runs `program` in a child under a guard whose restore writes "R", sends it `signals` once it has written "+", and
 // waits for its end. A guard that does not end the child would hang the test, so the child has an alarm.
-Ending endByGuard(std::initializer_list<int> signals, const std::function<void(TerminationGuard&, int log)>& program) {
+Ending endByGuard(std::initializer_list<int> signals, const std::function<void(TerminationGuard&, int log)>& program,
+                  TerminationGuard::Found found = TerminationGuard::Found::theirOwn) {
     std::array<int, 2> log{};
     if (pipe(log.data()) != 0) return {};
     const pid_t child = fork();
@@ -31,7 +32,7 @@ Ending endByGuard(std::initializer_list<int> signals, const std::function<void(T
         std::signal(SIGINT, SIG_IGN);  // as a shell starts its background jobs
         TerminationGuard::blockSignals();
         const auto say = [&](const char* word) { return write(log[1], word, 1) == 1; };
-        TerminationGuard guard([&] { say("P"); }, [&] { say("R"); });
+        TerminationGuard guard([&] { say("P"); }, [&] { say("R"); }, found);
         guard.waitUntilReady();
         say("+");
         program(guard, log[1]);
@@ -84,6 +85,26 @@ TEST(TerminationGuardOrderTest, RestoresOnceForManySignals) {
     });
     EXPECT_EQ(ending.log, "P+R");
     EXPECT_TRUE(WIFSIGNALED(ending.status));
+}
+
+TEST(TerminationGuardOrderTest, LetsASignalWaitWhileTheProgramIsReplaced) {
+    using Found = TerminationGuard::Found;
+    const auto sendAndGoOn = [](int log, const std::function<void()>& goOn) {
+        kill(getpid(), SIGTERM);
+        if (write(log, "c", 1) == 1) goOn();
+        for (;;) pause();
+    };
+    const auto before = endByGuard({}, [&](TerminationGuard& guard, int log) {
+        guard.suspend();
+        sendAndGoOn(log, [&] { guard.resume(); });
+    });
+    const auto after = endByGuard(
+        {}, [&](TerminationGuard& guard, int log) { sendAndGoOn(log, [&] { guard.takeCharge(); }); }, Found::ours);
+    for (const auto& ending : {before, after}) {
+        EXPECT_EQ(ending.log, "P+cR");
+        ASSERT_TRUE(WIFSIGNALED(ending.status));
+        EXPECT_EQ(WTERMSIG(ending.status), SIGTERM);
+    }
 }
 
 TEST(TerminationGuardOrderTest, EndsItsThreadQuietlyWhenTheProgramEndsByItself) {
