@@ -4,8 +4,7 @@
 #include <QPainter>
 #include <QPixmap>
 
-#include "app/interface_locale.h"
-#include "platform/gettext/catalogue_localizer.h"
+#include "ui/in_language.h"
 #include "ui/panel_world.h"
 
 namespace dravo::testing {
@@ -18,6 +17,13 @@ struct Section {
     const char* name;
     std::function<void(PanelWorld&)> arrange;
 };
+
+void followTheSun(PanelWorld& world) {
+    world.click("Settings");
+    world.preferences.setScheduleEnabled(true);
+    world.settle();
+    world.click("Sunset to Sunrise");
+}
 
 const std::vector<Section>& sections() {
     static const std::vector<Section> kSections{
@@ -36,11 +42,15 @@ const std::vector<Section>& sections() {
              world.click("Settings");
              world.preferences.setScheduleEnabled(true);
          }},
+        {"settings-waiting", [](PanelWorld& world) { followTheSun(world); }},
+        {"settings-denied",
+         [](PanelWorld& world) {
+             world.locationService.assume(LocationAuthorization::denied);
+             followTheSun(world);
+         }},
         {"settings-sun",
          [](PanelWorld& world) {
-             world.click("Settings");
-             world.preferences.setScheduleEnabled(true);
-             world.preferences.setScheduleMode(ScheduleMode::sunsetToSunrise);
+             followTheSun(world);
              static_cast<void>(world.locationProvider.useTyped({52.5, 13.4}));
              world.settle();
              world.click("Change…");
@@ -84,29 +94,10 @@ void expectNothingCut(const QWidget& panel, const std::string& where) {
     }
 }
 
-/// The interface in another language, for as long as it lives.
-class InLanguage {
-public:
-    explicit InLanguage(AppLanguage language)
-        : texts_(DRAVO_TRANSLATIONS, [language] {
-              return interfaceLocaleFor(language, [](const char*) { return static_cast<char*>(nullptr); });
-          }) {
-        installLocalizer(&texts_);
-        ui::adoptInterfaceLocale();
-    }
-    ~InLanguage() {
-        installLocalizer(nullptr);
-        ui::adoptInterfaceLocale();
-    }
-    InLanguage(const InLanguage&) = delete;
-    InLanguage& operator=(const InLanguage&) = delete;
-
-private:
-    gettext::CatalogueLocalizer texts_;
-};
+QString pictureFolder() { return qEnvironmentVariable("DRAVO_PICTURES"); }
 
 void keepPicture(ui::MenuBarView& panel, const std::string& name) {
-    const QString folder = qEnvironmentVariable("DRAVO_PICTURES");
+    const QString folder = pictureFolder();
     if (folder.isEmpty()) return;
     ASSERT_TRUE(QDir().mkpath(folder));
     ASSERT_TRUE(panel.grab().save(folder + '/' + QString::fromStdString(name) + ".png"));
@@ -135,7 +126,10 @@ TEST(PanelPicturesTest, NoTextIsCutInAnyLanguage) {
     for (const AppLanguage language : AppLanguage::all()) {
         if (language == AppLanguage::system || language == AppLanguage::english) continue;
         const InLanguage speaking(language);
-        lookAtEverySection(Appearance::Scheme::dark, "-" + std::string(language.code()));
+        const std::string suffix = "-" + std::string(language.code());
+        lookAtEverySection(Appearance::Scheme::dark, suffix);
+        // Colours cut nothing.
+        if (!pictureFolder().isEmpty()) lookAtEverySection(Appearance::Scheme::light, "-light" + suffix);
     }
 }
 

@@ -263,7 +263,14 @@ TEST(PanelTest, ScheduleTakesATimeOnlyOnceItsEditingHasEnded) {
     EXPECT_EQ(world.preferences.scheduleStartMinutes(), 1200);
     press(*start, Qt::Key_Return);
     EXPECT_EQ(world.preferences.scheduleStartMinutes(), 1260);
-    world.preferences.setScheduleEndMinutes(1260);
+    drag(*start->findChild<QLineEdit*>(), {12, 12}, {12, 12});
+    for (const char digit : {'1', '0'}) {
+        QKeyEvent typed(QEvent::KeyPress, digit, Qt::NoModifier, QString(QLatin1Char(digit)));
+        QApplication::sendEvent(start, &typed);
+    }
+    press(*start, Qt::Key_Return);
+    EXPECT_EQ(world.preferences.scheduleStartMinutes(), 1320) << "what is typed replaces the hour that was clicked";
+    world.preferences.setScheduleEndMinutes(1320);
     world.settle();
     EXPECT_TRUE(world.sees("Both times are the same: the schedule keeps the filter off."));
 }
@@ -292,6 +299,10 @@ TEST(PanelTest, SunTimesNeedAPlaceThatAPersonCanGive) {
     EXPECT_EQ(world.preferences.lastLatitude(), 52.5);
     const auto at = [](int hour, int minute) { return ui::timeText({2024, 3, 6, hour, minute, 0}); };
     EXPECT_TRUE(world.sees(ui::filled("Sunset %@ to sunrise %@", at(16, 55), at(5, 42))));
+    world.click("Change…");
+    type("Latitude", "89");
+    world.click("Use");
+    EXPECT_TRUE(world.sees("At your place the sun does not rise or set today."));
 }
 
 TEST(PanelTest, LoginSwitchShowsWhatWasAskedUntilTheSectionOpensAgain) {

@@ -2,7 +2,9 @@
 
 #include <QAccessible>
 #include <QPainter>
+#include <QScrollArea>
 #include <QShowEvent>
+#include <QTimer>
 
 #include "ui/controls/layout.h"
 
@@ -50,6 +52,13 @@ void Card::showEvent(QShowEvent* event) {
     if (auto* const first = answers_->findChild<PushButton*>()) first->setFocus(Qt::OtherFocusReason);
     QAccessibleEvent alert(this, QAccessible::Alert);
     QAccessible::updateAccessibility(&alert);
+    // Once the panel has its new height.
+    QTimer::singleShot(0, this, [this] { scrollIntoView(); });
+}
+
+void Card::scrollIntoView() {
+    for (QWidget* around = parentWidget(); around; around = around->parentWidget())
+        if (auto* const area = qobject_cast<QScrollArea*>(around)) area->ensureWidgetVisible(this, 0, Theme::kPadding);
 }
 
 void Card::paintEvent(QPaintEvent*) {

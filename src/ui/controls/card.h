@@ -31,6 +31,8 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    void scrollIntoView();
+
     Label* title_;
     Label* message_;
     QWidget* answers_;

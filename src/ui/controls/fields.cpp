@@ -65,6 +65,7 @@ TimeField::TimeField(const QString& name, QWidget* parent) : QTimeEdit(parent) {
     lineEdit()->setFrame(false);
     lineEdit()->setTextMargins(kFieldPadding - 2, 0, 0, 0);
     clearGround(*lineEdit());
+    lineEdit()->installEventFilter(this);
     rest_.setSingleShot(true);
     connect(&rest_, &QTimer::timeout, this, [this] { settle(); });
     connect(this, &QTimeEdit::userTimeChanged, this, [this] {
@@ -87,6 +88,12 @@ void TimeField::settle() {
     if (!isEdited_) return;
     isEdited_ = false;
     if (onInput_) onInput_(60 * time().hour() + time().minute());
+}
+
+// What is typed next replaces the hours or the minutes that were clicked; in between it would be refused.
+bool TimeField::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::MouseButtonRelease) setSelectedSection(currentSection());
+    return QTimeEdit::eventFilter(watched, event);
 }
 
 QSize TimeField::sizeHint() const {

@@ -35,6 +35,7 @@ public:
     void onInput(std::function<void(int)> handler) { onInput_ = std::move(handler); }
 
     [[nodiscard]] QSize sizeHint() const override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 protected:
     void paintEvent(QPaintEvent* event) override;

@@ -134,7 +134,9 @@ void PositionView::refresh() {
     timesRow_->setVisible(sun.has_value());
     deniedRow_->setVisible(isDenied);
     waitingRow_->setVisible(!sun && !isDenied);
-    source_->setText(sourceText(isDenied));
+    const bool isPolar = latitude && longitude && !sun;
+    source_->setText(isPolar ? text("position.polar", "At your place the sun does not rise or set today.")
+                             : sourceText(isDenied));
     change_->setText(isChoosing_ ? text("Cancel") : text("Change…"));
     change_->updateGeometry();
     complaint_->setVisible(!complaint_->text().isEmpty());

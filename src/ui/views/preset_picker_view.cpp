@@ -150,13 +150,12 @@ void PresetPickerView::deleteSelected() {
 
 void PresetPickerView::importFile() {
     askForPresetsToRead(window(), [this](const Result<std::string>& read) {
-        if (read) {
-            const auto imported = parts_.control.importPresets(*read);
-            if (imported) return;
+        const auto imported = read ? parts_.control.importPresets(*read) : read.error();
+        if (imported) {
+            tell(countText("import.done", "Imported %lld preset", "Imported %lld presets", imported->size()), {});
+        } else {
             tell(text("preset.import_failed", "Nothing was imported"),
                  QString::fromStdString(imported.error().message));
-        } else {
-            tell(text("preset.import_failed", "Nothing was imported"), QString::fromStdString(read.error().message));
         }
     });
 }
