@@ -72,10 +72,8 @@ void setTheme(const Theme& theme);
 
 [[nodiscard]] QFont fontOf(TextStyle style);
 
-/// Where a line of text begins, and its middle: left, or right in a mirrored panel.
-[[nodiscard]] inline int leadingAlignment(Qt::LayoutDirection direction) {
-    return static_cast<int>(direction == Qt::RightToLeft ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter;
-}
+/// Where a line of text begins, and its middle; a painter mirrors it by itself where writing goes the other way.
+inline constexpr int kLeadingAlignment = Qt::AlignLeft | Qt::AlignVCenter;
 
 /// The contrast ratio of two opaque colours after WCAG 2, 1..21.
 [[nodiscard]] double contrastRatio(const QColor& one, const QColor& other);

@@ -4,6 +4,8 @@
 #include <QPainter>
 #include <QPixmap>
 
+#include "ui/controls/button.h"
+#include "ui/controls/fields.h"
 #include "ui/in_language.h"
 #include "ui/panel_world.h"
 
@@ -131,6 +133,23 @@ TEST(PanelPicturesTest, NoTextIsCutInAnyLanguage) {
         // Colours cut nothing.
         if (!pictureFolder().isEmpty()) lookAtEverySection(Appearance::Scheme::light, "-light" + suffix);
     }
+}
+
+TEST(PanelPicturesTest, PaintedTextBeginsOnTheRightWhereWritingDoes) {
+    const InLanguage arabic(AppLanguage::arabic);
+    PanelWorld world;
+    world.open();
+    const QImage header = world.find<ui::DisclosureButton>(ui::text("Advanced"))->grab().toImage();
+    const QImage end = header.copy(0, 0, header.width() / 2, header.height());
+    QImage blank(end.size(), end.format());
+    blank.fill(end.pixelColor(0, 0));
+    EXPECT_EQ(end, blank) << "the title stands away from its chevron";
+
+    // Digits are written from left to right all the same.
+    world.preferences.setScheduleEnabled(true);
+    world.click("Settings");
+    const auto* const start = world.find<ui::TimeField>(ui::text("From"));
+    EXPECT_EQ(start->text(), QStringLiteral("٨:٠٠ م"));
 }
 
 }  // namespace

@@ -191,8 +191,7 @@ void DisclosureButton::paintEvent(QPaintEvent*) {
     painter.restore();
     painter.setPen(t.text);
     const int offset = Theme::kSmallIcon + kChevronGap;
-    painter.drawText(rect().adjusted(mirrored ? 0 : offset, 0, mirrored ? -offset : 0, 0),
-                     leadingAlignment(layoutDirection()), text());
+    painter.drawText(rect().adjusted(mirrored ? 0 : offset, 0, mirrored ? -offset : 0, 0), kLeadingAlignment, text());
     if (showsFocus()) drawFocusRing(painter, rect(), kIconButtonRadius);
 }
 

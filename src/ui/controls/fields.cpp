@@ -57,7 +57,10 @@ TimeField::TimeField(const QString& name, QWidget* parent) : QTimeEdit(parent) {
     setAccessibleName(name);
     setFont(fontOf(TextStyle::caption));
     setFrame(false);
+    // Where writing goes the other way the toolkit would turn the format round, and with it hours and minutes.
+    setLayoutDirection(Qt::LeftToRight);
     setDisplayFormat(usesTwelveHours() ? QStringLiteral("h:mm AP") : QStringLiteral("HH:mm"));
+    unsetLayoutDirection();
     setKeyboardTracking(true);
     setWrapping(true);
     setFocusPolicy(Qt::StrongFocus);

@@ -123,7 +123,7 @@ void MenuButton::paintEvent(QPaintEvent*) {
     painter.setPen(t.text);
     // Better smaller than cut.
     if (painter.fontMetrics().horizontalAdvance(text()) > room.width()) painter.setFont(fontOf(TextStyle::caption));
-    painter.drawText(room, leadingAlignment(layoutDirection()) | Qt::TextSingleLine,
+    painter.drawText(room, kLeadingAlignment | Qt::TextSingleLine,
                      painter.fontMetrics().elidedText(text(), Qt::ElideRight, room.width()));
     if (showsFocus()) drawFocusRing(painter, rect(), Theme::kControlRadius);
 }

@@ -69,10 +69,13 @@ PresetEditorView::PresetEditorView(const PanelParts& parts, PresetEditing& editi
     alignLabels();
 }
 
-// One column for all: as wide as English needs, wider where another language has longer words.
+// One column for all: as wide as English needs, wider where another language needs more for a line or at least a word.
 void PresetEditorView::alignLabels() {
     int width = kLabelWidth;
-    for (const auto* const label : labels_) width = std::max(width, label->longestWord());
+    for (const auto* const label : labels_) {
+        const int whole = label->fontMetrics().horizontalAdvance(label->text());
+        width = std::max(width, whole <= kWidestLabel ? whole : label->longestWord());
+    }
     for (auto* const label : labels_) label->setFixedWidth(std::min(width, kWidestLabel));
 }
 
