@@ -19,7 +19,7 @@ constexpr HotKey kDefault{14, 4608};
 constexpr HotKey kOther{40, 2304};
 
 /// The manager of the shortcut, and a recorder on it.
-class ShortcutTest : public testing::Test {
+class ShortcutTest : public ::testing::Test {
 protected:
     ShortcutTest() {
         manager_->onToggle = [this] { ++toggles_; };

@@ -18,7 +18,7 @@ std::string announcing(const std::string& version) {
     return R"({"version":")" + version + R"(","notes":"News","link":"https://dravo.example/new"})";
 }
 
-class UpdaterTest : public testing::Test {
+class UpdaterTest : public ::testing::Test {
 protected:
     template <typename Wanted>
     static const Wanted* shown(const Updater& updater) {

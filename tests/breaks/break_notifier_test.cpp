@@ -12,7 +12,7 @@ namespace {
 
 using Status = BreakNotifier::AuthStatus;
 
-class BreakNotifierTest : public testing::Test {
+class BreakNotifierTest : public ::testing::Test {
 protected:
     /// Switches the reminder on; the person, if asked, gives `decision`.
     std::optional<bool> requested(const Result<bool>& decision) {

@@ -12,10 +12,9 @@ using namespace std::chrono_literals;
 using testing::EngineRun;
 using testing::EngineWorld;
 using testing::isNowhereBrighter;
+using testing::kDark;
+using testing::kDarker;
 using testing::scaled;
-
-const GammaTable kDark = scaled(0.6F, 0.3F, 0.1F);
-const GammaTable kDarker = scaled(0.3F, 0.2F, 0.05F);
 
 TEST(LaunchBatchTest, ShowsOnlyTheLastTableOfEachDisplay) {
     EngineWorld world({256, 1024});

@@ -14,7 +14,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class DisplayMonitorTest : public testing::Test {
+class DisplayMonitorTest : public ::testing::Test {
 protected:
     DisplayMonitorTest() {
         monitor->onDisplayChange = [this] { calls.push_back((scheduler.steadyNow() - start) / 1ms); };

@@ -26,6 +26,9 @@ inline GammaTable scaled(float red, float green, float blue) {
     return table;
 }
 
+inline const GammaTable kDark = scaled(0.6F, 0.3F, 0.1F);
+inline const GammaTable kDarker = scaled(0.3F, 0.1F, 0.05F);
+
 /// The table a display starts with: near neutral, unlike every other's.
 inline RampLevels ownLevels(std::size_t size, int salt) {
     RampLevels levels = toLevels(scaled(1.0F, 0.97F, 0.95F), size);

@@ -12,10 +12,9 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::EngineWorld;
+using testing::kDark;
+using testing::kDarker;
 using testing::scaled;
-
-const GammaTable kDark = scaled(0.6F, 0.3F, 0.1F);
-const GammaTable kDarker = scaled(0.3F, 0.1F, 0.05F);
 
 RampLevels frameOf(const GammaTable& from, const GammaTable& to, int step, std::size_t size = 256) {
     return toLevels(step == 10 ? to : interpolate(from, to, static_cast<float>(step) / 10.0F), size);

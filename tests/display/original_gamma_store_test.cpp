@@ -15,10 +15,9 @@ namespace {
 
 using testing::contentOf;
 using testing::EngineWorld;
+using testing::kDark;
 using testing::ownLevels;
 using testing::scaled;
-
-const GammaTable kDark = scaled(0.6F, 0.3F, 0.1F);
 
 std::filesystem::path homeFile(const EngineWorld& world) { return world.folder.home / "original_gamma.json"; }
 std::filesystem::path runtimeFile(const EngineWorld& world) { return world.folder.runtime / "original_gamma.json"; }

@@ -17,7 +17,7 @@ namespace dravo {
 ///   void replaceFromOutside(const DefaultsValues&);  // somebody else's edit, delivered when it returns
 ///   void reopen();                                   // the program ends and starts again
 template <typename Bench>
-class UserDefaultsContract : public testing::Test {
+class UserDefaultsContract : public ::testing::Test {
 protected:
     UserDefaults& defaults() { return bench_.defaults(); }
     Bench bench_;
@@ -110,7 +110,7 @@ TYPED_TEST_P(UserDefaultsContract, ConvertsBetweenTypesAsReadersAsk) {
     };
     for (const auto& [value, flag, integer, number, text] : rows) {
         this->defaults().set("key", value);
-        SCOPED_TRACE(testing::PrintToString(text));
+        SCOPED_TRACE(::testing::PrintToString(text));
         EXPECT_EQ(this->defaults().boolForKey("key"), flag);
         EXPECT_EQ(this->defaults().integerForKey("key"), integer);
         EXPECT_EQ(this->defaults().doubleForKey("key"), number);

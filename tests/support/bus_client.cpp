@@ -15,10 +15,10 @@ bool BusClient::hasOwner(const char* name) {
 }
 
 BusMessage BusClient::send(const BusMessage& message, const char* method) {
-    constexpr std::uint64_t kPatience = 5'000'000;
+    constexpr std::uint64_t kCallPatience = 5'000'000;
     sd_bus_error error = SD_BUS_ERROR_NULL;
     sd_bus_message* answer = nullptr;
-    if (sd_bus_call(bus_.get(), message.get(), kPatience, &error, &answer) >= 0) return BusMessage(answer);
+    if (sd_bus_call(bus_.get(), message.get(), kCallPatience, &error, &answer) >= 0) return BusMessage(answer);
     const std::string reason = error.message ? error.message : "no answer";
     sd_bus_error_free(&error);
     throw std::runtime_error(std::string(method) + ": " + reason);

@@ -3,10 +3,11 @@
 #include <xcb/randr.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <numeric>
 #include <ostream>
 #include <stdexcept>
+
+#include "support/owned.h"
 
 namespace dravo::testing {
 
@@ -14,12 +15,6 @@ namespace {
 
 constexpr std::uint16_t kWidth = 1024;
 constexpr std::uint16_t kHeight = 768;
-
-struct Free {
-    void operator()(void* memory) const { std::free(memory); }
-};
-template <typename T>
-using Owned = std::unique_ptr<T, Free>;
 
 template <typename T>
 Owned<T> need(T* reply, const char* what) {

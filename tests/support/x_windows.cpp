@@ -1,20 +1,15 @@
 #include "support/x_windows.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <ostream>
 #include <stdexcept>
 #include <string_view>
 
+#include "support/owned.h"
+
 namespace dravo::testing {
 
 namespace {
-
-struct Free {
-    void operator()(void* memory) const { std::free(memory); }
-};
-template <typename T>
-using Owned = std::unique_ptr<T, Free>;
 
 Owned<xcb_get_property_reply_t> property(xcb_connection_t* connection, xcb_get_property_cookie_t cookie) {
     return Owned<xcb_get_property_reply_t>(xcb_get_property_reply(connection, cookie, nullptr));

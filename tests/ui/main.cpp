@@ -7,7 +7,7 @@
 
 // The toolkit's own window system in memory: neither a display nor a window manager takes part.
 int main(int count, char** words) {
-    testing::InitGoogleTest(&count, words);
+    ::testing::InitGoogleTest(&count, words);
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("XDG_CURRENT_DESKTOP", "none");
     QApplication application(count, words);

@@ -14,16 +14,10 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::milliseconds;
 using testing::FilterWorld;
+using testing::kBerlin;
 using testing::plainTable;
+using testing::utc;
 using Oracle = testing::ScheduleOracle;
-
-constexpr std::int64_t utc(int month, int day, int hour) {
-    return std::chrono::sys_seconds{std::chrono::sys_days{std::chrono::year{2018} / month / day} +
-                                    std::chrono::hours{hour}}
-        .time_since_epoch()
-        .count();
-}
-const Oracle::Place kBerlin{"Europe/Berlin", 52.52, 13.405, {{0, 60}, {utc(3, 25, 1), 120}, {utc(10, 28, 1), 60}}};
 
 /// What the controller must be and have stored, by its rules, in plain arithmetic of milliseconds.
 struct Model {

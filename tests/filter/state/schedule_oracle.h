@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <numbers>
@@ -124,5 +125,16 @@ struct ScheduleOracle {
         }
     }
 };
+
+/// Unix time in the year of these tests, 2018, when more zones still changed their clocks.
+constexpr std::int64_t utc(int month, int day, int hour) {
+    return std::chrono::sys_seconds{std::chrono::sys_days{std::chrono::year{2018} / month / day} +
+                                    std::chrono::hours{hour}}
+        .time_since_epoch()
+        .count();
+}
+
+inline const ScheduleOracle::Place kBerlin{
+    "Europe/Berlin", 52.52, 13.405, {{0, 60}, {utc(3, 25, 1), 120}, {utc(10, 28, 1), 60}}};
 
 }  // namespace dravo::testing

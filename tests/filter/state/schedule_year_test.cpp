@@ -10,17 +10,10 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::FilterWorld;
+using testing::kBerlin;
+using testing::utc;
 using Oracle = testing::ScheduleOracle;
 
-constexpr std::int64_t utc(int month, int day, int hour) {
-    return std::chrono::sys_seconds{std::chrono::sys_days{std::chrono::year{2018} / month / day} +
-                                    std::chrono::hours{hour}}
-        .time_since_epoch()
-        .count();
-}
-
-// The zones' offsets in 2018, when more of them still changed their clocks.
-const Oracle::Place kBerlin{"Europe/Berlin", 52.52, 13.405, {{0, 60}, {utc(3, 25, 1), 120}, {utc(10, 28, 1), 60}}};
 const Oracle::Place kSaoPaulo{
     "America/Sao_Paulo", -23.55, -46.633, {{0, -120}, {utc(2, 18, 2), -180}, {utc(11, 4, 3), -120}}};
 const Oracle::Place kApia{"Pacific/Apia", -13.833, -171.767, {{0, 840}, {utc(3, 31, 14), 780}, {utc(9, 29, 14), 840}}};

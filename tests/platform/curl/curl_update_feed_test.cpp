@@ -10,10 +10,9 @@ namespace {
 using testing::answerWith;
 using testing::FeedServer;
 using testing::FeedTest;
+using testing::kFeed;
 
 class CurlUpdateFeedTest : public FeedTest {};
-
-constexpr const char* kFeed = R"({"version":"1.3.0","link":"https://dravo.example/"})";
 
 TEST_F(CurlUpdateFeedTest, FetchesTheTextAndTellsNothingAboutThePerson) {
     FeedServer server(answerWith(kFeed));

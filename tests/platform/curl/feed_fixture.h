@@ -12,6 +12,8 @@
 
 namespace dravo::curl::testing {
 
+inline constexpr const char* kFeed = R"({"version":"1.3.0","link":"https://dravo.example/"})";
+
 /// A feed on a real loop, in an environment without proxies.
 class FeedTest : public ::testing::Test {
 protected:

@@ -14,9 +14,9 @@ using dravo::testing::ChildProcess;
 using testing::answerWith;
 using testing::FeedServer;
 using testing::FeedTest;
+using testing::kFeed;
 
 constexpr const char* kOpenssl = "/usr/bin/openssl";
-constexpr const char* kFeed = R"({"version":"1.3.0","link":"https://dravo.example/"})";
 
 /// A feed over TLS, whose certificate nobody has signed but itself.
 class SecureFeedTest : public FeedTest {

@@ -12,14 +12,14 @@ namespace {
 using namespace std::chrono_literals;
 using testing::BusPeer;
 
-constexpr const char* kName = "org.freedesktop.login1";
+constexpr const char* kLogind = "org.freedesktop.login1";
 constexpr const char* kManagerPath = "/org/freedesktop/login1";
 constexpr const char* kSessionPath = "/org/freedesktop/login1/session/_32";
 
 class LogindWakeTest : public testing::BusTest {
 protected:
     void startLogind() {
-        logind.emplace(loop.event(), daemon->address(), kName, [](std::string_view member, sd_bus_message* call) {
+        logind.emplace(loop.event(), daemon->address(), kLogind, [](std::string_view member, sd_bus_message* call) {
             return member == "GetSession" && sd_bus_reply_method_return(call, "o", kSessionPath) >= 0;
         });
     }

@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 using testing::BusPeer;
 using Scheme = Appearance::Scheme;
 
-constexpr const char* kName = "org.freedesktop.portal.Desktop";
+constexpr const char* kPortal = "org.freedesktop.portal.Desktop";
 constexpr const char* kPath = "/org/freedesktop/portal/desktop";
 constexpr const char* kInterface = "org.freedesktop.portal.Settings";
 constexpr const char* kAppearance = "org.freedesktop.appearance";
@@ -89,7 +89,7 @@ protected:
     }
 
     void startPortal(const Settings& settings) {
-        portal.emplace(loop.event(), daemon->address(), kName,
+        portal.emplace(loop.event(), daemon->address(), kPortal,
                        [settings](std::string_view member, sd_bus_message* call) {
                            return member == "ReadAll" && replyWith(settings, call);
                        });
@@ -183,7 +183,7 @@ TEST_F(PortalAppearanceTest, KeepsWhatAnEndedPortalSaidAndAsksTheNextOne) {
 }
 
 TEST_F(PortalAppearanceTest, APortalThatRefusesOrABusThatEndsLeavesItUnknown) {
-    portal.emplace(loop.event(), daemon->address(), kName, [](std::string_view, sd_bus_message* call) {
+    portal.emplace(loop.event(), daemon->address(), kPortal, [](std::string_view, sd_bus_message* call) {
         return sd_bus_reply_method_return(call, "s", "nonsense") >= 0;
     });
     observe();

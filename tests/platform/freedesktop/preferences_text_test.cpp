@@ -61,7 +61,7 @@ struct Row {
     std::string after;
 };
 
-class PreferencesTextSpliceTest : public testing::TestWithParam<Row> {};
+class PreferencesTextSpliceTest : public ::testing::TestWithParam<Row> {};
 
 TEST_P(PreferencesTextSpliceTest, KeepsWhatThePersonWrote) {
     const auto text = withChanges(GetParam().before, GetParam().changes);
@@ -71,7 +71,7 @@ TEST_P(PreferencesTextSpliceTest, KeepsWhatThePersonWrote) {
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, PreferencesTextSpliceTest,
-    testing::Values(
+    ::testing::Values(
         Row{"ReplacesOnlyTheValue",
             "# mine\n  lastIntensity  =  0.80 # strong\nother=1\n",
             {{"lastIntensity", 0.5}},

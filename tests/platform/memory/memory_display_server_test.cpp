@@ -45,7 +45,7 @@ private:
 };
 
 INSTANTIATE_TEST_SUITE_P(Memory, DisplayServerContract,
-                         testing::Values(DisplayBenchMaker{"Memory", [] { return std::make_unique<MemoryBench>(); }}),
+                         ::testing::Values(DisplayBenchMaker{"Memory", [] { return std::make_unique<MemoryBench>(); }}),
                          [](const auto& maker) { return maker.param.name; });
 
 GammaTable tint() {

@@ -12,7 +12,7 @@
 namespace dravo::posix {
 namespace {
 
-class BackgroundWorkTest : public testing::Test {
+class BackgroundWorkTest : public ::testing::Test {
 protected:
     SdEventLoop loop_;
     std::unique_ptr<BackgroundWork> work_;
