@@ -42,7 +42,7 @@ struct Imprint {
     std::array<long, 5> facts{};
 };
 
-/// Something bad in a file's place.
+/// Something bad in a file's spoilt.
 struct Trouble {
     const char* name;
     void (*put)(const fs::path& path);
@@ -110,9 +110,11 @@ protected:
     }
 
     [[nodiscard]] Run startIn(const TestHome& home, const Environment& more = {}) {
-        Environment environment = onServer();
-        environment.insert(more.begin(), more.end());
-        return std::make_unique<ProcessUnderTest>(home, std::vector<std::string>{"--headless"}, environment);
+        return std::make_unique<ProcessUnderTest>(home, std::vector<std::string>{"--headless"}, onServerWith(more));
+    }
+    [[nodiscard]] Environment onServerWith(Environment more) {
+        more.merge(onServer());
+        return more;
     }
 
     void showOwnTables() {
@@ -168,21 +170,12 @@ protected:
         return expected;
     }
 
-    struct Outcome {
-        ExitStatus status;
-        std::string out;
-        std::string err;
-    };
     /// Runs a command in this home to its end.
-    [[nodiscard]] Outcome command(const TestHome& home, std::vector<std::string> arguments,
-                                  const Environment& more = {}) {
-        Environment environment = onServer();
-        environment.insert(more.begin(), more.end());
-        ProcessUnderTest program(home, std::move(arguments), environment);
-        const auto status = program.waitForExit();
-        return {status.value_or(ExitStatus{}), program.standardOutput(), program.standardError()};
+    [[nodiscard]] ProgramOutcome command(const TestHome& home, std::vector<std::string> arguments,
+                                         const Environment& more = {}) {
+        return runProgram(home, std::move(arguments), onServerWith(more));
     }
-    void expectFileTrouble(const Outcome& outcome, const fs::path& naming) {
+    void expectFileTrouble(const ProgramOutcome& outcome, const fs::path& naming) {
         EXPECT_EQ(outcome.status, ExitStatus::exited(1));
         expectOneLine(outcome.err, naming);
     }
@@ -216,7 +209,7 @@ TEST_F(HostileHomeTest, WithUnusableFilesIsFilteredAllTheSameAndLosesNone) {
         const Imprint preferencesBefore(home.path() / kPreferences);
 
         for (const auto& output : displays().enabledOutputs()) displays().setRamp(output, filtered(kStrong));
-        const Outcome restored = command(home, {"restore"});
+        const ProgramOutcome restored = command(home, {"restore"});
         EXPECT_EQ(restored.status, ExitStatus::exited(0));
         if (!trouble.isAnotherUsers) expectOneLine(restored.err, tablesFile);
         EXPECT_EQ(tables(), distrustedTables());
@@ -246,7 +239,7 @@ TEST_F(HostileHomeTest, WithUnusableFilesIsNamedByTheCommandsThatNeedThem) {
         expectFileTrouble(command(home, {"export"}), file);
 
         home.write("mine.json", kOwnPreset);
-        const Outcome imported = command(home, {"import", home.path() / "mine.json"});
+        const ProgramOutcome imported = command(home, {"import", home.path() / "mine.json"});
         EXPECT_EQ(imported.status, ExitStatus::exited(0));
         expectOneLine(imported.err, file);
         EXPECT_EQ(Imprint(file.string() + ".bad"), before);
@@ -262,83 +255,69 @@ TEST_F(HostileHomeTest, WithUnusableFilesIsNamedByTheCommandsThatNeedThem) {
 }
 
 /// A home that cannot hold what the program wants to keep.
-struct Place {
+struct SpoiltHome {
     const char* name;
-    /// Makes it so; what it adds to the environment.
-    Environment (*spoil)(const TestHome& home);
-    const char* named;  ///< What the lines name, below the home.
+    const char* readOnly = nullptr;  ///< A folder of it.
+    const char* blocked = nullptr;   ///< A folder of it that is a file.
+    bool exists = true;
+    bool hasRuntimeFolder = true;
+    const char* named = "";  ///< What the lines name, below the home.
     std::ptrdiff_t lines = 1;
     bool holdsPreferences = true;
     bool holdsPresets = false;
     bool savesTables = true;  ///< In the runtime folder, so that a kill is undone.
+
+    /// Makes it so; what it adds to the environment.
+    [[nodiscard]] Environment spoil(const TestHome& home) const {
+        if (readOnly) fs::permissions(home.path() / readOnly, fs::perms::owner_read | fs::perms::owner_exec);
+        if (blocked) {
+            fs::remove_all(home.path() / blocked);
+            put(home.path() / blocked, "precious");
+        }
+        if (!exists) return {{"HOME", home.path() / "none"}, {"XDG_CONFIG_HOME", ""}};
+        if (!hasRuntimeFolder) return {{"XDG_RUNTIME_DIR", ""}};
+        return {};
+    }
 };
 
-constexpr fs::perms kReadOnly = fs::perms::owner_read | fs::perms::owner_exec;
-
-const std::array kPlaces{
-    Place{.name = "read-only",
-          .spoil = [](const TestHome& home) -> Environment {
-              fs::permissions(home.path(), kReadOnly);
-              return {};
-          },
-          .named = ".dravo"},
-    Place{.name = "read-only, without a runtime folder",
-          .spoil = [](const TestHome& home) -> Environment {
-              fs::permissions(home.path(), kReadOnly);
-              return {{"XDG_RUNTIME_DIR", ""}};
-          },
-          .named = ".dravo",
-          .lines = 2,
-          .savesTables = false},
-    Place{.name = ".dravo is a file",
-          .spoil = [](const TestHome& home) -> Environment {
-              put(home.path() / ".dravo", "precious");
-              return {};
-          },
-          .named = ".dravo"},
-    Place{.name = "the folder of the preferences is a file",
-          .spoil = [](const TestHome& home) -> Environment {
-              fs::remove_all(home.path() / ".config/dravo");
-              put(home.path() / ".config/dravo", "precious");
-              return {};
-          },
-          .named = ".config/dravo",
-          .holdsPreferences = false,
-          .holdsPresets = true},
-    Place{.name = "the folder of the preferences is read-only",
-          .spoil = [](const TestHome& home) -> Environment {
-              fs::permissions(home.path() / ".config/dravo", kReadOnly);
-              return {};
-          },
-          .named = "",
-          .lines = 0,
-          .holdsPresets = true},
-    Place{.name = "missing",
-          .spoil = [](const TestHome& home) -> Environment {
-              fs::permissions(home.path(), kReadOnly);
-              return {{"HOME", home.path() / "none"}, {"XDG_CONFIG_HOME", ""}};
-          },
-          .named = "none",
-          .lines = 2,
-          .holdsPreferences = false},
+const std::array kSpoiltHomes{
+    SpoiltHome{.name = "read-only", .readOnly = "", .named = ".dravo"},
+    SpoiltHome{.name = "read-only, without a runtime folder",
+               .readOnly = "",
+               .hasRuntimeFolder = false,
+               .named = ".dravo",
+               .lines = 2,
+               .savesTables = false},
+    SpoiltHome{.name = ".dravo is a file", .blocked = ".dravo", .named = ".dravo"},
+    SpoiltHome{.name = "the folder of the preferences is a file",
+               .blocked = ".config/dravo",
+               .named = ".config/dravo",
+               .holdsPreferences = false,
+               .holdsPresets = true},
+    SpoiltHome{.name = "the folder of the preferences is read-only",
+               .readOnly = ".config/dravo",
+               .lines = 0,
+               .holdsPresets = true},
+    SpoiltHome{
+        .name = "missing", .readOnly = "", .exists = false, .named = "none", .lines = 2, .holdsPreferences = false},
 };
 
 TEST_F(HostileHomeTest, ThatCannotHoldAnythingKeepsTheDisplaysSafe) {
     const Ramp byDefault = shownByDefault();
-    for (const Place& place : kPlaces) {
-        SCOPED_TRACE(place.name);
+    for (const SpoiltHome& spoilt : kSpoiltHomes) {
+        SCOPED_TRACE(spoilt.name);
         const TestHome home;
         home.writePreferences(kGoodPreferences);
-        const Environment more = place.spoil(home);
-        const Ramp expected = place.holdsPreferences ? filtered(kStrong) : byDefault;
-        if (place.savesTables) expectAKillToBeUndone(home, expected, more);
+        const Environment more = spoilt.spoil(home);
+        const Ramp expected = spoilt.holdsPreferences ? filtered(kStrong) : byDefault;
+        if (spoilt.savesTables) expectAKillToBeUndone(home, expected, more);
         const Life life = live(home, expected, more);
         EXPECT_EQ(life.left, ownTables());
-        if (!place.holdsPresets) expectCannotImport(home, home.path() / place.named, more);
+        if (!spoilt.holdsPresets) expectCannotImport(home, home.path() / spoilt.named, more);
         EXPECT_EQ(command(home, {"restore"}, more).status, ExitStatus::exited(0));
         EXPECT_EQ(tables(), distrustedTables());
-        EXPECT_EQ(countLines(life.said), place.lines) << life.said;
-        EXPECT_NE(life.said.find(place.lines ? (home.path() / place.named).string() : ""), std::string::npos)
+        EXPECT_EQ(countLines(life.said), spoilt.lines) << life.said;
+        EXPECT_NE(life.said.find(spoilt.lines ? (home.path() / spoilt.named).string() : ""), std::string::npos)
             << life.said;
         for (const char* file : {".dravo", ".config/dravo"}) {
             if (!fs::is_regular_file(home.path() / file)) continue;

@@ -52,16 +52,5 @@ TEST_F(HotPlugTest, BringsNoTintBackWithADisplayThatWasAwayWhenTheFilterWentOff)
     EXPECT_EQ(tables(), ownTables());
 }
 
-TEST_F(HotPlugTest, UndoesACrashOnADisplayThatComesBackLater) {
-    const Run run = startAndSettle();
-    displays().disable("DUMMY2");
-    killHard(*run);
-    const Run next = startAndSettle();
-    displays().enable("DUMMY2", 2 * 1024);
-    EXPECT_TRUE(waitUntil([this] { return allShow(filtered(kStrong)); }));
-    quit(*next);
-    EXPECT_EQ(tables(), ownTables());
-}
-
 }  // namespace
 }  // namespace dravo::testing

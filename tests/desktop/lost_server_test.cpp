@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "desktop/filter_run_test.h"
 
 namespace dravo::testing {
@@ -19,10 +21,9 @@ TEST(NoServerTest, IsSaidByTheRunAndByEveryCommandThatNeedsOne) {
     const TestHome home;
     for (const char* display : {"", ":9999", "nonsense", "no.such.host.invalid:0"}) {
         for (const char* command : {"--headless", "displays", "restore"}) {
-            ProcessUnderTest program(home, {command}, {{"DISPLAY", display}});
-            EXPECT_EQ(program.waitForExit(), ExitStatus::exited(3)) << command << " on '" << display << "'";
-            const std::string said = program.standardError();
-            EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+            const auto [status, out, said] = runProgram(home, {command}, {{"DISPLAY", display}});
+            EXPECT_EQ(status, ExitStatus::exited(3)) << command << " on '" << display << "'";
+            EXPECT_EQ(std::ranges::count(said, '\n'), 1) << said;
             EXPECT_NE(said.find(display), std::string::npos) << said;
         }
     }

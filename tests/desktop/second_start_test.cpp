@@ -10,9 +10,9 @@ class SecondStartTest : public FilterRunTest {
 protected:
     /// Runs a command to its end. What it printed, on both outputs.
     std::string run(const std::string& command, ExitStatus expected) {
-        ProcessUnderTest program(home(), {command}, onServer());
-        EXPECT_EQ(program.waitForExit(), expected) << command;
-        return program.standardOutput() + program.standardError();
+        const auto outcome = runProgram(home(), {command}, onServer());
+        EXPECT_EQ(outcome.status, expected) << command;
+        return outcome.out + outcome.err;
     }
 };
 

@@ -39,24 +39,13 @@ protected:
     std::optional<XKeyboard> keyboard_;
 };
 
-TEST_F(ShortcutRunTest, TogglesOnceForEachPressWhateverTheLocksSay) {
+TEST_F(ShortcutRunTest, TogglesOnceForEachPress) {
     const Run run = startAndSettle();
     ASSERT_TRUE(waitUntil([&] { return isTaken(); }));
-    for (const std::uint8_t lock : {key::kCapsLock, key::kNumLock, key::kCapsLock, key::kNumLock}) {
-        press();
-        EXPECT_TRUE(soonAreOff());
-        press();
-        EXPECT_TRUE(soonAreOn());
-        keyboard_->press({lock});
-    }
     for (int i = 0; i < 3; ++i) press();
     EXPECT_TRUE(soonAreOff()) << "each counts, also during a fade";
     press();
     EXPECT_TRUE(soonAreOn());
-    for (const auto keycode : {key::kControl, key::kShift, key::kE}) keyboard_->hold(keycode);
-    EXPECT_TRUE(soonAreOff());
-    EXPECT_FALSE(waitUntil([&] { return tables() != ownTables(); }, std::chrono::milliseconds{1200})) << "while held";
-    keyboard_->letGo(key::kE);
     quit(*run);
     EXPECT_EQ(tables(), ownTables());
     EXPECT_FALSE(isTaken());
@@ -80,20 +69,6 @@ TEST_F(ShortcutRunTest, FiltersOnWithoutAShortcutThatAnotherProgramHas) {
     keyboard_->press({key::kAlt, key::kE});
     EXPECT_TRUE(waitUntil([&] { return tables() != ownTables(); }));
     quit(second);
-}
-
-TEST_F(ShortcutRunTest, IsTakenOnlyWhileThePreferencesWantIt) {
-    home().writePreferences("filterEnabled = false\nshortcutEnabled = false\n");
-    const Run run = start();
-    ASSERT_TRUE(waitUntil([&] { return isInCharge(*run); }));
-    EXPECT_FALSE(waitUntil([&] { return isTaken(); }, std::chrono::milliseconds{300}));
-    home().writePreferences("filterEnabled = false\n");
-    EXPECT_TRUE(waitUntil([&] { return isTaken(); }));
-    press();
-    EXPECT_TRUE(waitUntil([&] { return tables() != ownTables(); }));
-    home().writePreferences("filterEnabled = true\nshortcutEnabled = false\n");
-    EXPECT_TRUE(waitUntil([&] { return !isTaken(); }));
-    quit(*run);
 }
 
 }  // namespace

@@ -82,4 +82,11 @@ void ProgramCopy::putBack() const {
     fs::copy_file(programUnderTest(), path());
 }
 
+ProgramOutcome runProgram(const TestHome& home, std::vector<std::string> arguments,
+                          const std::map<std::string, std::string>& more, const fs::path& outputTo) {
+    ProcessUnderTest program(home, std::move(arguments), more, outputTo);
+    const auto status = program.waitForExit();
+    return {status.value_or(ExitStatus{}), program.standardOutput(), program.standardError()};
+}
+
 }  // namespace dravo::testing

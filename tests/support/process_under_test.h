@@ -59,4 +59,14 @@ private:
     TemporaryFolder folder_;
 };
 
+struct ProgramOutcome {
+    ExitStatus status;
+    std::string out;
+    std::string err;
+};
+/// Runs the real program to its end.
+ProgramOutcome runProgram(const TestHome& home, std::vector<std::string> arguments,
+                          const std::map<std::string, std::string>& more = {},
+                          const std::filesystem::path& outputTo = {});
+
 }  // namespace dravo::testing

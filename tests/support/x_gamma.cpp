@@ -3,7 +3,6 @@
 #include <xcb/randr.h>
 
 #include <cmath>
-#include <numeric>
 #include <ostream>
 #include <stdexcept>
 
@@ -58,26 +57,6 @@ Ramp calibrationRamp(unsigned seed, std::size_t size) {
     };
     const double shift = 0.01 * (seed % 16 + 1);
     return {channel(1.0 + shift, 1.0), channel(1.05 + shift, 1.0 - shift / 8), channel(1.1 - shift, 0.97 - shift / 4)};
-}
-
-std::vector<std::uint8_t> edidBlock(std::uint32_t serial, const std::string& monitorName) {
-    std::vector<std::uint8_t> edid(128);
-    const std::uint8_t header[] = {0, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0};
-    std::copy(std::begin(header), std::end(header), edid.begin());
-    edid[8] = 0x10;  // Three letters of the maker, packed.
-    edid[9] = 0x36;
-    edid[10] = 1;  // Product code.
-    for (unsigned i = 0; i < 4; ++i) edid[12 + i] = static_cast<std::uint8_t>(serial >> (8 * i));
-    edid[17] = 30;  // Year of making, from 1990.
-    edid[18] = 1;   // EDID 1.4.
-    edid[19] = 4;
-    edid[72 + 3] = 0xfc;  // The second descriptor is the monitor's name.
-    for (std::size_t i = 0; i < 13; ++i) {
-        const char filler = i == monitorName.size() ? '\n' : ' ';
-        edid[72 + 5 + i] = static_cast<std::uint8_t>(i < monitorName.size() ? monitorName[i] : filler);
-    }
-    edid[127] = static_cast<std::uint8_t>(-std::accumulate(edid.begin(), edid.end(), 0));
-    return edid;
 }
 
 struct XGamma::Output {

@@ -26,9 +26,6 @@ struct Ramp {
 /// A calibration that nobody takes for neutral or for another `seed`'s: smooth, rising, different in each channel.
 Ramp calibrationRamp(unsigned seed, std::size_t size = 256);
 
-/// A valid EDID block of a monitor with this serial number and name.
-std::vector<std::uint8_t> edidBlock(std::uint32_t serial, const std::string& monitorName = "Test");
-
 /// The displays of a real X server, seen and changed by a client of its own, so that expectations do not rest on the
 /// code under test. Outputs are named ("DUMMY1"); each has one CRTC, whose table can be reached also while it is off.
 ///
