@@ -2,32 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <optional>
-#include <string>
+#include "support/environment_variable.h"
 
 namespace dravo {
 namespace {
 
-/// A variable of the environment that gets its old value back.
-class Variable {
-public:
-    explicit Variable(const char* name) : name_(name) {
-        if (const char* value = std::getenv(name)) before_ = value;
-    }
-    ~Variable() { set(before_ ? before_->c_str() : nullptr); }
-    Variable(const Variable&) = delete;
-    Variable& operator=(const Variable&) = delete;
-    void set(const char* value) { value ? ::setenv(name_, value, 1) : ::unsetenv(name_); }
-
-private:
-    const char* name_;
-    std::optional<std::string> before_;
-};
-
 TEST(DataFolderTest, FollowsTheEnvironmentAndFallsBackToTheUserDatabase) {
-    Variable home("HOME");
-    Variable runtime("XDG_RUNTIME_DIR");
+    testing::EnvironmentVariable home("HOME");
+    testing::EnvironmentVariable runtime("XDG_RUNTIME_DIR");
     home.set("/home/somebody");
     runtime.set("/run/user/7");
     EXPECT_EQ(DataFolder::ofThisUser().home, "/home/somebody/.dravo");

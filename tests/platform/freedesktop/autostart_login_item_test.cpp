@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "support/child_process.h"
+#include "support/environment_variable.h"
 #include "support/temporary_folder.h"
 #include "support/wait_until.h"
 
@@ -178,17 +179,17 @@ TEST_F(AutostartLoginItemTest, FindsItsPlaceInTheEnvironment) {
         {"/c", "/a::b:/d", "/c", {"/a", "/d"}},
         {"relative", "", "/home/p/.config", {"/etc/xdg"}},
     };
+    testing::EnvironmentVariable home("XDG_CONFIG_HOME"), dirs("XDG_CONFIG_DIRS"), desktop("XDG_CURRENT_DESKTOP");
+    desktop.set("ubuntu:GNOME");
     for (const auto& row : rows) {
-        ::setenv("XDG_CONFIG_HOME", row.home, 1);
-        ::setenv("XDG_CONFIG_DIRS", row.dirs, 1);
-        ::setenv("XDG_CURRENT_DESKTOP", "ubuntu:GNOME", 1);
+        home.set(row.home);
+        dirs.set(row.dirs);
         const auto place = AutostartPlace::ofThisProcess("/home/p");
         EXPECT_EQ(place.configHome, row.configHome);
         EXPECT_EQ(place.configDirs, row.configDirs);
         EXPECT_EQ(place.currentDesktop, (std::vector<std::string>{"ubuntu", "GNOME"}));
         EXPECT_TRUE(std::filesystem::equivalent(place.program, "/proc/self/exe"));
     }
-    for (const char* name : {"XDG_CONFIG_HOME", "XDG_CONFIG_DIRS", "XDG_CURRENT_DESKTOP"}) ::unsetenv(name);
 }
 
 }  // namespace

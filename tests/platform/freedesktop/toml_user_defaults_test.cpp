@@ -4,13 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
 #include "base/files.h"
 #include "platform/memory/virtual_scheduler.h"
 #include "platform/user_defaults_contract.h"
+#include "support/environment_variable.h"
 #include "support/polled_descriptors.h"
 #include "support/temporary_folder.h"
 
@@ -255,30 +255,6 @@ TEST_F(TomlUserDefaultsTest, WritesThroughALinkAndWatchesWhatItLeadsTo) {
     EXPECT_EQ(fs::status(kept).permissions(), fs::perms{0640});
 }
 
-TEST_F(TomlUserDefaultsTest, StaysInMemoryWhereTheFolderCannotBeMade) {
-    const fs::path blocker = bench_.folder / "a file";
-    ASSERT_TRUE(writeFileAtomically(blocker, ""));
-    std::string lines;
-    lines = said([&] {
-        TomlUserDefaults blocked(blocker / "dravo" / "preferences.toml", bench_.scheduler, bench_.descriptors);
-        blocked.set("a", true);
-        bench_.scheduler.advance(0ms);
-        blocked.set("b", true);
-        bench_.scheduler.advance(0ms);
-        EXPECT_EQ(blocked.object("a"), DefaultsValue(true));
-    });
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 1) << lines;
-
-    lines = said([&] {
-        TomlUserDefaults homeless(fs::path{}, bench_.scheduler, bench_.descriptors);
-        homeless.set("a", true);
-        bench_.scheduler.advance(0ms);
-        homeless.flush();
-        EXPECT_EQ(homeless.object("a"), DefaultsValue(true));
-    });
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 1) << lines;
-}
-
 TEST(TomlUserDefaultsPathTest, FollowsTheVariableOnlyWhenItIsAbsolute) {
     const struct {
         const char* variable;
@@ -289,13 +265,11 @@ TEST(TomlUserDefaultsPathTest, FollowsTheVariableOnlyWhenItIsAbsolute) {
                 {"config", "/home/a", "/home/a/.config/dravo/preferences.toml"},
                 {"/etc/a", "/home/a", "/etc/a/dravo/preferences.toml"},
                 {nullptr, "", ""}};
-    const char* before = std::getenv("XDG_CONFIG_HOME");
-    const std::string saved = before ? before : "";
+    testing::EnvironmentVariable configHome("XDG_CONFIG_HOME");
     for (const auto& row : rows) {
-        row.variable ? ::setenv("XDG_CONFIG_HOME", row.variable, 1) : ::unsetenv("XDG_CONFIG_HOME");
+        configHome.set(row.variable);
         EXPECT_EQ(TomlUserDefaults::defaultPath(row.home), row.path);
     }
-    before ? ::setenv("XDG_CONFIG_HOME", saved.c_str(), 1) : ::unsetenv("XDG_CONFIG_HOME");
 }
 
 }  // namespace

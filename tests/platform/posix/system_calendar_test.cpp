@@ -2,12 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <optional>
 #include <string>
 
 #include "platform/posix/sd_event_loop.h"
+#include "support/environment_variable.h"
 #include "support/temporary_folder.h"
 #include "support/wait_until.h"
 
@@ -26,25 +25,18 @@ using dravo::testing::kPatience;
 
 class SystemCalendarTest : public ::testing::Test {
 protected:
-    SystemCalendarTest() {
-        if (const char* zone = std::getenv("TZ")) before_ = zone;
+    void live(const std::string& zone) { zone_.set(zone); }
+    static WallTime utc(std::chrono::year_month_day day, std::chrono::seconds time) {
+        return std::chrono::sys_days{day} + time;
     }
-    ~SystemCalendarTest() override {
-        if (before_)
-            ::setenv("TZ", before_->c_str(), 1);
-        else
-            ::unsetenv("TZ");
-    }
-    static void live(const char* zone) { ::setenv("TZ", zone, 1); }
-    static WallTime utc(std::chrono::sys_days day, std::chrono::seconds time) { return day + time; }
 
 private:
-    std::optional<std::string> before_;
+    dravo::testing::EnvironmentVariable zone_{"TZ"};
 };
 
-constexpr auto kSpring = std::chrono::sys_days{std::chrono::year{2026} / 3 / 29};
-constexpr auto kAutumn = std::chrono::sys_days{std::chrono::year{2026} / 10 / 25};
-constexpr auto kNewYear = std::chrono::sys_days{std::chrono::year{2026} / 1 / 1};
+constexpr auto kSpring = 2026y / 3 / 29;
+constexpr auto kAutumn = 2026y / 10 / 25;
+constexpr auto kNewYear = 2026y / 1 / 1;
 
 TEST_F(SystemCalendarTest, SplitsInTheZoneThatHoldsNowAndCountsBeforeTheEpoch) {
     const SystemCalendar calendar;
@@ -57,39 +49,23 @@ TEST_F(SystemCalendarTest, SplitsInTheZoneThatHoldsNowAndCountsBeforeTheEpoch) {
 }
 
 TEST_F(SystemCalendarTest, FindsTheInstantOfLocalFieldsAcrossClockChangesAndOverflow) {
-    struct Row {
+    const struct {
         const char* what;
         const char* zone;
         LocalFields local;
         WallTime expected;
-    };
-    const Row rows[] = {
-        {"plain",
-         "Europe/Berlin",
-         {2026, 7, 1, 12, 0, 0},
-         utc(std::chrono::sys_days{std::chrono::year{2026} / 7 / 1}, 10h)},
+    } rows[] = {
+        {"plain", "Europe/Berlin", {2026, 7, 1, 12, 0, 0}, utc(2026y / 7 / 1, 10h)},
         {"before a gap", "Europe/Berlin", {2026, 3, 29, 1, 59, 59}, utc(kSpring, 59min + 59s)},
         {"in a gap", "Europe/Berlin", {2026, 3, 29, 2, 30, 0}, utc(kSpring, 1h)},
         {"after a gap", "Europe/Berlin", {2026, 3, 29, 3, 0, 0}, utc(kSpring, 1h)},
         {"repeated hour", "Europe/Berlin", {2026, 10, 25, 2, 30, 0}, utc(kAutumn, 30min)},
         {"after the repeated hour", "Europe/Berlin", {2026, 10, 25, 3, 0, 0}, utc(kAutumn, 2h)},
-        {"skipped midnight",
-         "America/Sao_Paulo",
-         {2018, 11, 4, 0, 0, 0},
-         utc(std::chrono::sys_days{std::chrono::year{2018} / 11 / 4}, 3h)},
-        {"skipped day",
-         "Pacific/Apia",
-         {2011, 12, 30, 12, 0, 0},
-         utc(std::chrono::sys_days{std::chrono::year{2011} / 12 / 30}, 10h)},
-        {"half-hour change",
-         "Australia/Lord_Howe",
-         {2026, 4, 5, 1, 45, 0},
-         utc(std::chrono::sys_days{std::chrono::year{2026} / 4 / 4}, 14h + 45min)},
+        {"skipped midnight", "America/Sao_Paulo", {2018, 11, 4, 0, 0, 0}, utc(2018y / 11 / 4, 3h)},
+        {"skipped day", "Pacific/Apia", {2011, 12, 30, 12, 0, 0}, utc(2011y / 12 / 30, 10h)},
+        {"half-hour change", "Australia/Lord_Howe", {2026, 4, 5, 1, 45, 0}, utc(2026y / 4 / 4, 14h + 45min)},
         {"day 0 and hour 25", "UTC0", {2026, 1, 0, 25, 0, 0}, utc(kNewYear, 1h)},
-        {"31 days on",
-         "Europe/Berlin",
-         {2026, 3, 60, 7, 0, 0},
-         utc(std::chrono::sys_days{std::chrono::year{2026} / 4 / 29}, 5h)},
+        {"31 days on", "Europe/Berlin", {2026, 3, 60, 7, 0, 0}, utc(2026y / 4 / 29, 5h)},
     };
     const SystemCalendar calendar;
     for (const auto& row : rows) {
@@ -115,7 +91,7 @@ TEST_F(SystemCalendarTest, TellsOfAReplacedZoneFileAndSplitsByItFromThenOn) {
     dravo::testing::TemporaryFolder folder;
     const auto link = folder / "localtime";
     std::filesystem::create_symlink("/usr/share/zoneinfo/Europe/Berlin", link);
-    live((":" + link.string()).c_str());
+    live(":" + link.string());
 
     SdEventLoop loop;
     SystemCalendar calendar(&loop);

@@ -2,12 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <optional>
 #include <string>
 
+#include "support/environment_variable.h"
 #include "support/temporary_folder.h"
 
 namespace dravo::posix {
@@ -32,7 +31,6 @@ TEST(ZoneCoordinatesTest, ReadsMinutesAndSecondsAndRefusesTheRest) {
 class ZoneTableTest : public ::testing::Test {
 protected:
     ZoneTableTest() {
-        if (const char* zone = std::getenv("TZ")) before_ = zone;
         std::filesystem::create_directories(folder / "Asia");
         std::filesystem::create_directories(folder / "Europe");
         std::ofstream(folder / "Asia/Kolkata") << "TZif";
@@ -42,21 +40,13 @@ protected:
                                                   "XX\tbroken\tEurope/Oslo\n\nXX\n";
         std::ofstream(folder / "zone.tab") << "IN\t+0000+00000\tAsia/Kolkata\nNO\t+5955+01045\tEurope/Oslo\n";
     }
-    ~ZoneTableTest() override {
-        if (before_)
-            ::setenv("TZ", before_->c_str(), 1);
-        else
-            ::unsetenv("TZ");
-    }
     double latitudeOf(const std::string& zone) {
         const auto found = ZoneTablePosition(folder.path()).of(zone);
         return found ? found->position.latitude : -99;
     }
 
     TemporaryFolder folder;
-
-private:
-    std::optional<std::string> before_;
+    dravo::testing::EnvironmentVariable tz_{"TZ"};
 };
 
 TEST_F(ZoneTableTest, LooksInBothTablesAndThroughAliases) {
@@ -74,12 +64,12 @@ TEST_F(ZoneTableTest, LooksInBothTablesAndThroughAliases) {
 TEST_F(ZoneTableTest, NamesTheZoneThatTheLinkLeadsTo) {
     TemporaryFolder outside;
     std::filesystem::create_symlink(folder / "Asia/Calcutta", outside / "localtime");
-    ::setenv("TZ", (":" + (outside / "localtime").string()).c_str(), 1);
+    tz_.set(":" + (outside / "localtime").string());
     ZoneTablePosition table(folder.path());
     EXPECT_EQ(table.zoneName(), "Asia/Calcutta");
     EXPECT_TRUE(table.current());
 
-    ::setenv("TZ", "CET-1CEST", 1);
+    tz_.set("CET-1CEST");
     EXPECT_EQ(table.zoneName(), "");
     EXPECT_FALSE(table.current());
 }
