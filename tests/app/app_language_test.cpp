@@ -14,41 +14,23 @@ namespace {
 using Strings = std::vector<std::string>;
 
 TEST(AppLanguageTest, UnderstandsACodeWhateverItsFormAndRegion) {
-    const struct {
-        std::optional<std::string_view> code;
-        AppLanguage meant;
-    } rows[] = {
-        {std::nullopt, AppLanguage::system},
-        {"", AppLanguage::system},
-        {"_", AppLanguage::system},
-        {"system", AppLanguage::system},
-        {"it", AppLanguage::system},
-        {"eng", AppLanguage::system},
-        {"en", AppLanguage::english},
-        {"en-GB", AppLanguage::english},
-        {"en_US", AppLanguage::english},
-        {"EN", AppLanguage::english},
-        {"ar-EG", AppLanguage::arabic},
-        {"de_AT", AppLanguage::german},
-        {"es-419", AppLanguage::spanish},
-        {"fr_CA", AppLanguage::french},
-        {"ja_JP", AppLanguage::japanese},
-        {"pt_BR", AppLanguage::portugueseBrazil},
-        {"PT-br", AppLanguage::portugueseBrazil},
-        {"pt-PT", AppLanguage::portugueseBrazil},
-        {"zh-hans", AppLanguage::simplifiedChinese},
-        {"zh-Hans-CN", AppLanguage::simplifiedChinese},
-        {"zh_CN", AppLanguage::simplifiedChinese},
-        {"zh", AppLanguage::simplifiedChinese},
-        {"-zh", AppLanguage::system},
-        {"zh-Hant", AppLanguage::system},
-        {"zh-TW", AppLanguage::system},
-        {"zh_HK", AppLanguage::system},
-        {"kk-KZ", AppLanguage::kazakh},
-        {"-ru", AppLanguage::russian},
+    using Codes = std::vector<std::string_view>;
+    const std::pair<AppLanguage, Codes> rows[] = {
+        {AppLanguage::system, {"", "_", "system", "it", "eng", "-zh", "zh-Hant", "zh-TW", "zh_HK"}},
+        {AppLanguage::english, {"en", "en-GB", "en_US", "EN"}},
+        {AppLanguage::arabic, {"ar-EG"}},
+        {AppLanguage::german, {"de_AT"}},
+        {AppLanguage::spanish, {"es-419"}},
+        {AppLanguage::french, {"fr_CA"}},
+        {AppLanguage::japanese, {"ja_JP"}},
+        {AppLanguage::portugueseBrazil, {"pt_BR", "PT-br", "pt-PT"}},
+        {AppLanguage::simplifiedChinese, {"zh-hans", "zh-Hans-CN", "zh_CN", "zh"}},
+        {AppLanguage::kazakh, {"kk-KZ"}},
+        {AppLanguage::russian, {"-ru"}},
     };
-    for (const auto& row : rows)
-        EXPECT_EQ(AppLanguage::matching(row.code).code(), row.meant.code()) << row.code.value_or("none");
+    for (const auto& [meant, codes] : rows)
+        for (const auto code : codes) EXPECT_EQ(AppLanguage::matching(code).code(), meant.code()) << code;
+    EXPECT_EQ(AppLanguage::matching(std::nullopt), AppLanguage::system);
 }
 
 TEST(AppLanguageTest, TakesOnlyItsOwnCodesLiterally) {

@@ -97,20 +97,6 @@ TEST_F(CustomPresetStoreTest, ShowsABrokenFileAsEmptyAndKeepsItBesideTheFirstSav
     EXPECT_EQ(contentOf(bad_), broken);
 }
 
-TEST_F(CustomPresetStoreTest, NeverTakesAnEmptyFileOrAFolderForAnEmptyList) {
-    put("");
-    CustomPresetStore emptyFile(folder_);
-    ASSERT_TRUE(emptyFile.save());
-    EXPECT_TRUE(fs::exists(bad_));
-    fs::remove(file_);
-    fs::remove(bad_);
-    fs::create_directories(file_ / "inside");
-    CustomPresetStore folder(folder_);
-    ASSERT_TRUE(folder.save());
-    EXPECT_TRUE(fs::exists(bad_ / "inside"));
-    EXPECT_EQ(contentOf(file_), "[]");
-}
-
 TEST_F(CustomPresetStoreTest, KeepsTheListWhereNothingCanBeSaved) {
     std::ofstream(folder_) << "a file in the folder's place";
     CustomPresetStore blocked(folder_);

@@ -9,6 +9,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
+constexpr std::int64_t kZero = 0;
+constexpr std::int64_t kOne = 1;
+
 TEST(PreferencesStoreTest, GivesAFreshUserTheDefaults) {
     memory::MemoryUserDefaults defaults;
     const PreferencesStore store(defaults);
@@ -39,10 +42,10 @@ TEST(PreferencesStoreTest, TellsAStoredZeroFromAnAbsentKey) {
     memory::MemoryUserDefaults defaults({{"filterEnabled", false},
                                          {"shortcutEnabled", false},
                                          {"lastIntensity", 0.0},
-                                         {"scheduleStartMinutes", std::int64_t{0}},
-                                         {"scheduleEndMinutes", std::int64_t{0}},
-                                         {"shortcutKeyCode", std::int64_t{0}},
-                                         {"shortcutModifiers", std::int64_t{0}}});
+                                         {"scheduleStartMinutes", kZero},
+                                         {"scheduleEndMinutes", kZero},
+                                         {"shortcutKeyCode", kZero},
+                                         {"shortcutModifiers", kZero}});
     const PreferencesStore store(defaults);
     EXPECT_FALSE(store.filterEnabled());
     EXPECT_FALSE(store.shortcutEnabled());
@@ -53,58 +56,44 @@ TEST(PreferencesStoreTest, TellsAStoredZeroFromAnAbsentKey) {
     EXPECT_EQ(store.shortcutModifiers(), 0);
 }
 
-TEST(PreferencesStoreTest, WritesEachSettingUnderItsOwnKeyAndReadsItBack) {
-    memory::MemoryUserDefaults defaults;
+TEST(PreferencesStoreTest, WritesEachSettingUnderItsOwnKeyAndNothingElse) {
+    static constexpr WallTime kEnd{1234567890s};
+    const struct {
+        DefaultsValues stored;
+        void (*write)(PreferencesStore&);
+    } rows[] = {
+        {{{"filterEnabled", false}}, [](auto& store) { store.setFilterEnabled(false); }},
+        {{{"lastPresetID", "warm"}}, [](auto& store) { store.setLastPresetID("warm"); }},
+        {{{"lastIntensity", 0.1}}, [](auto& store) { store.setLastIntensity(0.1); }},
+        {{{"lastDimming", 0.2}}, [](auto& store) { store.setLastDimming(0.2); }},
+        {{{"lastBlackPoint", 0.3}}, [](auto& store) { store.setLastBlackPoint(0.3); }},
+        {{{"lastContrast", -0.4}}, [](auto& store) { store.setLastContrast(-0.4); }},
+        {{{"pausedUntil", kEnd}}, [](auto& store) { store.setPausedUntil(kEnd); }},
+        {{{"scheduleEnabled", true}}, [](auto& store) { store.setScheduleEnabled(true); }},
+        {{{"scheduleMode", kOne}}, [](auto& store) { store.setScheduleMode(ScheduleMode::sunsetToSunrise); }},
+        {{{"scheduleStartMinutes", kOne}}, [](auto& store) { store.setScheduleStartMinutes(1); }},
+        {{{"scheduleEndMinutes", kOne}}, [](auto& store) { store.setScheduleEndMinutes(1); }},
+        {{{"lastLatitude", 52.5}}, [](auto& store) { store.setLastLatitude(52.5); }},
+        {{{"lastLongitude", -13.4}}, [](auto& store) { store.setLastLongitude(-13.4); }},
+        {{{"locationSource", "zone"}}, [](auto& store) { store.setLocationSource(LocationSource::zone); }},
+        {{{"shortcutKeyCode", kOne}, {"shortcutModifiers", kZero}}, [](auto& store) { store.setShortcut(1, 0); }},
+        {{{"shortcutEnabled", false}}, [](auto& store) { store.setShortcutEnabled(false); }},
+        {{{"breakReminderEnabled", true}}, [](auto& store) { store.setBreakReminderEnabled(true); }},
+        {{{"breakIntervalMinutes", kOne}}, [](auto& store) { store.setBreakIntervalMinutes(1); }},
+        {{{"hasSeenOnboarding", true}}, [](auto& store) { store.setHasSeenOnboarding(true); }},
+        {{{"advancedExpanded", true}}, [](auto& store) { store.setAdvancedExpanded(true); }},
+    };
+    for (const auto& row : rows) {
+        memory::MemoryUserDefaults defaults;
+        PreferencesStore store(defaults);
+        row.write(store);
+        EXPECT_EQ(defaults.values(), row.stored);
+    }
+    memory::MemoryUserDefaults defaults({{"pausedUntil", kEnd}, {"scheduleMode", kOne}, {"locationSource", "zone"}});
     PreferencesStore store(defaults);
-    const WallTime end{1234567890s};
-    store.setFilterEnabled(false);
-    store.setLastPresetID("warm");
-    store.setLastIntensity(0.1);
-    store.setLastDimming(0.2);
-    store.setLastBlackPoint(0.3);
-    store.setLastContrast(-0.4);
-    store.setPausedUntil(end);
-    store.setScheduleEnabled(true);
-    store.setScheduleMode(ScheduleMode::sunsetToSunrise);
-    store.setScheduleStartMinutes(1);
-    store.setScheduleEndMinutes(2);
-    store.setLastLatitude(52.5);
-    store.setLastLongitude(-13.4);
-    store.setLocationSource(LocationSource::zone);
-    store.setShortcut(3, 4);
-    store.setShortcutEnabled(false);
-    store.setBreakReminderEnabled(true);
-    store.setBreakIntervalMinutes(30);
-    store.setHasSeenOnboarding(true);
-    store.setAdvancedExpanded(true);
-
-    const DefaultsValues expected{{"filterEnabled", false},
-                                  {"lastPresetID", "warm"},
-                                  {"lastIntensity", 0.1},
-                                  {"lastDimming", 0.2},
-                                  {"lastBlackPoint", 0.3},
-                                  {"lastContrast", -0.4},
-                                  {"pausedUntil", end},
-                                  {"scheduleEnabled", true},
-                                  {"scheduleMode", std::int64_t{1}},
-                                  {"scheduleStartMinutes", std::int64_t{1}},
-                                  {"scheduleEndMinutes", std::int64_t{2}},
-                                  {"lastLatitude", 52.5},
-                                  {"lastLongitude", -13.4},
-                                  {"locationSource", "zone"},
-                                  {"shortcutKeyCode", std::int64_t{3}},
-                                  {"shortcutModifiers", std::int64_t{4}},
-                                  {"shortcutEnabled", false},
-                                  {"breakReminderEnabled", true},
-                                  {"breakIntervalMinutes", std::int64_t{30}},
-                                  {"hasSeenOnboarding", true},
-                                  {"advancedExpanded", true}};
-    EXPECT_EQ(defaults.values(), expected);
-    EXPECT_EQ(store.pausedUntil(), end);
+    EXPECT_EQ(store.pausedUntil(), kEnd);
     EXPECT_EQ(store.scheduleMode(), ScheduleMode::sunsetToSunrise);
-    EXPECT_EQ(store.lastLongitude(), -13.4);
     EXPECT_EQ(store.locationSource(), LocationSource::zone);
-
     store.setPausedUntil(std::nullopt);
     EXPECT_FALSE(defaults.object("pausedUntil"));
 }
