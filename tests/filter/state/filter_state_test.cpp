@@ -170,62 +170,6 @@ TEST(FilterStateTest, WhatIsDraggedWhileOffShowsOnceItIsOn) {
     EXPECT_EQ(world.preferences.filterEnabled(), false);
 }
 
-TEST(FilterStateTest, APauseEndsAtItsTimeByTheWallClock) {
-    FilterWorld world;
-    FilterState& state = world.start();
-    state.pause(at(13));
-    world.scheduler.advance(1s);
-    EXPECT_TRUE(world.showsOwn());
-    EXPECT_EQ(world.preferences.pausedUntil(), at(13));
-    EXPECT_EQ(world.preferences.filterEnabled(), true);
-
-    // Somebody sets the clock back by ten minutes: the timer wakes too early and asks again.
-    world.scheduler.setWallClock(world.scheduler.now() - 10min);
-    world.scheduler.advance(1h);
-    EXPECT_FALSE(state.isEnabled);
-    world.scheduler.advance(10min + 1s);
-    EXPECT_TRUE(state.isEnabled);
-    EXPECT_TRUE(world.showsFilter());
-
-    // A night of sleep in a pause: the wake ends it at once.
-    state.pause(world.scheduler.now() + 1h);
-    world.scheduler.advance(1s);
-    world.scheduler.sleep(8h);
-    EXPECT_FALSE(state.isEnabled);
-    world.wakeSource.wake();
-    EXPECT_TRUE(state.isEnabled);
-
-    // An end that is past.
-    state.pause(world.scheduler.now() - 1s);
-    EXPECT_FALSE(state.isEnabled);
-    world.scheduler.advance(1ms);
-    EXPECT_TRUE(state.isEnabled);
-    EXPECT_FALSE(state.pausedUntil.get());
-}
-
-TEST(FilterStateTest, HandsOverAPauseByRule) {
-    FilterWorld world;
-    FilterState& state = world.start();
-    state.pause(at(13));
-    state.toggle();
-    EXPECT_TRUE(state.isEnabled);
-    EXPECT_FALSE(state.pausedUntil.get());
-    world.sleep(2h);
-    EXPECT_TRUE(state.isEnabled);
-
-    state.pause(at(18));
-    state.turnOff();  // drops the pause and stays off
-    EXPECT_FALSE(state.pausedUntil.get());
-    world.sleep(10h);
-    EXPECT_FALSE(state.isEnabled);
-    EXPECT_FALSE(world.preferences.filterEnabled());
-
-    state.turnOn();
-    const auto before = world.defaults.writes();
-    state.turnOn();  // nothing to do
-    EXPECT_EQ(world.defaults.writes(), before);
-}
-
 TEST(FilterStateTest, FollowsTheScheduleAndAHandToggleUntilItsNextChange) {
     FilterWorld world(nightSchedule(), at(19, 59));
     FilterState& state = world.start();
@@ -245,48 +189,6 @@ TEST(FilterStateTest, FollowsTheScheduleAndAHandToggleUntilItsNextChange) {
     EXPECT_FALSE(state.isEnabled);
     // The schedule never stores what it does.
     EXPECT_TRUE(world.preferences.filterEnabled());
-}
-
-TEST(FilterStateTest, SwitchingTheScheduleOnOverridesTheHandAndOffLeavesTheFilter) {
-    FilterWorld world;
-    FilterState& state = world.start();
-    state.toggle();
-    state.toggle();
-    world.preferences.setScheduleEnabled(true);
-    state.refreshState();
-    EXPECT_FALSE(state.isEnabled);
-
-    state.toggle();
-    world.preferences.setScheduleEnabled(false);
-    state.refreshState();
-    EXPECT_TRUE(state.isEnabled);
-    world.sleep(24h);
-    EXPECT_TRUE(state.isEnabled);
-
-    // Switched on again with an override from before: that counts no more.
-    world.preferences.setScheduleEnabled(true);
-    state.refreshState();
-    EXPECT_FALSE(state.isEnabled);
-}
-
-TEST(FilterStateTest, AScheduleChangesNothingInAPauseAndDecidesAtItsEnd) {
-    FilterWorld world(nightSchedule(), at(6, 0));
-    FilterState& state = world.start();
-    EXPECT_TRUE(state.isEnabled);
-    state.pause(at(6, 30));
-    world.scheduler.advance(31min);
-    EXPECT_TRUE(state.isEnabled);
-    state.pause(at(7, 30));
-    world.scheduler.advance(62min);
-    EXPECT_FALSE(state.isEnabled);
-    EXPECT_FALSE(state.pausedUntil.get());
-
-    // Off by hand, paused over the window's beginning: the pause's end asks the schedule.
-    state.pause(at(21));
-    world.sleep(13h);
-    EXPECT_FALSE(state.isEnabled);
-    world.scheduler.advance(30min);
-    EXPECT_TRUE(state.isEnabled);
 }
 
 TEST(FilterStateTest, AnotherTimeZoneTakesEffectAtOnce) {

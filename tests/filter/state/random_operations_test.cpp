@@ -110,40 +110,13 @@ public:
     }
 
     void operate() {
-        switch (random_() % 16) {
-            case 0:
-                return toggle();
-            case 1:
-                world_.state->turnOn();
-                if (!model_.oracle.filter) model_.toggle();
-                return;
-            case 2:
-                world_.state->turnOff();
-                return model_.turnOff();
-            case 3:
-                return pause();
-            case 4:
-                return resume();
-            case 5:
-                return editSchedule();
-            case 6:
-                return select();
-            case 7:
-                return saveEdited();
-            case 8:
-                world_.state->revertToPreset();
-                model_.copyAdjustments();
-                return model_.changed();
-            case 9:
-                return sleep();
-            case 10:
-                return jump();
-            case 11:
-            case 12:
-                return moveSlider();
-            default:
-                return pass();
-        }
+        using Operation = void (Duet::*)();
+        static constexpr Operation kOperations[] = {
+            &Duet::toggle, &Duet::turnOn, &Duet::turnOff,    &Duet::pause,      &Duet::resume, &Duet::editSchedule,
+            &Duet::select, &Duet::revert, &Duet::saveEdited, &Duet::sleep,      &Duet::jump,   &Duet::moveSlider,
+            &Duet::pass,   &Duet::pass,   &Duet::pass,       &Duet::moveSlider,
+        };
+        (this->*kOperations[random_() % std::size(kOperations)])();
     }
 
     void compare() {
@@ -191,6 +164,19 @@ private:
     void toggle() {
         world_.state->toggle();
         model_.toggle();
+    }
+    void turnOn() {
+        world_.state->turnOn();
+        if (!model_.oracle.filter) model_.toggle();
+    }
+    void turnOff() {
+        world_.state->turnOff();
+        model_.turnOff();
+    }
+    void revert() {
+        world_.state->revertToPreset();
+        model_.copyAdjustments();
+        model_.changed();
     }
     void pause() {
         const std::int64_t lengths[] = {900, 3600, 0, -5, 40, 86400};
@@ -243,20 +229,16 @@ private:
         model_.changed();
     }
     void moveSlider() {
-        const double value = unit();
-        switch (random_() % 4) {
-            case 0:
-                world_.state->intensity = model_.adjustments.intensity = value;
-                break;
-            case 1:
-                world_.state->dimming = model_.adjustments.dimming = 0.8 * value;
-                break;
-            case 2:
-                world_.state->blackPoint = model_.adjustments.blackPoint = 0.2 * value;
-                break;
-            default:
-                world_.state->contrast = model_.adjustments.contrast = value - 0.5;
-        }
+        const struct {
+            Property<double>& shown;
+            double& modelled;
+            double lowest, range;
+        } sliders[] = {{world_.state->intensity, model_.adjustments.intensity, 0, 1},
+                       {world_.state->dimming, model_.adjustments.dimming, 0, 0.8},
+                       {world_.state->blackPoint, model_.adjustments.blackPoint, 0, 0.2},
+                       {world_.state->contrast, model_.adjustments.contrast, -0.5, 1}};
+        const auto& slider = sliders[random_() % std::size(sliders)];
+        slider.shown = slider.modelled = slider.lowest + slider.range * unit();
         model_.changed();
     }
     void pass() {
