@@ -109,23 +109,6 @@ TEST(OriginalGammaStoreTest, UnderstandsEditedKeysAndAnEmptyFile) {
     EXPECT_EQ(saved(homeFile(world)).size(), 1U);
 }
 
-TEST(OriginalGammaStoreTest, LeavesADamagedFileAloneAndTrustsNoTable) {
-    for (const std::string damaged : {"", "{\"1\":{\"red\":[0,1]", "[]"}) {
-        EngineWorld world;
-        put(homeFile(world), damaged);
-        world.desk.foreignWrite(world.crtcs[0], toLevels(kDark, 256));
-        EXPECT_FALSE(world.start().launch(std::nullopt));
-        EXPECT_EQ(contentOf(homeFile(world)), damaged);
-        EXPECT_FALSE(std::filesystem::exists(runtimeFile(world)));
-        EXPECT_TRUE(world.shows(GammaTable::identity())) << "the tint of a run that nobody knows any more";
-        world.run->applicator->apply(kDark, Fade::none);
-        EXPECT_EQ(contentOf(homeFile(world)), damaged);
-        ASSERT_TRUE(world.run->quit());
-        EXPECT_TRUE(world.shows(GammaTable::identity()));
-        EXPECT_FALSE(std::filesystem::exists(homeFile(world)));
-    }
-}
-
 TEST(OriginalGammaStoreTest, AddsADisplayBeforeItsFirstWriteAndChangesNoEntry) {
     EngineWorld world({256, 256});
     world.desk.unplug("DP-2");
@@ -169,16 +152,6 @@ TEST(OriginalGammaStoreTest, UsesBothFilesAndPrefersTheOneInTheHomeFolder) {
     EXPECT_TRUE(world.start().launch(std::nullopt));
     EXPECT_TRUE(world.showsOwn(0));
     EXPECT_TRUE(world.showsOwn(1));
-}
-
-TEST(OriginalGammaStoreTest, FiltersWithoutAnyFolder) {
-    EngineWorld world;
-    put(world.folder.home, "not a folder");
-    put(world.folder.runtime, "neither");
-    EXPECT_FALSE(world.run->launch(kDark));
-    EXPECT_TRUE(world.shows(kDark));
-    EXPECT_TRUE(world.run->quit());
-    EXPECT_TRUE(world.showsOwn(0));
 }
 
 TEST(DisplayAccessTest, SaysWhatFailedAndWhy) {

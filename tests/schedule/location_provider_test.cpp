@@ -10,6 +10,7 @@
 #include "platform/memory/memory_location.h"
 #include "platform/memory/memory_user_defaults.h"
 #include "platform/memory/virtual_scheduler.h"
+#include "support/zone_calendar.h"
 
 namespace dravo {
 namespace {
@@ -20,18 +21,6 @@ using Status = LocationProvider::Status;
 
 constexpr Position kBerlin{52.5, 13.367};
 constexpr Position kApia{-13.833, -171.733};
-
-/// A calendar of which only the zone's changes are of interest.
-class MovingCalendar final : public Calendar {
-public:
-    LocalFields fields(WallTime) const override { return {}; }
-    WallTime instant(const LocalFields&) const override { return {}; }
-    Subscription onZoneChange(std::function<void()> callback) override { return moves_.add(std::move(callback)); }
-    void move() { moves_.deliver(); }
-
-private:
-    SubscriberList<> moves_;
-};
 
 class LocationProviderTest : public ::testing::Test {
 protected:
@@ -63,19 +52,16 @@ protected:
     PreferencesStore preferences{defaults};
     memory::MemoryLocationService service;
     memory::MemoryZonePosition zones;
-    MovingCalendar calendar;
+    testing::ZoneCalendar calendar;
     int updates = 0;
 
 private:
     std::optional<LocationProvider> provider_;
 };
 
-TEST_F(LocationProviderTest, AsksNothingAtCreation) {
+TEST_F(LocationProviderTest, AsksWhenStartedAndGetsAFirstFixAfterPermissionIsGiven) {
     EXPECT_EQ(status(), Status::idle);
     EXPECT_EQ(service.permissionRequests + service.fixRequests + service.looks, 0);
-}
-
-TEST_F(LocationProviderTest, GetsAFirstFixAfterPermissionIsGiven) {
     provider().start();
     EXPECT_EQ(status(), Status::waiting);
     EXPECT_EQ(service.permissionRequests, 1);
@@ -250,11 +236,11 @@ TEST_F(LocationProviderTest, AZonePositionFollowsTheZone) {
     EXPECT_EQ(updates, 1);
 
     zones.position = {"Pacific/Apia", kApia};
-    calendar.move();
+    calendar.moveTo("Pacific/Apia");
     EXPECT_EQ(stored(), kApia);
     EXPECT_EQ(updates, 2);
     zones.position.reset();  // a zone without a place: the last one is better than none
-    calendar.move();
+    calendar.moveTo("Pacific/Apia");
     EXPECT_EQ(stored(), kApia);
 
     zones.position = {"Europe/Berlin", kBerlin};  // moved while the program was not running
@@ -268,7 +254,7 @@ TEST_F(LocationProviderTest, AZonePositionFollowsTheZone) {
     EXPECT_EQ(service.permissionRequests + service.fixRequests, 0);
 
     ASSERT_TRUE(provider().useTyped(kApia));
-    calendar.move();
+    calendar.moveTo("Pacific/Apia");
     EXPECT_EQ(stored(), kApia);
 }
 

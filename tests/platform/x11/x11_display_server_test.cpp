@@ -160,34 +160,6 @@ TEST_F(X11DisplayServerTest, LeavesDisplaysAloneInAnEmergencyThatItDoesNotFilter
     EXPECT_EQ(displays().ramp("DUMMY0"), testing::calibrationRamp(4));
 }
 
-TEST_F(X11DisplayServerTest, UndoesAnEarlierRunOnADisplayThatIsOff) {
-    const Ramp own = testing::calibrationRamp(5);
-    displays().setRamp("DUMMY1", own);
-    DisplayId id{};
-    {
-        X11Client crashed(server().address());
-        crashed.server().loadTables(forAll(crashed.server(), dimmed(0.5F)));
-        id = crashed.server().onlineDisplays(kMaxDisplays).value()[1];
-    }
-    displays().disable("DUMMY1");
-    ASSERT_NE(displays().ramp("DUMMY1"), own);
-
-    X11Client next(server().address());
-    next.server().declareOwnTables({{id, toTable(asLevels(own))}});
-    EXPECT_EQ(displays().ramp("DUMMY1"), own);
-}
-
-TEST_F(X11DisplayServerTest, LooksWithoutWaitingForTheServersSecond) {
-    X11Client client(server().address());
-    const auto tables = forAll(client.server(), dimmed(0.5F));
-    client.server().loadTables(tables);
-    for (int look = 0; look < 2; ++look) {
-        const auto start = std::chrono::steady_clock::now();
-        client.server().keepTables(tables);
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds{500}) << "look " << look;
-    }
-}
-
 TEST_F(X11DisplayServerTest, HasNoGrayOnDriversWithoutAMatrix) {
     X11Client client(server().address());
     EXPECT_EQ(client.server().grayscale().isEnabled().error().code, ErrorCode::Unsupported);
