@@ -186,7 +186,6 @@ enum class NewKeys { behindTheLastOne, onTop };
 std::string spliced(std::string text, const toml::table& table, const DefaultsChanges& changes, NewKeys place) {
     const std::string_view lineEnd = text.find("\r\n") != text.npos ? "\r\n" : "\n";
     if (!text.empty() && !text.ends_with('\n')) text += lineEnd;
-    if (text.empty()) text = kHeading;
 
     const Lines lines(text);
     std::vector<Edit> edits;
@@ -209,6 +208,7 @@ std::string spliced(std::string text, const toml::table& table, const DefaultsCh
     std::string newLines;
     for (const auto& [key, value] : added)
         if (value) newLines += lineFor(key, *value, lineEnd);
+    if (text.empty() && !newLines.empty()) newLines.insert(0, kHeading);
     const std::size_t behind = lastEnd.value_or(table.empty() ? text.size() : 0);
     const std::size_t where = place == NewKeys::onTop ? 0 : behind;
     edits.push_back({where, where, std::move(newLines)});

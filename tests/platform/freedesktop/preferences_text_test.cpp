@@ -97,6 +97,7 @@ INSTANTIATE_TEST_SUITE_P(
             "only = 1",
             {{"only", std::nullopt}, {"next", false}},
             "next = false\n"},
+        Row{"LeavesAnEmptyFileEmptyWithNothingToAdd", "", {{"only", std::nullopt}}, ""},
         Row{"CountsCharactersNotBytes", "\"e\u0301ä\" = '😀' # é\n", {{"e\u0301ä", "b"}}, "\"e\u0301ä\" = \"b\" # é\n"},
         Row{"KeepsTheLineEndsOfOtherSystems",
             "a = 1\r\nb = 2\r\n",
