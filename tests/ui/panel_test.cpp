@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <QAccessible>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenu>
@@ -346,36 +345,6 @@ TEST(PanelTest, RecorderTakesTheKeysByTheirPlaceTabAndSpaceToo) {
     EXPECT_TRUE(world.hotKeys.registered);
     world.click("Reset to Control Shift E");
     EXPECT_EQ(recorder->text(), "⌃⇧E");
-}
-
-TEST(PanelTest, SpeaksThroughTheAccessibilityTree) {
-    PanelWorld world;
-    world.open();
-    struct Row {
-        QWidget* widget;
-        QAccessible::Role role;
-        const char* name;
-    };
-    const std::vector<Row> rows{
-        {world.find<ui::AdjustmentSlider>("Intensity"), QAccessible::Slider, "Intensity"},
-        {world.find<ui::MenuButton>("Preset"), QAccessible::ButtonMenu, "Preset: Migraine Precision"},
-        {world.find<ui::ToggleSwitch>("Filter"), QAccessible::CheckBox, "Filter"},
-        {world.find<ui::DisclosureButton>("Advanced"), QAccessible::Button, "Advanced"},
-        {world.find<ui::IconButton>("Settings"), QAccessible::Button, "Settings"},
-    };
-    for (const auto& row : rows) {
-        ASSERT_TRUE(row.widget) << row.name;
-        auto* const spoken = QAccessible::queryAccessibleInterface(row.widget);
-        EXPECT_EQ(spoken->role(), row.role) << row.name;
-        EXPECT_EQ(spoken->text(QAccessible::Name), row.name);
-        EXPECT_TRUE(spoken->state().focusable) << row.name;
-    }
-    auto* const value = QAccessible::queryAccessibleInterface(rows[0].widget)->valueInterface();
-    EXPECT_EQ(value->maximumValue().toDouble(), 1);
-    value->setCurrentValue(0.25);
-    EXPECT_EQ(world.state->intensity, 0.25);
-    QAccessible::queryAccessibleInterface(rows[3].widget)->actionInterface()->doAction("Press");
-    EXPECT_TRUE(QAccessible::queryAccessibleInterface(rows[3].widget)->state().expanded);
 }
 
 }  // namespace

@@ -53,6 +53,16 @@ void Button::onClick(std::function<void()> action) {
     connect(this, &QAbstractButton::clicked, this, [act = std::move(action)] { act(); });
 }
 
+void Button::setExpanded(bool isExpanded) {
+    if (expanded_ == isExpanded) return;
+    expanded_ = isExpanded;
+    update();
+    QAccessible::State changed;
+    changed.expanded = true;
+    QAccessibleStateChangeEvent event(this, changed);
+    QAccessible::updateAccessibility(&event);
+}
+
 void Button::focusInEvent(QFocusEvent* event) {
     focus_.note(*event);
     QAbstractButton::focusInEvent(event);
@@ -160,16 +170,7 @@ void PushButton::paintEvent(QPaintEvent*) {
 DisclosureButton::DisclosureButton(const QString& title, QWidget* parent) : Button(parent) {
     setText(title);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-}
-
-void DisclosureButton::setExpanded(bool isExpanded) {
-    if (isExpanded_ == isExpanded) return;
-    isExpanded_ = isExpanded;
-    update();
-    QAccessible::State changed;
-    changed.expanded = true;
-    QAccessibleStateChangeEvent event(this, changed);
-    QAccessible::updateAccessibility(&event);
+    setExpanded(false);
 }
 
 QSize DisclosureButton::sizeHint() const {
@@ -185,7 +186,7 @@ void DisclosureButton::paintEvent(QPaintEvent*) {
                         Theme::kSmallIcon, Theme::kSmallIcon);
     painter.save();
     painter.translate(QRectF(chevron).center());
-    painter.rotate(isExpanded_ ? 90 : mirrored ? 180 : 0);
+    painter.rotate(isExpanded() ? 90 : mirrored ? 180 : 0);
     painter.translate(-QRectF(chevron).center());
     drawIcon(painter, Icon::disclosure, chevron, isHot() ? t.text : t.secondary);
     painter.restore();

@@ -3,6 +3,7 @@
 #include <QAbstractButton>
 #include <QFocusEvent>
 #include <functional>
+#include <optional>
 
 #include "ui/icons.h"
 #include "ui/theme.h"
@@ -37,6 +38,13 @@ public:
     /// Calls `action` on every click, by mouse, keyboard or assistive technology.
     void onClick(std::function<void()> action);
 
+    /// For assistive technology: that a click opens a menu, and whether what a click unfolds is unfolded now.
+    void setOpensMenu() { opensMenu_ = true; }
+    [[nodiscard]] bool opensMenu() const { return opensMenu_; }
+    void setExpanded(bool isExpanded);
+    [[nodiscard]] bool isExpandable() const { return expanded_.has_value(); }
+    [[nodiscard]] bool isExpanded() const { return expanded_.value_or(false); }
+
 protected:
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
@@ -47,6 +55,8 @@ protected:
 
 private:
     KeyboardFocus focus_;
+    bool opensMenu_ = false;
+    std::optional<bool> expanded_;
 };
 
 /// An icon alone, in a square that can be hit.
@@ -102,15 +112,10 @@ class DisclosureButton : public Button {
 public:
     DisclosureButton(const QString& title, QWidget* parent = nullptr);
 
-    void setExpanded(bool isExpanded);
-    [[nodiscard]] bool isExpanded() const { return isExpanded_; }
     [[nodiscard]] QSize sizeHint() const override;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-
-private:
-    bool isExpanded_ = false;
 };
 
 }  // namespace dravo::ui

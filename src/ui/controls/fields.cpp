@@ -65,6 +65,7 @@ TimeField::TimeField(const QString& name, QWidget* parent) : QTimeEdit(parent) {
     setWrapping(true);
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    lineEdit()->setObjectName({});  // under the toolkit's name for it, assistive technology cannot read it
     lineEdit()->setFrame(false);
     lineEdit()->setTextMargins(kFieldPadding - 2, 0, 0, 0);
     clearGround(*lineEdit());
@@ -90,7 +91,14 @@ void TimeField::settle() {
     rest_.stop();
     if (!isEdited_) return;
     isEdited_ = false;
-    if (onInput_) onInput_(60 * time().hour() + time().minute());
+    if (onInput_) onInput_(minutes());
+}
+
+void TimeField::input(int minutes) {
+    isEdited_ = false;
+    setMinutes(minutes);
+    isEdited_ = true;
+    settle();
 }
 
 // What is typed next replaces the hours or the minutes that were clicked; in between it would be refused.

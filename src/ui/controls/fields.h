@@ -32,7 +32,12 @@ public:
 
     /// Shows this time, unless the person is at it. Minutes after midnight, 0..1439.
     void setMinutes(int minutes);
+    [[nodiscard]] int minutes() const { return 60 * time().hour() + time().minute(); }
     void onInput(std::function<void(int)> handler) { onInput_ = std::move(handler); }
+    /// What assistive technology sets; it counts at once.
+    void input(int minutes);
+    /// Where the time is typed.
+    [[nodiscard]] QLineEdit& line() const { return *lineEdit(); }
 
     [[nodiscard]] QSize sizeHint() const override;
     bool eventFilter(QObject* watched, QEvent* event) override;

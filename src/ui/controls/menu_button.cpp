@@ -24,7 +24,8 @@ void fill(QMenu& menu, const std::vector<MenuLine>& lines) {
             continue;
         }
         if (line.isCurrent) menu.setActiveAction(action);
-        QObject::connect(action, &QAction::triggered, &menu, [choose = line.choose] {
+        QObject::connect(action, &QAction::triggered, &menu, [&menu, choose = line.choose] {
+            menu.close();  // assistive technology triggers an entry without the menu's knowledge
             if (choose) choose();
         });
     }
@@ -32,8 +33,8 @@ void fill(QMenu& menu, const std::vector<MenuLine>& lines) {
 
 }  // namespace
 
-void openMenu(QWidget& anchor, const std::vector<MenuLine>& lines, int leastWidth) {
-    auto* const menu = new QMenu(anchor.window());
+void openMenu(Button& anchor, const std::vector<MenuLine>& lines, int leastWidth) {
+    auto* const menu = new QMenu(&anchor);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->setStyleSheet(theme().styleSheet());
     menu->setFont(fontOf(TextStyle::body));
@@ -47,6 +48,7 @@ void openMenu(QWidget& anchor, const std::vector<MenuLine>& lines, int leastWidt
 
 MenuButton::MenuButton(Size size, const QString& name, QWidget* parent) : Button(parent), size_(size) {
     setAccessibleName(name);
+    setOpensMenu();
     setFont(fontOf(size == Size::regular ? TextStyle::body : TextStyle::caption));
     setSizePolicy(size == Size::regular ? QSizePolicy::Expanding : QSizePolicy::Fixed, QSizePolicy::Fixed);
     onClick([this] { open(); });

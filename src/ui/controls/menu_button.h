@@ -19,7 +19,7 @@ struct MenuLine {
 };
 
 /// Opens a menu of `lines` below `anchor`, in the panel's own look, and gives the keyboard back when it closes.
-void openMenu(QWidget& anchor, const std::vector<MenuLine>& lines, int leastWidth = 0);
+void openMenu(Button& anchor, const std::vector<MenuLine>& lines, int leastWidth = 0);
 
 /// Shows the chosen one of several, and a menu of all of them. Every choice counts, also that of the same one.
 class MenuButton : public Button {

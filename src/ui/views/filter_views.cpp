@@ -46,6 +46,7 @@ QuickToggleView::QuickToggleView(const PanelParts& parts) : View(parts) {
     auto* const row = bare<QHBoxLayout>(Theme::kGap);
     row->addWidget(new Label(text("Filter"), TextStyle::headline));
     pause_ = new IconButton(Icon::pause, text("Pause temporarily"), this);
+    pause_->setOpensMenu();
     pause_->onClick([this] { openPauseMenu(); });
     row->addWidget(pause_);
     row->addStretch();

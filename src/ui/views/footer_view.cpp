@@ -1,6 +1,5 @@
 #include "ui/views/footer_view.h"
 
-#include "ui/controls/button.h"
 #include "ui/controls/layout.h"
 #include "ui/texts.h"
 
@@ -8,12 +7,12 @@ namespace dravo::ui {
 
 FooterView::FooterView(const PanelParts& parts, std::function<void()> toggleSettings) : View(parts) {
     auto* const row = layOut<QHBoxLayout>(this, Theme::kGap);
-    auto* const settings = new IconButton(Icon::settings, text("Settings"), this);
-    settings->onClick(std::move(toggleSettings));
+    settings_ = new IconButton(Icon::settings, text("Settings"), this);
+    settings_->onClick(std::move(toggleSettings));
     auto* const quit = new IconButton(Icon::quit, text("Quit Dravo"), this);
     // In a turn of its own: quitting takes this button away.
     quit->onClick([this] { parts_.scheduler.post(parts_.quit); });
-    row->addWidget(settings);
+    row->addWidget(settings_);
     row->addStretch();
     row->addWidget(quit);
 }

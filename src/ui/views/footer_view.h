@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "ui/controls/button.h"
 #include "ui/views/view.h"
 
 namespace dravo::ui {
@@ -11,6 +12,10 @@ class FooterView : public View {
 public:
     FooterView(const PanelParts& parts, std::function<void()> toggleSettings);
     void refresh() override {}
+    void setShowsSettings(bool showsSettings) { settings_->setExpanded(showsSettings); }
+
+private:
+    IconButton* settings_;
 };
 
 }  // namespace dravo::ui

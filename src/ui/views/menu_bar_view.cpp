@@ -3,7 +3,6 @@
 #include "ui/controls/layout.h"
 #include "ui/views/break_timer_view.h"
 #include "ui/views/filter_views.h"
-#include "ui/views/footer_view.h"
 #include "ui/views/onboarding_view.h"
 
 namespace dravo::ui {
@@ -30,16 +29,16 @@ MenuBarView::MenuBarView(const PanelParts& parts)
     auto* const melanopic = new MelanopicIndicatorView(parts);
     auto* const dimming = new DimmingControlView(parts);
     auto* const breaks = new BreakTimerView(parts);
-    auto* const footer = new FooterView(parts, [this] {
+    footer_ = new FooterView(parts, [this] {
         showSettings_ = !showSettings_;
         refresh();
     });
     auto* const breaksEdge = new Divider;
     auto* const footerEdge = new Divider;
-    whileNoEditor_ = {intensity, melanopic, dimming, breaksEdge, breaks, footerEdge, footer};
+    whileNoEditor_ = {intensity, melanopic, dimming, breaksEdge, breaks, footerEdge, footer_};
     settings_ = new SettingsView(parts, [this](AppLanguage language) { notices_->askForRelaunch(language); });
     settingsEdge_ = new Divider;
-    views_ = {quickToggle, picker_, intensity, melanopic, dimming, breaks, footer, settings_};
+    views_ = {quickToggle, picker_, intensity, melanopic, dimming, breaks, footer_, settings_};
     for (auto* const widget : always_) add(widget);
     for (auto* const widget : whileNoEditor_) add(widget);
     add(settingsEdge_);
@@ -85,6 +84,7 @@ void MenuBarView::refresh() {
     const bool hasSettings = !isWelcome && !hasEditor && showSettings_;
     settingsEdge_->setVisible(hasSettings);
     settings_->setVisible(hasSettings);
+    footer_->setShowsSettings(showSettings_);
     for (auto* const widget : whileNoEditor_) widget->setVisible(!isWelcome && !hasEditor);
     for (auto* const widget : always_) widget->setVisible(!isWelcome);
 }

@@ -4,6 +4,7 @@
 
 #include "app/preset_editing.h"
 #include "ui/controls/label.h"
+#include "ui/views/footer_view.h"
 #include "ui/views/notice_view.h"
 #include "ui/views/preset_picker_view.h"
 #include "ui/views/settings_view.h"
@@ -31,6 +32,7 @@ private:
     View* onboarding_;
     NoticeView* notices_;
     PresetPickerView* picker_;
+    FooterView* footer_;
     SettingsView* settings_;
     std::vector<View*> views_;      ///< all but the onboarding
     std::vector<QWidget*> always_;  ///< of the main content, what is there with the editor open, too

@@ -44,7 +44,10 @@ PresetEditorView::PresetEditorView(const PanelParts& parts, PresetEditing& editi
     title_ = new Label({}, TextStyle::title);
     column->addWidget(title_);
     name_ = new TextField(text("Preset Name"), this);
-    connect(name_, &QLineEdit::textEdited, this, [this](const QString& name) { editing_.setName(name.toStdString()); });
+    // Assistive technology sets a text without editing it.
+    connect(name_, &QLineEdit::textChanged, this, [this](const QString& changed) {
+        if (const std::string name = changed.toStdString(); name != editing_.draft().name) editing_.setName(name);
+    });
     connect(name_, &QLineEdit::returnPressed, this, [this] { save(); });
     column->addWidget(name_);
     curve_ = new CurveView(text("Transfer curves of this preset"), this);

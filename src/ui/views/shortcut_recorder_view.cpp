@@ -26,7 +26,11 @@ RecorderButton::RecorderButton(const PanelParts& parts, QWidget* parent)
     : PushButton({}, Kind::plain, parent),
       recorder_(parts.shortcutManager, parts.preferences, parts.scheduler),
       scheduler_(parts.scheduler) {
-    onClick([this] { recorder_.startRecording(); });
+    setAccessibleDescription(ui::text("Global Shortcut"));
+    onClick([this] {
+        setFocus(Qt::OtherFocusReason);  // assistive technology presses it from afar
+        recorder_.startRecording();
+    });
     changes_ = recorder_.changes().onWillChange([this] {
         scheduler_.post([self = QPointer(this)] {
             if (self) self->refresh();
