@@ -13,7 +13,7 @@
 namespace dravo {
 
 cli::ExitCode FilterRun::run(RunKind kind) {
-    if (!takeLock() || !connect()) return failure_;
+    if (!takeLock(kind) || !connect()) return failure_;
     launch();
     if (!loadServices()) return failure_;
     listen();
@@ -33,7 +33,7 @@ std::optional<HandOver> FilterRun::inheritance() {
     return handOver;
 }
 
-bool FilterRun::takeLock() {
+bool FilterRun::takeLock(RunKind kind) {
     if (inherited_ && inherited_->lock >= 0) {
         lock_.emplace(posix::InstanceLock::adopt(inherited_->lock));
         return true;
@@ -44,15 +44,16 @@ bool FilterRun::takeLock() {
         return true;
     }
     if (lock.error().code == ErrorCode::Busy) {
-        wakeOther(lock.error().nativeCode);
+        giveWay(kind, lock.error().nativeCode);
         return false;
     }
     reportOnce("no-lock", filled(localized("%@; a second Dravo would not be noticed"), {lock.error().message}));
     return true;
 }
 
-void FilterRun::wakeOther(int holder) {
-    if (freedesktop::BusControlClient().activate()) {
+// At login the desktop may start it twice, by an entry and by a unit: nobody has asked for the panel.
+void FilterRun::giveWay(RunKind kind, int holder) {
+    if (kind == RunKind::atLogin || freedesktop::BusControlClient().activate()) {
         std::puts(localized("Dravo is running already.").c_str());
         return;
     }
@@ -186,7 +187,9 @@ void FilterRun::serverIsGone() {
     guard_.standStillIfEnding();  // it was the guard that took the connection away
     filterState_->saveNow();
     defaults_.flush();
-    std::fprintf(stderr, "dravo: %s\n", localized("the X server is gone").c_str());
+    // The toolkit's connection breaks, too.
+    if (!isServerGone_) std::fprintf(stderr, "dravo: %s\n", localized("the X server is gone").c_str());
+    isServerGone_ = true;
     loop_.quit(static_cast<int>(cli::ExitCode::NoDisplayServer));
 }
 

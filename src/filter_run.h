@@ -56,13 +56,13 @@ inline constexpr const char* kIsOff = "off";
 /// REQUIRES: `TerminationGuard::blockSignals` came first in `main`.
 class FilterRun {
 public:
-    /// Runs until somebody ends it. A second start hands over to the first and ends at once.
+    /// Runs until somebody ends it. A second start ends at once; a person's opens the first one's panel.
     cli::ExitCode run(RunKind kind);
 
 private:
     [[nodiscard]] static std::optional<HandOver> inheritance();
-    bool takeLock();
-    void wakeOther(int holder);
+    bool takeLock(RunKind kind);
+    void giveWay(RunKind kind, int holder);
     bool connect();
     void launch();
     bool loadServices();
@@ -124,6 +124,7 @@ private:
     std::optional<posix::SignalWatch> offRequest_;
     std::optional<posix::SignalWatch> quitRequest_;
     Subscription loss_;
+    bool isServerGone_ = false;
     cli::ExitCode failure_ = cli::ExitCode::Ok;
 };
 
