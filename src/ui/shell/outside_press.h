@@ -9,14 +9,15 @@
 
 namespace dravo::ui {
 
-/// Tells of mouse presses anywhere on the screen while it watches, also where the press changes no focus: on the bare
-/// desktop, on its bar, on the tray icon. Without an X server, or one without XInput 2, it stays silent.
+/// Tells of mouse buttons pressed and let go anywhere on the screen while it watches, also where that changes no focus:
+/// on the bare desktop, on its bar, on the tray icon. The wheel is no button. Without an X server, or one without
+/// XInput 2, it stays silent.
 ///
 /// Thread: main thread.
 class OutsidePress : public QAbstractNativeEventFilter {
 public:
-    /// `onPress` runs at every press, those on our own windows included.
-    explicit OutsidePress(std::function<void()> onPress);
+    /// Both run at every click, those on our own windows included.
+    OutsidePress(std::function<void()> onPress, std::function<void()> onRelease);
     ~OutsidePress() override;
     OutsidePress(const OutsidePress&) = delete;
     OutsidePress& operator=(const OutsidePress&) = delete;
@@ -28,6 +29,7 @@ private:
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
 
     std::function<void()> onPress_;
+    std::function<void()> onRelease_;
     xcb_connection_t* connection_ = nullptr;
     std::uint8_t extension_ = 0;
     bool isWatching_ = false;

@@ -22,7 +22,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kSameClick = 300ms;
+// How long a tray's host may take to pass on a click. A click that follows is known by its own press.
+constexpr auto kHostPatience = 2s;
 // The first content loads the typefaces, which takes longer than all else about the first opening.
 constexpr auto kQuietAfterStart = 1s;
 constexpr int kGap = 8;
@@ -40,9 +41,7 @@ PanelWindow::PanelWindow(Scheduler& scheduler, Needs needs)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint),
       scheduler_(scheduler),
       needs_(std::move(needs)),
-      outsidePress_([this] {
-          if (!isOurs(QCursor::pos())) closeFromOutside();
-      }) {
+      outsidePress_([this] { onPress(); }, [this] { onRelease(); }) {
     setWindowTitle(QStringLiteral("Dravo"));
     setAccessibleName(windowTitle());
     setAttribute(Qt::WA_QuitOnClose, false);
@@ -91,6 +90,8 @@ void PanelWindow::show() {
     fitToContent();
     hideFromTaskBars(winId());
     // From the first moment that a press can find the panel open: drawing it the first time takes a while.
+    isPressed_ = false;
+    endClosingClick();
     outsidePress_.setWatching(true);
     setVisible(true);
     raise();
@@ -102,14 +103,36 @@ void PanelWindow::close() {
     setVisible(false);
 }
 
-bool PanelWindow::wasJustClosed() const {
-    return closedAt_ != SteadyTime::min() && scheduler_.steadyNow() - closedAt_ < kSameClick;
+void PanelWindow::onPress() {
+    isPressed_ = true;
+    if (!isVisible()) {
+        endClosingClick();
+    } else if (!isOurs(QCursor::pos())) {
+        closeFromOutside();
+    }
 }
 
+void PanelWindow::onRelease() {
+    isPressed_ = false;
+    if (isClosingClick_) awaitNextClick();
+}
+
+// Presses are watched on until the click is over: hosts tell of a click when it ends, or later.
 void PanelWindow::closeFromOutside() {
     if (!isVisible()) return;
-    closedAt_ = scheduler_.steadyNow();
-    close();
+    setVisible(false);
+    isClosingClick_ = true;
+    if (!isPressed_) awaitNextClick();
+}
+
+void PanelWindow::awaitNextClick() {
+    closingClickEnds_ = scheduler_.after(kHostPatience, [this] { endClosingClick(); });
+}
+
+void PanelWindow::endClosingClick() {
+    isClosingClick_ = false;
+    closingClickEnds_.cancel();
+    if (!isVisible()) outsidePress_.setWatching(false);
 }
 
 bool PanelWindow::event(QEvent* event) {

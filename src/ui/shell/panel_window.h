@@ -36,7 +36,7 @@ public:
     void show() override;
     void close() override;
     [[nodiscard]] bool isShown() const override { return isVisible(); }
-    [[nodiscard]] bool wasJustClosed() const override;
+    [[nodiscard]] bool wasJustClosed() const override { return isClosingClick_; }
 
 protected:
     bool event(QEvent* event) override;
@@ -48,7 +48,11 @@ protected:
 private:
     void adoptContent();
     void fitToContent();
+    void onPress();
+    void onRelease();
     void closeFromOutside();
+    void awaitNextClick();
+    void endClosingClick();
     void leaveIfForsaken();
     [[nodiscard]] QPoint placeFor(QSize size) const;
     void chooseAnchor();
@@ -60,7 +64,9 @@ private:
     QRect anchor_;     ///< what the panel hangs from: the icon, or a corner of the screen
     QRect available_;  ///< what the screen of the anchor leaves free
     OutsidePress outsidePress_;
-    SteadyTime closedAt_ = SteadyTime::min();
+    bool isPressed_ = false;
+    bool isClosingClick_ = false;  ///< what closed the panel from outside may still come as a click on the icon
+    Timer closingClickEnds_;
     Timer preparation_;
 };
 
