@@ -77,7 +77,7 @@ protected:
     bool soonIsClosed() {
         return soon([&] { return !isPanelOpen(); });
     }
-    /// Longer than the time in which a click that closed the panel counts as the same click as one on the icon.
+    /// For as long as a host that is not busy takes to pass on a click.
     bool staysClosed() {
         return !waitUntil([&] { return isPanelOpen(); }, std::chrono::milliseconds{400});
     }

@@ -77,6 +77,14 @@ TEST_P(TrayTest, ClicksAndKeysOpenAndCloseThePanelAndToggle) {
     clickIcon();
     EXPECT_TRUE(soonIsClosed());
     EXPECT_TRUE(staysClosed()) << "the click that closed it opened it again";
+    clickIcon();
+    ASSERT_TRUE(soonIsOpen());
+    const Place icon = *iconPlace();
+    pointer().press(icon);
+    EXPECT_TRUE(soonIsClosed());
+    EXPECT_TRUE(staysClosed());
+    pointer().letGo(icon);
+    EXPECT_TRUE(staysClosed()) << "a slow click is one click";
 
     clickIcon();
     ASSERT_TRUE(soonIsOpen());

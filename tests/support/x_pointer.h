@@ -19,6 +19,9 @@ public:
 
     /// Moves there, presses and lets go. The server has handled it when the call returns.
     void click(Place place, Button button = Button::left);
+    /// The two halves of a click.
+    void press(Place place, Button button = Button::left);
+    void letGo(Place place, Button button = Button::left);
     void moveTo(Place place);
 
 private:
