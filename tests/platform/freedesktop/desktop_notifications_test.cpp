@@ -22,25 +22,17 @@ using AuthStatus = BreakNotifier::AuthStatus;
 
 class DesktopNotificationsTest : public testing::BusTest {
 protected:
-    void SetUp() override {
-        BusTest::SetUp();
-        if (IsSkipped() || HasFatalFailure()) return;
-        bus.emplace(loop, loop, Bus::Kind::session);
-        service.emplace(*bus, loop, loop);
-        notifier.emplace(*service);
-    }
-
     AuthStatus refreshed() {
         bool isAnswered = false;
-        const auto watch = notifier->authStatus().onNewValue([&](AuthStatus) { isAnswered = true; });
-        notifier->refreshStatus();
+        const auto watch = notifier.authStatus().onNewValue([&](AuthStatus) { isAnswered = true; });
+        notifier.refreshStatus();
         EXPECT_TRUE(runUntil([&] { return isAnswered; }));
-        return notifier->authStatus();
+        return notifier.authStatus();
     }
 
-    std::optional<Bus> bus;
-    std::optional<DesktopNotifications> service;
-    std::optional<BreakNotifier> notifier;
+    Bus bus{loop, loop, Bus::Kind::session};
+    DesktopNotifications service{bus, loop, loop};
+    BreakNotifier notifier{service};
 };
 
 /// A real notification daemon on a real screen, which prints what it shows.
@@ -86,11 +78,11 @@ protected:
 
 TEST_F(RealDaemonTest, ShowsEveryBreakAndOutlivesADaemonThatDies) {
     EXPECT_EQ(refreshed(), AuthStatus::unknown);
-    notifier->postBreakNotification();  // to nobody
+    notifier.postBreakNotification();  // to nobody
 
     startDaemon();
-    notifier->postBreakNotification();
-    notifier->postBreakNotification();
+    notifier.postBreakNotification();
+    notifier.postBreakNotification();
     EXPECT_TRUE(runUntil([&] { return breaksShown() == 2; })) << dunst->standardOutput();
     const std::string shown = dunst->standardOutput();
     EXPECT_NE(shown.find("Look at something 20 feet away to relax your eyes."), std::string::npos) << shown;
@@ -98,23 +90,23 @@ TEST_F(RealDaemonTest, ShowsEveryBreakAndOutlivesADaemonThatDies) {
     dunst->signal(SIGKILL);
     dunst->waitForExit();
     EXPECT_TRUE(runUntil([&] { return refreshed() == AuthStatus::unknown; }));
-    notifier->postBreakNotification();
+    notifier.postBreakNotification();
 
     startDaemon();
-    notifier->postBreakNotification();
+    notifier.postBreakNotification();
     EXPECT_TRUE(runUntil([&] { return breaksShown() >= 1; })) << dunst->standardError();
 }
 
 TEST_F(DesktopNotificationsTest, WithoutAServerPermissionStaysUndetermined) {
     std::optional<bool> granted;
-    notifier->requestAuthorization([&](bool answer) { granted = answer; });
+    notifier.requestAuthorization([&](bool answer) { granted = answer; });
     EXPECT_TRUE(runUntil([&] { return granted.has_value(); }));
     EXPECT_EQ(granted, false);
-    EXPECT_EQ(notifier->authStatus().get(), AuthStatus::unknown);
+    EXPECT_EQ(notifier.authStatus().get(), AuthStatus::unknown);
 
     daemon->kill();
     EXPECT_EQ(refreshed(), AuthStatus::unknown);
-    notifier->postBreakNotification();
+    notifier.postBreakNotification();
 }
 
 TEST_F(DesktopNotificationsTest, GnomesSwitchForThisProgramIsRead) {
@@ -136,10 +128,10 @@ TEST_F(DesktopNotificationsTest, GnomesSwitchForThisProgramIsRead) {
     switchTo("false");
     EXPECT_EQ(refreshed(), AuthStatus::denied);
     std::optional<bool> granted;
-    notifier->requestAuthorization([&](bool answer) { granted = answer; });
+    notifier.requestAuthorization([&](bool answer) { granted = answer; });
     EXPECT_TRUE(runUntil([&] { return granted.has_value(); }));
     EXPECT_EQ(granted, false);
-    EXPECT_EQ(notifier->authStatus().get(), AuthStatus::denied);
+    EXPECT_EQ(notifier.authStatus().get(), AuthStatus::denied);
 
     switchTo("true");
     EXPECT_EQ(refreshed(), AuthStatus::granted);

@@ -3,10 +3,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cstdlib>
-
 #include "base/files.h"
 #include "platform/memory/virtual_scheduler.h"
+#include "support/environment_variable.h"
 #include "support/polled_descriptors.h"
 #include "support/temporary_folder.h"
 #include "support/wait_until.h"
@@ -19,13 +18,7 @@ using Page = SystemSettings::Page;
 /// A desktop by its name, with stand-ins for its programs that write down what they are started with.
 class DesktopSettingsTest : public ::testing::Test {
 protected:
-    DesktopSettingsTest() : path_(std::getenv("PATH")) {
-        ::setenv("PATH", (folder_.path().string() + ":/usr/bin:/bin").c_str(), 1);
-    }
-    ~DesktopSettingsTest() override {
-        ::setenv("PATH", path_.c_str(), 1);
-        ::unsetenv("XDG_CURRENT_DESKTOP");
-    }
+    DesktopSettingsTest() { path_.set(folder_.path().string() + ":/usr/bin:/bin"); }
 
     void install(const std::string& program) {
         const auto file = folder_ / program;
@@ -34,7 +27,7 @@ protected:
         ASSERT_TRUE(writeFileAtomically(file, text));
         ASSERT_EQ(::chmod(file.c_str(), 0700), 0);
     }
-    static void enter(const char* desktop) { ::setenv("XDG_CURRENT_DESKTOP", desktop, 1); }
+    void enter(const char* desktop) { desktop_.set(desktop); }
 
     /// What the last program was started with, once it has been.
     std::string startedWith() {
@@ -52,7 +45,8 @@ private:
     [[nodiscard]] std::filesystem::path started() const { return folder_ / "started"; }
 
     testing::TemporaryFolder folder_;
-    std::string path_;
+    testing::EnvironmentVariable path_{"PATH"};
+    testing::EnvironmentVariable desktop_{"XDG_CURRENT_DESKTOP"};
 };
 
 TEST_F(DesktopSettingsTest, OpensThePageOfTheDesktopThatRuns) {
@@ -78,7 +72,7 @@ TEST_F(DesktopSettingsTest, OffersNothingWhereTheProgramIsMissingOrTheDesktopUnk
     EXPECT_TRUE(settings_.offers(Page::notifications));
     enter("a-desktop-of-next-year");
     EXPECT_FALSE(settings_.offers(Page::notifications));
-    ::unsetenv("XDG_CURRENT_DESKTOP");
+    enter(nullptr);
     EXPECT_FALSE(settings_.offers(Page::notifications));
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <optional>
 
 #include "bus_fixture.h"
 #include "bus_peer.h"
@@ -74,48 +73,41 @@ struct FakeGeoclue {
 
 class GeoclueTest : public testing::BusTest {
 protected:
-    void SetUp() override {
-        BusTest::SetUp();
-        if (IsSkipped() || HasFatalFailure()) return;
-        bus.emplace(loop, loop, Bus::Kind::system);
-        service.emplace(*bus, loop, "org.dravo.Dravo", 50ms);
-        subscriptions.push_back(service->onAuthorizationChange([this] { ++changes; }));
-        subscriptions.push_back(service->onLocations([this](const auto& found) { fixes.push_back(found.back()); }));
-        subscriptions.push_back(service->onFailure([this](const Error& error) { failures.push_back(error.code); }));
-    }
     void startGeoclue() { geoclue = std::make_unique<FakeGeoclue>(loop.event(), daemon->address()); }
     bool becomes(LocationAuthorization authorization) {
-        return runUntil([&] { return service->authorization() == authorization; });
+        return runUntil([&] { return service.authorization() == authorization; });
     }
 
-    std::optional<Bus> bus;
+    Bus bus{loop, loop, Bus::Kind::system};
     std::unique_ptr<FakeGeoclue> geoclue;
-    std::optional<GeoclueLocationService> service;
+    GeoclueLocationService service{bus, loop, "org.dravo.Dravo", 50ms};
     int changes = 0;
     std::vector<Position> fixes;
     std::vector<ErrorCode> failures;
-    std::vector<Subscription> subscriptions;
+    Subscription onChange = service.onAuthorizationChange([this] { ++changes; });
+    Subscription onFix = service.onLocations([this](const auto& found) { fixes.push_back(found.back()); });
+    Subscription onFailure = service.onFailure([this](const Error& error) { failures.push_back(error.code); });
 };
 
 TEST_F(GeoclueTest, AsksForACityUnderTheProgramsNameOnceAndGivesTheClientBack) {
     startGeoclue();
-    EXPECT_FALSE(bus->handle()) << "connected before anybody asked";
-    service->requestLocation();
+    EXPECT_FALSE(bus.handle()) << "connected before anybody asked";
+    service.requestLocation();
     ASSERT_TRUE(runUntil([&] { return !fixes.empty(); }));
     EXPECT_EQ(fixes[0], (Position{52.5, 13.25}));
-    EXPECT_EQ(service->authorization(), authorizedAlways);
+    EXPECT_EQ(service.authorization(), authorizedAlways);
     EXPECT_EQ(geoclue->desktopId, "org.dravo.Dravo");
     EXPECT_EQ(geoclue->accuracy, 4u);
     ASSERT_TRUE(runUntil([&] { return geoclue->count("DeleteClient") == 1; }));
     EXPECT_EQ(geoclue->count("Stop"), 1);
     geoclue->announce();
-    settle(*bus);
+    settle(bus);
     EXPECT_EQ(fixes.size(), 1u);
 }
 
 TEST_F(GeoclueTest, APermissionRequestEndsInAGrantAndLeavesNothingRunning) {
     startGeoclue();
-    service->requestWhenInUseAuthorization();
+    service.requestWhenInUseAuthorization();
     ASSERT_TRUE(becomes(authorizedAlways));
     EXPECT_EQ(changes, 1);
     EXPECT_TRUE(runUntil([&] { return geoclue->count("DeleteClient") == 1; }));
@@ -124,8 +116,8 @@ TEST_F(GeoclueTest, APermissionRequestEndsInAGrantAndLeavesNothingRunning) {
 
 TEST_F(GeoclueTest, ARequestMadeOnTheGrantJoinsTheRun) {
     startGeoclue();
-    const auto ask = service->onAuthorizationChange([this] { service->requestLocation(); });
-    service->requestWhenInUseAuthorization();
+    const auto ask = service.onAuthorizationChange([this] { service.requestLocation(); });
+    service.requestWhenInUseAuthorization();
     ASSERT_TRUE(runUntil([&] { return !fixes.empty(); }));
     EXPECT_EQ(geoclue->count("Start"), 1);
 }
@@ -133,24 +125,24 @@ TEST_F(GeoclueTest, ARequestMadeOnTheGrantJoinsTheRun) {
 TEST_F(GeoclueTest, TellsARefusalFromAMissingAgentAndLooksAgainOnlyWhenAsked) {
     startGeoclue();
     geoclue->refusal = "Geolocation disabled for UID 1000";
-    service->requestLocation();
+    service.requestLocation();
     ASSERT_TRUE(becomes(denied));
     EXPECT_TRUE(failures.empty());
     EXPECT_EQ(geoclue->count("Start"), 1);
 
     geoclue->refusal = "'org.dravo.Dravo' disallowed, no agent for UID 1000";
-    service->refreshAuthorization();
+    service.refreshAuthorization();
     ASSERT_TRUE(becomes(restricted));
     geoclue->refusal = nullptr;
-    settle(*bus);
+    settle(bus);
     EXPECT_EQ(geoclue->count("Start"), 2);
-    service->refreshAuthorization();
+    service.refreshAuthorization();
     ASSERT_TRUE(becomes(authorizedAlways));
     EXPECT_EQ(changes, 3);
 }
 
 TEST_F(GeoclueTest, AMissingServiceIsRestrictedUntilItsNameAppears) {
-    service->requestWhenInUseAuthorization();
+    service.requestWhenInUseAuthorization();
     ASSERT_TRUE(becomes(restricted));
     startGeoclue();
     ASSERT_TRUE(becomes(authorizedAlways));
@@ -160,58 +152,58 @@ TEST_F(GeoclueTest, AMissingServiceIsRestrictedUntilItsNameAppears) {
 TEST_F(GeoclueTest, NoFixInTimeIsAFailureThatAllowsAnotherTry) {
     startGeoclue();
     geoclue->hasFix = false;
-    service->requestLocation();
+    service.requestLocation();
     ASSERT_TRUE(runUntil([&] { return !failures.empty(); }));
     EXPECT_EQ(failures, std::vector{ErrorCode::Busy});
-    EXPECT_EQ(service->authorization(), authorizedAlways);
+    EXPECT_EQ(service.authorization(), authorizedAlways);
     geoclue->hasFix = true;
-    service->requestLocation();
+    service.requestLocation();
     EXPECT_TRUE(runUntil([&] { return !fixes.empty(); }));
 }
 
 TEST_F(GeoclueTest, ALocationWithoutCoordinatesIsNoPlaceOnEarth) {
     startGeoclue();
     geoclue->hasCoordinates = false;
-    service->requestLocation();
+    service.requestLocation();
     ASSERT_TRUE(runUntil([&] { return !fixes.empty(); }));
     EXPECT_FALSE(isOnEarth(fixes[0]));
 }
 
 TEST_F(GeoclueTest, AServiceThatDiesDuringTheRequestFailsItAndTheNextFindsItAgain) {
     startGeoclue();
-    service->requestLocation();
+    service.requestLocation();
     ASSERT_TRUE(runUntil([&] { return !fixes.empty(); }));  // granted once
     geoclue->ignoresCalls = true;
-    service->requestLocation();
+    service.requestLocation();
     ASSERT_TRUE(runUntil([&] { return geoclue->count("GetClient") == 2; }));
     geoclue.reset();
     ASSERT_TRUE(runUntil([&] { return !failures.empty(); }));
     EXPECT_EQ(failures, std::vector{ErrorCode::Disconnected});
 
-    service->requestLocation();  // gone for good, for now
+    service.requestLocation();  // gone for good, for now
     ASSERT_TRUE(becomes(restricted));
     startGeoclue();
     ASSERT_TRUE(becomes(authorizedAlways));
-    service->requestLocation();
+    service.requestLocation();
     EXPECT_TRUE(runUntil([&] { return fixes.size() == 2; }));
 }
 
 TEST_F(GeoclueTest, ACancelledRequestEndsInNothing) {
     startGeoclue();
-    service->requestLocation();
+    service.requestLocation();
     ASSERT_TRUE(runUntil([&] { return geoclue->count("Start") == 1; }));
-    service->cancelRequest();
+    service.cancelRequest();
     EXPECT_TRUE(runUntil([&] { return geoclue->count("DeleteClient") == 1; }));
-    settle(*bus);
+    settle(bus);
     EXPECT_TRUE(fixes.empty());
     EXPECT_TRUE(failures.empty());
 }
 
 TEST_F(GeoclueTest, WithoutAWorkingBusItIsRestricted) {
     ::setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1);
-    service->requestLocation();
+    service.requestLocation();
     ASSERT_TRUE(becomes(restricted));
-    service->requestLocation();
+    service.requestLocation();
     runUntil([] { return false; }, 20ms);
     EXPECT_EQ(changes, 1);
     EXPECT_TRUE(failures.empty());
@@ -220,12 +212,12 @@ TEST_F(GeoclueTest, WithoutAWorkingBusItIsRestricted) {
 TEST_F(GeoclueTest, ABusThatEndsDuringTheRequestDoesNoHarm) {
     startGeoclue();
     geoclue->ignoresCalls = true;
-    service->requestLocation();
+    service.requestLocation();
     ASSERT_TRUE(runUntil([&] { return geoclue->count("GetClient") == 1; }));
     daemon->kill();
     ASSERT_TRUE(becomes(restricted));
-    service->requestLocation();
-    service->refreshAuthorization();
+    service.requestLocation();
+    service.refreshAuthorization();
     runUntil([] { return false; }, 20ms);
     EXPECT_TRUE(fixes.empty());
 }

@@ -2,6 +2,8 @@
 
 #include <limits>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "bus_fixture.h"
 #include "bus_peer.h"
@@ -19,60 +21,36 @@ constexpr const char* kInterface = "org.freedesktop.portal.Settings";
 constexpr const char* kAppearance = "org.freedesktop.appearance";
 constexpr const char* kGnome = "org.gnome.desktop.interface";
 
-using Colour = std::array<double, 3>;
+/// A key with its value, as an entry of the portal's answer.
+using Entry = std::function<void(sd_bus_message* reply)>;
 
-/// What the portal's desktop is set to. Absent: the desktop has no such setting.
+template <typename... Values>
+Entry entry(const char* key, const char* type, Values... values) {
+    return [=](sd_bus_message* reply) { sd_bus_message_append(reply, "{sv}", key, type, values...); };
+}
+Entry number(const char* key, std::uint32_t value) { return entry(key, "u", value); }
+Entry accent(double red, double green, double blue) { return entry("accent-color", "(ddd)", red, green, blue); }
+Entry animations(bool areOn) { return entry("enable-animations", "b", static_cast<int>(areOn)); }
+
+/// What the portal's desktop is set to.
 struct Settings {
-    std::optional<std::uint32_t> scheme = {};
-    std::optional<Colour> accent = {};
-    std::optional<std::uint32_t> contrast = {};
-    std::optional<std::uint32_t> reducedMotion = {};
-    std::optional<bool> animations = {};
-    bool hasWrongTypes = false;  ///< Every value is a text.
+    std::vector<Entry> appearance = {};
+    std::vector<Entry> gnome = {};
 };
-
-void append(sd_bus_message* reply, const char* key, bool asText, const std::function<void()>& value) {
-    if (asText) {
-        sd_bus_message_append(reply, "{sv}", key, "s", "1");
-        return;
-    }
-    sd_bus_message_open_container(reply, 'e', "sv");
-    sd_bus_message_append(reply, "s", key);
-    value();
-    sd_bus_message_close_container(reply);
-}
-
-void appendNumber(sd_bus_message* reply, const char* key, std::optional<std::uint32_t> number, bool asText) {
-    if (number) append(reply, key, asText, [&] { sd_bus_message_append(reply, "v", "u", *number); });
-}
 
 bool replyWith(const Settings& settings, sd_bus_message* call) {
     sd_bus_message* reply = nullptr;
     sd_bus_message_new_method_return(call, &reply);
     sd_bus_message_open_container(reply, 'a', "{sa{sv}}");
-    sd_bus_message_open_container(reply, 'e', "sa{sv}");
-    sd_bus_message_append(reply, "s", kAppearance);
-    sd_bus_message_open_container(reply, 'a', "{sv}");
-    const bool asText = settings.hasWrongTypes;
-    appendNumber(reply, "color-scheme", settings.scheme, asText);
-    if (settings.accent) {
-        const auto& [red, green, blue] = *settings.accent;
-        append(reply, "accent-color", asText,
-               [&, r = red, g = green, b = blue] { sd_bus_message_append(reply, "v", "(ddd)", r, g, b); });
+    for (const auto& [group, entries] : {std::pair{kAppearance, settings.appearance}, {kGnome, settings.gnome}}) {
+        sd_bus_message_open_container(reply, 'e', "sa{sv}");
+        sd_bus_message_append(reply, "s", group);
+        sd_bus_message_open_container(reply, 'a', "{sv}");
+        sd_bus_message_append(reply, "{sv}", "clock-format", "s", "24h");
+        for (const Entry& each : entries) each(reply);
+        sd_bus_message_close_container(reply);
+        sd_bus_message_close_container(reply);
     }
-    appendNumber(reply, "contrast", settings.contrast, asText);
-    appendNumber(reply, "reduced-motion", settings.reducedMotion, asText);
-    sd_bus_message_close_container(reply);
-    sd_bus_message_close_container(reply);
-    sd_bus_message_open_container(reply, 'e', "sa{sv}");
-    sd_bus_message_append(reply, "s", kGnome);
-    sd_bus_message_open_container(reply, 'a', "{sv}");
-    sd_bus_message_append(reply, "{sv}", "clock-format", "s", "24h");
-    if (settings.animations)
-        append(reply, "enable-animations", asText,
-               [&] { sd_bus_message_append(reply, "v", "b", static_cast<int>(*settings.animations)); });
-    sd_bus_message_close_container(reply);
-    sd_bus_message_close_container(reply);
     sd_bus_message_close_container(reply);
     const bool isSent = sd_bus_send(nullptr, reply, nullptr) >= 0;
     sd_bus_message_unref(reply);
@@ -113,26 +91,30 @@ protected:
 TEST_F(PortalAppearanceTest, ReadsWhatTheDesktopIsSetTo) {
     constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
     const std::array<std::uint8_t, 3> blue{53, 132, 228};
-    const Colour blueOfDesktop{0.207843, 0.517647, 0.894118};
-    const Settings everything{1, blueOfDesktop, 1, 1, true};
-    auto texts = everything;
-    texts.hasWrongTypes = true;
+    const auto scheme = [](std::uint32_t value) { return number("color-scheme", value); };
+    const auto text = [](const char* key) { return entry(key, "s", "1"); };
     const struct {
         const char* name;
         Settings settings;
         Appearance expected;
     } rows[] = {
         {"nothing set", {}, {}},
-        {"everything set", everything, {Scheme::dark, blue, true, true}},
-        {"light", {2u}, {Scheme::light, {}, false, false}},
-        {"no preference", {0u, {}, 0u, 0u}, {}},
-        {"a scheme of tomorrow", {7u}, {}},
-        {"no accent", {{}, Colour{-1, -1, -1}}, {}},
-        {"accent above one", {{}, Colour{0.5, 1.5, 0.5}}, {}},
-        {"accent that is no number", {{}, Colour{0.5, kNan, 0.5}}, {}},
-        {"animations off", {{}, {}, {}, {}, false}, {Scheme::unknown, {}, false, true}},
-        {"the portal's own motion setting comes first", {{}, {}, {}, 0u, false}, {}},
-        {"wrong types", texts, {}},
+        {"everything set",
+         {{scheme(1), accent(0.207843, 0.517647, 0.894118), number("contrast", 1), number("reduced-motion", 1)},
+          {animations(true)}},
+         {Scheme::dark, blue, true, true}},
+        {"light", {{scheme(2)}}, {Scheme::light, {}, false, false}},
+        {"no preference", {{scheme(0), number("contrast", 0), number("reduced-motion", 0)}}, {}},
+        {"a scheme of tomorrow", {{scheme(7)}}, {}},
+        {"no accent", {{accent(-1, -1, -1)}}, {}},
+        {"accent above one", {{accent(0.5, 1.5, 0.5)}}, {}},
+        {"accent that is no number", {{accent(0.5, kNan, 0.5)}}, {}},
+        {"animations off", {{}, {animations(false)}}, {Scheme::unknown, {}, false, true}},
+        {"the portal's own motion setting comes first", {{number("reduced-motion", 0)}, {animations(false)}}, {}},
+        {"wrong types",
+         {{text("color-scheme"), text("accent-color"), text("contrast"), text("reduced-motion")},
+          {text("enable-animations")}},
+         {}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -152,7 +134,7 @@ TEST_F(PortalAppearanceTest, ReadsWhatTheDesktopIsSetTo) {
 }
 
 TEST_F(PortalAppearanceTest, FollowsChangesAndSaysNothingWhenNothingChanged) {
-    startPortal({.scheme = 1, .reducedMotion = {}, .animations = true});
+    startPortal({{number("color-scheme", 1)}, {animations(true)}});
     observe();
     ASSERT_TRUE(runUntil([&] { return service->appearance().scheme == Scheme::dark; }));
     settle(*bus);
@@ -173,12 +155,12 @@ TEST_F(PortalAppearanceTest, FollowsChangesAndSaysNothingWhenNothingChanged) {
 TEST_F(PortalAppearanceTest, KeepsWhatAnEndedPortalSaidAndAsksTheNextOne) {
     observe();
     EXPECT_EQ(service->appearance(), Appearance{}) << "there is no portal yet";
-    startPortal({.scheme = 2});
+    startPortal({{number("color-scheme", 2)}});
     EXPECT_TRUE(runUntil([&] { return service->appearance().scheme == Scheme::light; }));
     portal.reset();
     settle(*bus);
     EXPECT_EQ(service->appearance().scheme, Scheme::light);
-    startPortal({.scheme = 1, .contrast = 1});
+    startPortal({{number("color-scheme", 1), number("contrast", 1)}});
     EXPECT_TRUE(runUntil([&] { return service->appearance() == Appearance{Scheme::dark, {}, true, false}; }));
 }
 
