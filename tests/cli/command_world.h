@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -38,6 +39,11 @@ public:
     FixedOffsetCalendar calendar{std::chrono::hours(1)};
     WallTime now{};
 
+    /// A file with this text. Its path.
+    [[nodiscard]] std::string save(const char* name, const std::string& text) const {
+        std::ofstream(folder / name) << text;
+        return folder / name;
+    }
     [[nodiscard]] DataFolder dataFolder() const { return {folder / "data", {}}; }
 
     Outcome run(std::vector<std::string> words) {

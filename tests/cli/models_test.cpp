@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "cli/command_world.h"
@@ -40,11 +39,7 @@ TEST(MelanopicCommandTest, EstimatesTheAdjustedPreset) {
 
 class ExchangeCommandsTest : public ::testing::Test {
 protected:
-    std::string save(const std::string& text) {
-        const auto path = world.folder / "presets.json";
-        std::ofstream(path) << text;
-        return path.string();
-    }
+    std::string save(const std::string& text) { return world.save("presets.json", text); }
     std::vector<FilterPreset> stored() {
         return readCustomPresets(world.dataFolder().home).hasValue() ? *readCustomPresets(world.dataFolder().home)
                                                                      : std::vector<FilterPreset>{};

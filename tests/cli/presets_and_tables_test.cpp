@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "cli/command_world.h"
@@ -56,18 +55,14 @@ TEST(TableCommandTest, PrintsWhatTheDisplaysWouldGetBitForBit) {
 
 TEST(TableCommandTest, TakesAPresetFromAFileOrSaysWhyNot) {
     CommandWorld world;
-    const auto save = [&](const char* name, const std::string& text) {
-        std::ofstream(world.folder / name) << text;
-        return (world.folder / name).string();
-    };
     const FilterPreset own = ownPreset();
-    const std::string good = save("good", *encodePreset(own));
+    const std::string good = world.save("good", *encodePreset(own));
     EXPECT_EQ(tableFromJson(world.run({"table", good, "--json"}).out),
               computeTable(own, own.intensity, own.dimming, own.blackPoint, own.contrast));
 
-    for (const std::string& bad :
-         {save("bad.json", "{\"id\":\"x\"}"), save("empty.json", ""), (world.folder / "missing.json").string(),
-          world.folder.path().string(), std::string("/dev/zero"), std::string("missing.json")}) {
+    for (const std::string& bad : {world.save("bad.json", "{\"id\":\"x\"}"), world.save("empty.json", ""),
+                                   (world.folder / "missing.json").string(), world.folder.path().string(),
+                                   std::string("/dev/zero"), std::string("missing.json")}) {
         const Outcome outcome = world.run({"table", bad, "--json"});
         EXPECT_EQ(outcome.code, ExitCode::FileTrouble) << bad;
         EXPECT_NE(outcome.err.find(bad), std::string::npos) << outcome.err;

@@ -12,32 +12,6 @@ using namespace std::chrono_literals;
 constexpr std::int64_t kZero = 0;
 constexpr std::int64_t kOne = 1;
 
-TEST(PreferencesStoreTest, GivesAFreshUserTheDefaults) {
-    memory::MemoryUserDefaults defaults;
-    const PreferencesStore store(defaults);
-    EXPECT_TRUE(store.filterEnabled());
-    EXPECT_EQ(store.lastPresetID(), std::nullopt);
-    EXPECT_EQ(store.lastIntensity(), 0.8);
-    EXPECT_EQ(store.lastDimming(), 0);
-    EXPECT_EQ(store.lastBlackPoint(), 0);
-    EXPECT_EQ(store.lastContrast(), 0);
-    EXPECT_EQ(store.pausedUntil(), std::nullopt);
-    EXPECT_FALSE(store.scheduleEnabled());
-    EXPECT_EQ(store.scheduleMode(), ScheduleMode::customTimes);
-    EXPECT_EQ(store.scheduleStartMinutes(), 1200);
-    EXPECT_EQ(store.scheduleEndMinutes(), 420);
-    EXPECT_EQ(store.lastLatitude(), std::nullopt);
-    EXPECT_EQ(store.lastLongitude(), std::nullopt);
-    EXPECT_EQ(store.locationSource(), LocationSource::service);
-    EXPECT_EQ(store.shortcutKeyCode(), 14);
-    EXPECT_EQ(store.shortcutModifiers(), 4608);
-    EXPECT_TRUE(store.shortcutEnabled());
-    EXPECT_FALSE(store.breakReminderEnabled());
-    EXPECT_EQ(store.breakIntervalMinutes(), 0);
-    EXPECT_FALSE(store.hasSeenOnboarding());
-    EXPECT_FALSE(store.advancedExpanded());
-}
-
 TEST(PreferencesStoreTest, TellsAStoredZeroFromAnAbsentKey) {
     memory::MemoryUserDefaults defaults({{"filterEnabled", false},
                                          {"shortcutEnabled", false},

@@ -166,12 +166,5 @@ TEST_F(X11DisplayServerTest, HasNoGrayOnDriversWithoutAMatrix) {
     EXPECT_EQ(client.server().grayscale().setEnabled(true).error().code, ErrorCode::Unsupported);
 }
 
-TEST(X11ConnectionTest, SaysThatNoServerAnswers) {
-    const auto created = x11::X11DisplayServer::create(":9999", nullptr);
-    ASSERT_FALSE(created.hasValue());
-    EXPECT_EQ(created.error().code, ErrorCode::Disconnected);
-    EXPECT_NE(created.error().message.find(":9999"), std::string::npos);
-}
-
 }  // namespace
 }  // namespace dravo
