@@ -1,5 +1,6 @@
 #include "ui/shell/tray_icon.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -8,6 +9,7 @@
 #include <QIcon>
 #include <QKeySequence>
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include "ui/shell/tray_symbols.h"
@@ -20,10 +22,26 @@ namespace {
 const QString kWatcher = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
 
+// Longer than a host takes to get ready once its name is there.
+constexpr std::chrono::seconds kHostStart{2};
+
+QDBusMessage questionForWatcher(const QString& property) {
+    auto question = QDBusMessage::createMethodCall(
+        kWatcher, kWatcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    question << kWatcher << property;
+    return question;
+}
+
+/// What a property's answer holds; invalid where there is none.
+QVariant propertyIn(const QVariantList& answer) {
+    return answer.isEmpty() ? QVariant() : answer.first().value<QDBusVariant>().variant();
+}
+
 }  // namespace
 
 TrayIcon::TrayIcon(Scheduler& scheduler) : scheduler_(scheduler), traySelection_([this] { appear(); }) {
     connect(&menu_, &QMenu::aboutToShow, this, [this] {
+        isKnownToHost_ = true;
         fillMenu();
         menu_.setStyleSheet(theme().styleSheet());
         menu_.setFont(fontOf(TextStyle::body));
@@ -43,7 +61,10 @@ void TrayIcon::watchForNotifierHosts() {
         return;
     }
     auto* const watcher = new QDBusServiceWatcher(kWatcher, bus, QDBusServiceWatcher::WatchForRegistration, this);
-    connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, [this] { askForNotifierHost(); });
+    connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, [this] {
+        askForNotifierHost();
+        registerOnceMoreLater();
+    });
     bus.connect(kWatcher, kWatcherPath, kWatcher, QStringLiteral("StatusNotifierHostRegistered"), this,
                 SLOT(askForNotifierHost()));
     askForNotifierHost();
@@ -51,19 +72,48 @@ void TrayIcon::watchForNotifierHosts() {
 
 void TrayIcon::askForNotifierHost() {
     if (icon_) return;
-    auto question = QDBusMessage::createMethodCall(
-        kWatcher, kWatcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    question << kWatcher << QStringLiteral("IsStatusNotifierHostRegistered");
-    auto* const call = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
-    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
-        call->deleteLater();
-        const auto answer = call->reply().arguments();
-        const bool isThere = !answer.isEmpty() && answer.first().value<QDBusVariant>().variant().toBool();
-        if (isThere) {
+    ask(questionForWatcher(QStringLiteral("IsStatusNotifierHostRegistered")), [this](const QVariantList& answer) {
+        if (propertyIn(answer).toBool()) {
             appear();
+            registerOnceMoreLater();
         } else {
             lookForTraySelection();
         }
+    });
+}
+
+void TrayIcon::ask(const QDBusMessage& question, std::function<void(const QVariantList&)> onAnswer) {
+    auto* const call = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
+    connect(call, &QDBusPendingCallWatcher::finished, this, [call, answer = std::move(onAnswer)] {
+        call->deleteLater();
+        answer(call->reply().type() == QDBusMessage::ReplyMessage ? call->reply().arguments() : QVariantList());
+    });
+}
+
+// A host may say that it is there before it listens: it misses what registers in between, and never looks again. To
+// register twice is to register once.
+void TrayIcon::registerOnceMoreLater() {
+    isKnownToHost_ = false;
+    lateRegistration_ = scheduler_.after(kHostStart, [this] {
+        if (isKnownToHost_) return;
+        ask(questionForWatcher(QStringLiteral("RegisteredStatusNotifierItems")), [this](const QVariantList& answer) {
+            for (const QString& item : propertyIn(answer).toStringList())
+                registerIfOurs(item.section(QLatin1Char('/'), 0, 0));
+        });
+    });
+}
+
+void TrayIcon::registerIfOurs(const QString& service) {
+    auto whose = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionUnixProcessID"));
+    whose << service;
+    ask(whose, [service](const QVariantList& answer) {
+        if (answer.isEmpty() || answer.first().toLongLong() != QCoreApplication::applicationPid()) return;
+        auto registration = QDBusMessage::createMethodCall(kWatcher, kWatcherPath, kWatcher,
+                                                           QStringLiteral("RegisterStatusNotifierItem"));
+        registration << service;
+        QDBusConnection::sessionBus().send(registration);
     });
 }
 
@@ -75,6 +125,7 @@ void TrayIcon::appear() {
     if (icon_) return;
     icon_ = std::make_unique<QSystemTrayIcon>();
     connect(icon_.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        isKnownToHost_ = true;
         if (reason == QSystemTrayIcon::Trigger) clicks_.deliver(Button::left);
         if (reason == QSystemTrayIcon::MiddleClick) clicks_.deliver(Button::middle);
     });

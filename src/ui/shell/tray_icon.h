@@ -10,6 +10,8 @@
 #include "base/scheduler.h"
 #include "ui/shell/tray_selection.h"
 
+class QDBusMessage;
+
 namespace dravo::ui {
 
 /// The tray icon, as a StatusNotifierItem where the desktop has a host for it, else as an XEmbed window.
@@ -38,10 +40,15 @@ private slots:
 private:
     void watchForNotifierHosts();
     void lookForTraySelection();
+    void ask(const QDBusMessage& question, std::function<void(const QVariantList&)> onAnswer);
+    void registerOnceMoreLater();
+    void registerIfOurs(const QString& service);
     void appear();
     void fillMenu();
 
     Scheduler& scheduler_;
+    Timer lateRegistration_;
+    bool isKnownToHost_ = false;  ///< it has passed on a click or opened the menu
     TraySelection traySelection_;
     std::unique_ptr<QSystemTrayIcon> icon_;
     QMenu menu_;
