@@ -40,8 +40,8 @@ QColor readableOn(const QColor& ground, const QColor& colour, double ratio) {
 
 /// White or black, the latter tinted with `fill`: what can be read on it.
 QColor readableInk(const QColor& fill) {
-    // One of the two always has more than 4.5:1; the tint is left out where it would cost that.
-    if (contrastRatio(Qt::white, fill) > contrastRatio(Qt::black, fill)) return Qt::white;
+    // White where it can be read. Else black: its tint is left out where it would cost that.
+    if (contrastRatio(Qt::white, fill) >= kTextContrast) return Qt::white;
     const QColor tinted = mixed(fill, Qt::black, 0.88);
     return contrastRatio(tinted, fill) >= kTextContrast ? tinted : QColor(Qt::black);
 }

@@ -105,8 +105,7 @@ void IconButton::paintEvent(QPaintEvent*) {
     }
     QRect place(0, 0, Theme::kIcon, Theme::kIcon);
     place.moveCenter(rect().center());
-    drawIcon(painter, icon_, place.translated(rect().width() % 2 ? 0 : 1, rect().height() % 2 ? 0 : 1),
-             isHot() ? theme().text : theme().secondary);
+    drawIcon(painter, icon_, place, isHot() ? theme().text : theme().secondary);
     if (showsFocus()) drawFocusRing(painter, rect(), kIconButtonRadius);
 }
 

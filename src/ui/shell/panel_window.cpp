@@ -11,6 +11,7 @@
 #include <QVBoxLayout>
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 
 #include "ui/controls/layout.h"
 #include "ui/shell/window_manager.h"
@@ -27,6 +28,18 @@ constexpr auto kHostPatience = 2s;
 // The first content loads the typefaces, which takes longer than all else about the first opening.
 constexpr auto kQuietAfterStart = 1s;
 constexpr int kGap = 8;
+
+// Row by row: the toolkit's own regions of round things have corners on whole pixels only, and look cut off.
+QRegion roundedRegion(QSize size) {
+    constexpr int kRadius = Theme::kPanelRadius;
+    QRegion region(QRect(QPoint(), size).adjusted(0, kRadius, 0, -kRadius));
+    for (int row = 0; row < kRadius; ++row) {
+        const double toCentre = kRadius - row - 0.5;
+        const int inset = qRound(kRadius - std::sqrt(kRadius * kRadius - toCentre * toCentre));
+        for (const int y : {row, size.height() - 1 - row}) region += QRect(inset, y, size.width() - 2 * inset, 1);
+    }
+    return region;
+}
 
 bool isOurs(QPoint place) {
     const auto windows = QApplication::topLevelWidgets();
@@ -199,9 +212,7 @@ void PanelWindow::fitToContent() {
     const QSize size(width + bar, height);
     setGeometry(QRect(placeFor(size), size));
     if (!testAttribute(Qt::WA_TranslucentBackground)) {
-        QPainterPath outline;
-        outline.addRoundedRect(QRectF(QPointF(), QSizeF(size)), Theme::kPanelRadius, Theme::kPanelRadius);
-        setMask(QRegion(outline.toFillPolygon().toPolygon()));
+        setMask(roundedRegion(size));
     } else {
         clearMask();
     }
