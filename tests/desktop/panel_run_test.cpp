@@ -57,7 +57,8 @@ PanelRunTest::Run PanelRunTest::startWithPanel(const std::filesystem::path& prog
 
 bool PanelRunTest::openPanel() {
     const Run asking = startProgram({"panel"});
-    return asking->waitForExit() == ExitStatus::exited(0) && soonIsOpen();
+    if (asking->waitForExit() != ExitStatus::exited(0)) return false;
+    return waitUntil([&] { return isPanelOpen() && windows_->focusedProgram() == "dravo"; }, kPatience / 5);
 }
 
 std::string PanelRunTest::command(std::vector<std::string> words, int code) {

@@ -62,7 +62,7 @@ protected:
     bool openFromNewIcon();
     /// Clicks the entry of this place, of so many, in the menu that is about to open.
     void clickEntry(int entry, int count);
-    /// Opens the panel by a command; false if the program is not there yet.
+    /// Opens the panel by a command; false if the program is not there yet, or keys do not go to it soon.
     bool openPanel();
     /// Clicks the middle of the panel's control of this name.
     void click(const std::string& name);

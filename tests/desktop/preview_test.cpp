@@ -64,7 +64,7 @@ TEST_F(PreviewTest, ShowsTheLastValueAndEndsWithTheEditorOrThePanel) {
     pointer().click(kOutside);
     EXPECT_TRUE(soonIsClosed());
     EXPECT_TRUE(soonFiltered()) << "nobody sees the editor";
-    ASSERT_TRUE(openPanel());
+    ASSERT_TRUE(soon([&] { return openPanel(); }));
     EXPECT_TRUE(soon([&] { return hasEditor(); })) << "its fields are kept";
     EXPECT_TRUE(allShow(filtered(kStrong))) << "until the next change";
     setRed(kRed);

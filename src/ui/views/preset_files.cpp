@@ -18,6 +18,8 @@ void ask(QWidget* panel, const QString& title, QFileDialog::AcceptMode mode,
     auto* const dialog = new QFileDialog(panel, title);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setOption(QFileDialog::DontUseNativeDialog);
+    // Beside a picture, the toolkit cuts short words that are written from right to left.
+    dialog->setStyleSheet(QStringLiteral("* { dialogbuttonbox-buttons-have-icons: 0; }"));
     dialog->setNameFilters({text("Presets (*.json)"), text("All files (*)")});
     dialog->setDefaultSuffix(QStringLiteral("json"));
     dialog->setDirectory(QDir::homePath());
