@@ -80,7 +80,7 @@ QWidget* BreakTimerView::makeBreakRow() {
     auto* const row = layOut<QHBoxLayout>(widget, Theme::kGap);
     row->setContentsMargins(kBreakPadding, kBreakPadding, kBreakPadding, kBreakPadding);
     row->addWidget(new IconMark(Icon::eye, Theme::kSmallIcon, Tone::green));
-    row->addWidget((new Label(text("Look 20 feet away"), TextStyle::caption))->wrapped(), 1);
+    row->addWidget((new Label(inOwnDigits(text("Look 20 feet away")), TextStyle::caption))->wrapped(), 1);
     breakLeft_ = new FigureLabel(TextStyle::caption, Tone::plain);
     row->addWidget(breakLeft_);
     auto* const done = new PushButton(text("Done"), PushButton::Kind::plain);

@@ -96,8 +96,8 @@ void QuickToggleView::openPauseMenu() {
     };
     openMenu(*pause_,
              {
-                 {.text = text("For 15 Minutes"), .choose = pauseFor(15min)},
-                 {.text = text("For 1 Hour"), .choose = pauseFor(1h)},
+                 {.text = inOwnDigits(text("For 15 Minutes")), .choose = pauseFor(15min)},
+                 {.text = inOwnDigits(text("For 1 Hour")), .choose = pauseFor(1h)},
                  {.text = text("Until Morning"),
                   .choose = [this, &state] { state.pause(nextMorning(parts_.scheduler.now(), parts_.calendar)); }},
              });
