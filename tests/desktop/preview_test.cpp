@@ -83,7 +83,7 @@ TEST_F(PreviewTest, IsGoneWithTheProgramHoweverThatEnds) {
         run->signal(signal);
         EXPECT_EQ(run->waitForExit(), ExitStatus::killedBy(signal));
         EXPECT_EQ(saved(), own);
-        if (signal == SIGTERM) EXPECT_EQ(tables(), ownTables());
+        EXPECT_EQ(tables() == ownTables(), signal == SIGTERM);
     }
     DisplayWatch seen(server().address(), displays().enabledOutputs());
     const Run next = startAndSettle();
