@@ -16,6 +16,8 @@ constexpr const char* kComponent = "org.a11y.atspi.Component";
 constexpr const char* kValue = "org.a11y.atspi.Value";
 constexpr std::string_view kPrefix = "org.a11y.atspi.";
 
+const BusObject kRegistry{"org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root"};
+
 constexpr unsigned kShowing = 25;
 /// The states that tests ask for, by their numbers in the protocol.
 constexpr std::array<std::pair<unsigned, const char*>, 7> kStates{{{1, "active"},
@@ -43,12 +45,13 @@ AccessibilityBus::AccessibilityBus(const std::string& sessionBus, const std::str
     if (!waitUntil([&] { return session.hasOwner("org.a11y.Bus"); }))
         throw std::runtime_error("no accessibility services: " + launcher_->standardError());
     address_ = session.call({"org.a11y.Bus", "/org/a11y/bus"}, "org.a11y.Bus", "GetAddress").text();
+    // Whoever uses the services while the registry starts waits for it, with all that its thread should do meanwhile.
+    BusClient(address_).call(kRegistry, "org.freedesktop.DBus.Peer", "Ping");
 }
 
 std::vector<ScreenReader::Control> ScreenReader::controls(const std::string& program) {
     std::vector<Control> found;
-    const BusObject registry{"org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root"};
-    for (const auto& application : childrenOf(registry)) {
+    for (const auto& application : childrenOf(kRegistry)) {
         if (nameOf(application) != program) continue;
         for (const auto& window : childrenOf(application)) walk(window, found);
     }
