@@ -59,8 +59,7 @@ void AppDelegate::togglePopover() {
 }
 
 void AppDelegate::showPopover() {
-    if (parts_.popover.isShown()) return;
-    parts_.filterState.refreshState();
+    if (!parts_.popover.isShown()) parts_.filterState.refreshState();
     parts_.popover.show();
 }
 

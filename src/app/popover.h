@@ -10,6 +10,7 @@ public:
     virtual ~Popover() = default;
 
     /// Shows it at the tray icon, or where the person clicked, or in a corner of the screen, and gives it the keyboard.
+    /// Shown already, it comes to the front where it is.
     virtual void show() = 0;
     virtual void close() = 0;
     [[nodiscard]] virtual bool isShown() const = 0;

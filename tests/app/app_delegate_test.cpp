@@ -31,8 +31,8 @@ public:
 class FakePopover final : public Popover {
 public:
     void show() override {
+        if (!isOpen) ++openings;
         isOpen = true;
-        ++openings;
     }
     void close() override { isOpen = false; }
     bool isShown() const override { return isOpen; }

@@ -86,7 +86,12 @@ void PanelWindow::changeEvent(QEvent* event) {
 }
 
 void PanelWindow::show() {
-    if (isVisible()) return;
+    if (!isVisible()) appear();
+    raise();
+    activateWindow();
+}
+
+void PanelWindow::appear() {
     needs_.beforeShowing();
     const bool isTranslucent = hasCompositor();
     if (isTranslucent != testAttribute(Qt::WA_TranslucentBackground)) {
@@ -107,8 +112,6 @@ void PanelWindow::show() {
     endClosingClick();
     outsidePress_.setWatching(true);
     setVisible(true);
-    raise();
-    activateWindow();
 }
 
 void PanelWindow::close() {

@@ -46,6 +46,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void appear();
     void adoptContent();
     void fitToContent();
     void onPress();
