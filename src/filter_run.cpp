@@ -30,6 +30,7 @@ std::optional<HandOver> FilterRun::inheritance() {
     auto handOver = decodeHandOver(text);
     ::unsetenv(kHandOverVariable);
     if (handOver && handOver->process != ::getpid()) handOver.reset();
+    if (handOver) posix::letGoOfFileWatches();
     return handOver;
 }
 

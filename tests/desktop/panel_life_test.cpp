@@ -27,7 +27,7 @@ TEST_F(PanelLifeTest, WelcomesUntilThePersonBeginsAndNeverAgain) {
     prefer(kStrong);
     startTray(TrayHost::Kind::xembed);
     Run run = startProgram({"--autostart"});
-    ASSERT_TRUE(soonIsOpen()) << run->standardError();
+    ASSERT_TRUE(soonIsOpen()) << scene() << run->standardError();
     EXPECT_TRUE(soonHears("Welcome to Dravo"));
     EXPECT_TRUE(soonHears("Toggle with Control Shift E from anywhere"));
     press(key::kEscape);
@@ -55,7 +55,7 @@ TEST_F(PanelLifeTest, WithoutATrayItOpensForAPersonAndNotAtLogin) {
     quit(*run);
 
     run = startProgram();
-    EXPECT_TRUE(soonIsOpen()) << run->standardError();
+    EXPECT_TRUE(soonIsOpen()) << scene() << run->standardError();
     EXPECT_TRUE(kFirstScreen.contains(panel()->box)) << panel()->box;
     quit(*run);
     EXPECT_EQ(tables(), ownTables());
@@ -68,7 +68,7 @@ TEST_F(PanelLifeTest, ASecondStartOpensThePanelOfTheFirstAndEnds) {
     EXPECT_TRUE(staysClosed()) << "nobody asked for it";
     for (const std::vector<std::string>& words : {std::vector<std::string>{}, {"panel"}}) {
         const std::string said = command(words);
-        EXPECT_TRUE(soonIsOpen()) << said;
+        EXPECT_TRUE(soonIsOpen()) << scene() << said;
         EXPECT_TRUE(isInCharge(*first));
         EXPECT_TRUE(allShow(filtered(kStrong)));
         press(key::kEscape);

@@ -1,6 +1,7 @@
 #include "desktop/panel_run_test.h"
 
 #include <filesystem>
+#include <sstream>
 
 namespace dravo::testing {
 
@@ -51,8 +52,17 @@ PanelRunTest::Run PanelRunTest::startWithIcon() {
 PanelRunTest::Run PanelRunTest::startWithPanel(const std::filesystem::path& program) {
     Run run = startProgram({}, program);
     EXPECT_TRUE(soonFiltered()) << run->standardError();
-    EXPECT_TRUE(soon([&] { return openPanel(); })) << run->standardError();
+    EXPECT_TRUE(soon([&] { return openPanel(); })) << scene() << run->standardError();
     return run;
+}
+
+std::string PanelRunTest::scene() {
+    const auto shown = panel();
+    std::ostringstream told;
+    told << (shown ? "the panel is open, " : "no panel, ");
+    if (shown) told << shown->box;
+    told << ", keys go to '" << windows_->focusedProgram() << "'\n";
+    return told.str();
 }
 
 bool PanelRunTest::openPanel() {

@@ -54,6 +54,8 @@ protected:
     [[nodiscard]] std::optional<Place> iconPlace() { return tray_->iconPlace(*windows_); }
     [[nodiscard]] std::optional<XWindows::Window> panel();
     [[nodiscard]] bool isPanelOpen() { return panel().has_value(); }
+    /// What there is to see, for a test's complaint.
+    [[nodiscard]] std::string scene();
     /// The icon's menu, ours or the host's.
     [[nodiscard]] std::optional<XWindows::Window> menu();
 

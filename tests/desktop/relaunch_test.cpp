@@ -29,6 +29,15 @@ protected:
         return soon([&] { return openPanel(); }) && soon([&] { return reader().find("Einstellungen").has_value(); });
     }
 
+    /// How many of the program's descriptors watch files.
+    static int fileWatches(const ProcessUnderTest& run) {
+        int count = 0;
+        std::error_code ignored;
+        for (const auto& descriptor :
+             std::filesystem::directory_iterator("/proc/" + std::to_string(run.pid()) + "/fd", ignored))
+            count += std::filesystem::read_symlink(descriptor.path(), ignored) == "anon_inode:inotify" ? 1 : 0;
+        return count;
+    }
     static void expectOnly(const Ramp& ramp, const DisplayWatch::Sights& sights) {
         for (const auto& [name, seen] : sights) {
             ASSERT_EQ(seen.size(), 1U) << name << " shows " << seen[1].ramp;
@@ -65,10 +74,12 @@ TEST_F(RelaunchTest, KeepsTheScreenAndTheControllersStateAndSpeaksTheNewLanguage
     ASSERT_TRUE(openFromNewIcon());
     ASSERT_NO_FATAL_FAILURE(chooseGerman());
 
+    const auto watches = fileWatches(*run);
     DisplayWatch seen(server().address(), displays().enabledOutputs());
     click("Relaunch Now");
     EXPECT_TRUE(soonIsClosed());
-    EXPECT_TRUE(soonSpeaksGerman()) << run->standardError();
+    EXPECT_TRUE(soonSpeaksGerman()) << scene() << run->standardError();
+    EXPECT_TRUE(soon([&] { return fileWatches(*run) == watches; })) << "it keeps what the old program watched";
     EXPECT_TRUE(isInCharge(*run)) << "it is another process";
     EXPECT_EQ(command({"status", "--json"}), state) << "a toggle by hand against the schedule holds, and the slider";
     expectOnly(filtered(kWeak), seen.stop());
@@ -93,7 +104,7 @@ TEST_F(RelaunchTest, KeepsAPause) {
     DisplayWatch seen(server().address(), displays().enabledOutputs());
     click("Relaunch Now");
     EXPECT_TRUE(soonIsClosed());
-    EXPECT_TRUE(soonSpeaksGerman()) << run->standardError();
+    EXPECT_TRUE(soonSpeaksGerman()) << scene() << run->standardError();
     EXPECT_EQ(command({"status", "--json"}), state);
     for (const auto& [name, sights] : seen.stop()) EXPECT_EQ(sights.size(), 1U) << name;
     EXPECT_EQ(displays().ramps(), own);
@@ -118,7 +129,7 @@ TEST_F(RelaunchTest, ThatCannotStartLeavesTheOldProgramAtWork) {
     copy.putBack();
     click("Relaunch Now");
     EXPECT_TRUE(soonIsClosed());
-    EXPECT_TRUE(soonSpeaksGerman()) << run->standardError();
+    EXPECT_TRUE(soonSpeaksGerman()) << scene() << run->standardError();
     expectOnly(filtered(kStrong), seen.stop());
     quitAndExpectTheirOwn(*run);
 }

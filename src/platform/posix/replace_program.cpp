@@ -1,5 +1,6 @@
 #include "platform/posix/replace_program.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <thread>
 #include <vector>
 
 namespace dravo::posix {
@@ -38,7 +40,27 @@ std::string programPath() {
     return path;
 }
 
+/// The descriptors that watch files.
+std::vector<int> fileWatches() {
+    std::vector<int> found;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ignored))
+        if (std::filesystem::read_symlink(entry.path(), ignored) == "anon_inode:inotify")
+            found.push_back(std::stoi(entry.path().filename()));
+    return found;
+}
+
+void setInherited(const std::vector<int>& descriptors, bool isInherited) {
+    for (const int descriptor : descriptors) ::fcntl(descriptor, F_SETFD, isInherited ? 0 : FD_CLOEXEC);
+}
+
 }  // namespace
+
+void letGoOfFileWatches() {
+    std::thread([watches = fileWatches()] {
+        for (const int watch : watches) ::close(watch);
+    }).detach();
+}
 
 Error replaceProgram(const char* name, const std::string& value) {
     auto words = commandLine();
@@ -48,8 +70,11 @@ Error replaceProgram(const char* name, const std::string& value) {
     std::fflush(nullptr);
     ::setenv(name, value.c_str(), 1);
     const std::string path = programPath();
+    const auto watches = fileWatches();
+    setInherited(watches, true);
     ::execv(path.c_str(), arguments.data());
     const int reason = errno;
+    setInherited(watches, false);
     ::unsetenv(name);
     const auto code = reason == ENOENT   ? ErrorCode::NotFound
                       : reason == EACCES ? ErrorCode::PermissionDenied
