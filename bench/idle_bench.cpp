@@ -42,11 +42,11 @@ void measure(const Case& row, int seconds) {
     need(program.isRunning(), "the program ended:\n" + program.standardError());
     need((xServer.displays().ramps() != neutral) == row.filterIsOn, "the displays are not as they should be");
 
-    const Usage before = usageOf(program.pid());
-    const double tickerBefore = usageOf(ticker.pid()).milliseconds;
+    const Books before = booksOf(program.pid());
+    const Books tickerBefore = booksOf(ticker.pid());
     std::this_thread::sleep_for(std::chrono::seconds{seconds});
-    const Usage used = usageOf(program.pid()) - before;
-    const double tickerTime = usageOf(ticker.pid()).milliseconds - tickerBefore;
+    const Usage used = usedSince(before, program.pid());
+    const double tickerTime = usedSince(tickerBefore, ticker.pid()).milliseconds;
     const double megabytes = proportionalSetMegabytes(program.pid());
     program.signal(SIGUSR2);
     need(program.waitForExit() == testing::ExitStatus::exited(0), "a bad end:\n" + program.standardError());

@@ -159,9 +159,9 @@ void measureRest(Desktop& desktop, int seconds) {
     laterPanel.erase(laterPanel.begin());
     std::this_thread::sleep_for(6s);  // the looks after the start, and threads that end again
 
-    const Usage before = usageOf(desktop.program());
+    const Books before = booksOf(desktop.program());
     std::this_thread::sleep_for(std::chrono::seconds{seconds});
-    const Usage used = usageOf(desktop.program()) - before;
+    const Usage used = usedSince(before, desktop.program());
     const double megabytes = proportionalSetMegabytes(desktop.program());
     desktop.endProgram();
     std::printf(
