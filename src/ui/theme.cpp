@@ -152,12 +152,13 @@ QString Theme::styleSheet() const {
                "QMenu::item:disabled { color: %5; }"
                "QMenu::icon { padding-left: 8px; }"
                "QMenu::separator { height: 1px; background: %3; margin: 5px 8px; }"
-               "QScrollBar:vertical { background: transparent; width: 8px; margin: 0; }"
+               "QScrollBar:vertical { background: transparent; width: 8px; margin: %6px 0; }"
                "QScrollBar::handle:vertical { background: %4; border-radius: 3px; min-height: 24px; margin: 1px; }"
                "QScrollBar::add-line, QScrollBar::sub-line { height: 0; }"
                "QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }")
         .arg(css(raised), css(text), css(laidOver(hairline, raised)), css(laidOver(pressed, raised)),
-             css(laidOver(secondary, raised)));
+             css(laidOver(secondary, raised)))
+        .arg(kPanelRadius);  // the bar ends where the panel's corners begin
 }
 
 const Theme& theme() { return current(); }
