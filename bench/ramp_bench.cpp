@@ -10,9 +10,9 @@
 
 #include "display/gamma_applicator.h"
 #include "figures.h"
-#include "platform/memory/memory_services.h"
 #include "platform/posix/sd_event_loop.h"
 #include "platform/x11/x11_display_server.h"
+#include "support/memory/memory_services.h"
 #include "support/private_x_server.h"
 
 namespace dravo::bench {

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "figures.h"
-#include "platform/freedesktop/bus_control_client.h"
+#include "platform/dbus/bus_control_client.h"
 #include "support/private_bus.h"
 #include "support/private_x_server.h"
 #include "support/process_under_test.h"
@@ -104,7 +104,7 @@ private:
     testing::XKeyboard keyboard_{xServer_.address()};
     testing::PrivateBus bus_;
     testing::TestHome home_;
-    freedesktop::BusControlClient client_;
+    dbus::BusControlClient client_;
     std::optional<testing::ProcessUnderTest> program_;
     testing::Ramp off_;
     testing::Ramp on_;

@@ -8,7 +8,7 @@
 
 #include "base/localized.h"
 #include "base/report.h"
-#include "platform/freedesktop/bus_control_client.h"
+#include "platform/dbus/bus_control_client.h"
 
 namespace dravo {
 
@@ -54,7 +54,7 @@ bool FilterRun::takeLock(RunKind kind) {
 
 // At login the desktop may start it twice, by an entry and by a unit: nobody has asked for the panel.
 void FilterRun::giveWay(RunKind kind, int holder) {
-    if (kind == RunKind::atLogin || freedesktop::BusControlClient().activate()) {
+    if (kind == RunKind::atLogin || dbus::BusControlClient().activate()) {
         std::puts(localized("Dravo is running already.").c_str());
         return;
     }

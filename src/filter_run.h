@@ -14,24 +14,24 @@
 #include "breaks/break_notifier.h"
 #include "breaks/break_timer.h"
 #include "cli/exit_code.h"
+#include "controller/filter_state.h"
 #include "desktop_run.h"
 #include "display/gamma_applicator.h"
 #include "display/grayscale_switch.h"
 #include "display/launch_batch.h"
 #include "display/original_gamma_store.h"
-#include "filter/model/custom_preset_store.h"
-#include "filter/model/preferences_store.h"
-#include "filter/state/filter_state.h"
+#include "filter/custom_preset_store.h"
+#include "filter/preferences_store.h"
 #include "platform/curl/curl_update_feed.h"
-#include "platform/freedesktop/autostart_login_item.h"
-#include "platform/freedesktop/bus.h"
-#include "platform/freedesktop/bus_control_service.h"
-#include "platform/freedesktop/desktop_notifications.h"
-#include "platform/freedesktop/desktop_settings.h"
-#include "platform/freedesktop/geoclue_location_service.h"
-#include "platform/freedesktop/logind_wake_source.h"
-#include "platform/freedesktop/portal_appearance.h"
-#include "platform/freedesktop/toml_user_defaults.h"
+#include "platform/dbus/bus.h"
+#include "platform/dbus/bus_control_service.h"
+#include "platform/dbus/desktop_notifications.h"
+#include "platform/dbus/geoclue_location_service.h"
+#include "platform/dbus/logind_wake_source.h"
+#include "platform/dbus/portal_appearance.h"
+#include "platform/files/autostart_login_item.h"
+#include "platform/files/desktop_settings.h"
+#include "platform/files/toml_user_defaults.h"
 #include "platform/gettext/catalogue_localizer.h"
 #include "platform/posix/background_sync.h"
 #include "platform/posix/instance_lock.h"
@@ -84,27 +84,26 @@ private:
         inherited_ ? posix::TerminationGuard::Found::ours : posix::TerminationGuard::Found::theirOwn};
     posix::SdEventLoop loop_;
     posix::BackgroundSync backgroundSync_;
-    freedesktop::TomlUserDefaults defaults_{freedesktop::TomlUserDefaults::defaultPath(folder_.home.parent_path()),
-                                            loop_, loop_};
+    files::TomlUserDefaults defaults_{files::TomlUserDefaults::defaultPath(folder_.home.parent_path()), loop_, loop_};
     PreferencesStore preferences_{defaults_};
     gettext::CatalogueLocalizer texts_{
         gettext::CatalogueLocalizer::programFolder(),
         [choice = AppLanguage::current(preferences_)] { return interfaceLocaleFor(choice, std::getenv); }};
     InstalledLocalizer installedTexts_{texts_};
     posix::SystemCalendar calendar_{&loop_};
-    freedesktop::Bus sessionBus_{loop_, loop_, freedesktop::Bus::Kind::session};
-    freedesktop::Bus systemBus_{loop_, loop_, freedesktop::Bus::Kind::system};
-    freedesktop::LogindWakeSource wakeSource_{systemBus_, loop_, loop_};
-    freedesktop::GeoclueLocationService locationService_{systemBus_, loop_, "dravo"};
-    freedesktop::DesktopNotifications notifications_{sessionBus_, loop_, loop_};
+    dbus::Bus sessionBus_{loop_, loop_, dbus::Bus::Kind::session};
+    dbus::Bus systemBus_{loop_, loop_, dbus::Bus::Kind::system};
+    dbus::LogindWakeSource wakeSource_{systemBus_, loop_, loop_};
+    dbus::GeoclueLocationService locationService_{systemBus_, loop_, "dravo"};
+    dbus::DesktopNotifications notifications_{sessionBus_, loop_, loop_};
     posix::ZoneTablePosition zones_;
     CustomPresetStore customPresets_{folder_.home};
-    freedesktop::PortalAppearance appearance_{sessionBus_, loop_};
-    freedesktop::DesktopSettings systemSettings_{loop_, loop_};
+    dbus::PortalAppearance appearance_{sessionBus_, loop_};
+    files::DesktopSettings systemSettings_{loop_, loop_};
     BreakNotifier breakNotifier_{notifications_};
     BreakTimer breakTimer_{preferences_, breakNotifier_, loop_};
     x11::X11HotKeyService hotKeys_{"", loop_, loop_};
-    freedesktop::AutostartLoginItem loginItems_{freedesktop::AutostartPlace::ofThisProcess(folder_.home.parent_path())};
+    files::AutostartLoginItem loginItems_{files::AutostartPlace::ofThisProcess(folder_.home.parent_path())};
     KeyboardShortcutManager shortcutManager_{hotKeys_, preferences_, loop_};
     LaunchAtLogin launchAtLogin_{loginItems_};
     LocationProvider locationProvider_{loop_, preferences_, locationService_, zones_, calendar_};
@@ -117,7 +116,7 @@ private:
     std::optional<GammaApplicator> applicator_;
     std::optional<FilterState> filterState_;
     std::optional<FilterControl> control_;
-    std::optional<freedesktop::BusControlService> controlService_;
+    std::optional<dbus::BusControlService> controlService_;
     std::optional<curl::CurlUpdateFeed> updateFeed_;
     std::optional<Updater> updater_;
     std::unique_ptr<DesktopRun> desktop_;

@@ -23,12 +23,12 @@
 #include "cli/command_line.h"
 #include "cli/running_instance.h"
 #include "display/original_gamma_store.h"
-#include "filter/model/custom_preset_store.h"
-#include "filter/model/preferences_store.h"
+#include "filter/custom_preset_store.h"
+#include "filter/preferences_store.h"
 #include "filter_run.h"
-#include "platform/freedesktop/bus_control_client.h"
-#include "platform/freedesktop/preferences_text.h"
-#include "platform/freedesktop/toml_user_defaults.h"
+#include "platform/dbus/bus_control_client.h"
+#include "platform/files/preferences_text.h"
+#include "platform/files/toml_user_defaults.h"
 #include "platform/gettext/catalogue_localizer.h"
 #include "platform/pictures/picture_module.h"
 #include "platform/posix/instance_lock.h"
@@ -136,9 +136,9 @@ public:
 
     /// The person's choice, as the file of preferences has it now.
     AppLanguage language() {
-        const auto path = freedesktop::TomlUserDefaults::defaultPath(folder().home.parent_path());
-        const auto text = readFile(path, freedesktop::kMaxPreferencesBytes);
-        const auto stored = text ? freedesktop::parsePreferences(*text) : text.error();
+        const auto path = files::TomlUserDefaults::defaultPath(folder().home.parent_path());
+        const auto text = readFile(path, files::kMaxPreferencesBytes);
+        const auto stored = text ? files::parsePreferences(*text) : text.error();
         if (!stored) return AppLanguage::storedAs(std::nullopt);
         const auto value = stored->find(preference::kAppleLanguages);
         return AppLanguage::storedAs(value == stored->end() ? std::nullopt : std::optional(value->second));
@@ -164,7 +164,7 @@ private:
     const DataFolder& folder() { return folder_ ? *folder_ : folder_.emplace(DataFolder::ofThisUser()); }
 
     std::optional<DataFolder> folder_;
-    freedesktop::BusControlClient control_;
+    dbus::BusControlClient control_;
     std::optional<LockHolder> instance_;
     std::optional<posix::InstanceLock> lock_;
     std::unique_ptr<DisplayServer> server_;

@@ -8,9 +8,9 @@
 #include "app/run_kind.h"
 #include "app/status_item.h"
 #include "base/scheduler.h"
+#include "controller/filter_state.h"
 #include "display/display_server.h"
-#include "filter/model/preferences_store.h"
-#include "filter/state/filter_state.h"
+#include "filter/preferences_store.h"
 
 namespace dravo {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "base/localized.h"
-#include "filter/model/preferences_store.h"
+#include "filter/preferences_store.h"
 
 namespace dravo {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "filter/model/user_defaults.h"
+#include "filter/user_defaults.h"
 
 namespace dravo {
 

@@ -4,7 +4,7 @@
 
 #include "base/localized.h"
 #include "base/shortest_text.h"
-#include "filter/model/adjustment_ranges.h"
+#include "filter/adjustment_ranges.h"
 
 namespace dravo {
 

@@ -8,7 +8,7 @@
 
 #include "base/scheduler.h"
 #include "display/display_server.h"
-#include "filter/model/preferences_store.h"
+#include "filter/preferences_store.h"
 
 namespace dravo {
 

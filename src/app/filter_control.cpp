@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "base/localized.h"
-#include "filter/model/preset_exchange.h"
-#include "filter/model/preset_json.h"
+#include "filter/preset_exchange.h"
+#include "filter/preset_json.h"
 
 namespace dravo {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "filter/state/running_state.h"
+#include "controller/running_state.h"
 
 namespace dravo {
 

@@ -5,7 +5,7 @@
 
 #include "app/hot_key_service.h"
 #include "base/scheduler.h"
-#include "filter/model/preferences_store.h"
+#include "filter/preferences_store.h"
 
 namespace dravo {
 

@@ -12,12 +12,12 @@
 #include "base/scheduler.h"
 #include "breaks/break_notifier.h"
 #include "breaks/break_timer.h"
+#include "controller/filter_state.h"
 #include "display/display_server.h"
 #include "display/gamma_applicator.h"
 #include "display/grayscale_switch.h"
-#include "filter/model/custom_preset_store.h"
-#include "filter/model/preferences_store.h"
-#include "filter/state/filter_state.h"
+#include "filter/custom_preset_store.h"
+#include "filter/preferences_store.h"
 #include "schedule/location_provider.h"
 
 namespace dravo {

@@ -6,10 +6,10 @@
 #include "base/observable.h"
 #include "base/result.h"
 #include "base/scheduler.h"
+#include "controller/filter_state.h"
 #include "display/gamma_applicator.h"
 #include "display/grayscale_switch.h"
-#include "filter/model/custom_preset_store.h"
-#include "filter/state/filter_state.h"
+#include "filter/custom_preset_store.h"
 
 namespace dravo {
 

@@ -6,7 +6,7 @@
 #include "app/keyboard_shortcut_manager.h"
 #include "base/observable.h"
 #include "base/scheduler.h"
-#include "filter/model/preferences_store.h"
+#include "filter/preferences_store.h"
 
 namespace dravo {
 

@@ -9,7 +9,7 @@
 #include "base/observable.h"
 #include "base/scheduler.h"
 #include "breaks/break_notifier.h"
-#include "filter/model/preferences_store.h"
+#include "filter/preferences_store.h"
 
 namespace dravo {
 

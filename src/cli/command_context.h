@@ -9,7 +9,7 @@
 #include "base/result.h"
 #include "cli/output.h"
 #include "display/display_server.h"
-#include "filter/model/filter_preset.h"
+#include "filter/filter_preset.h"
 #include "schedule/location_service.h"
 
 namespace dravo {

@@ -8,9 +8,9 @@
 #include "cli/commands.h"
 #include "cli/running_instance.h"
 #include "cli/text.h"
-#include "filter/model/custom_preset_store.h"
-#include "filter/model/preset_exchange.h"
-#include "filter/model/preset_json.h"
+#include "filter/custom_preset_store.h"
+#include "filter/preset_exchange.h"
+#include "filter/preset_json.h"
 
 namespace dravo::cli {
 

@@ -6,7 +6,7 @@
 #include "base/files.h"
 #include "cli/command_line.h"
 #include "cli/text.h"
-#include "filter/model/preset_json.h"
+#include "filter/preset_json.h"
 
 namespace dravo::cli {
 

@@ -7,7 +7,7 @@
 #include "cli/arguments.h"
 #include "cli/command_context.h"
 #include "display/gamma_table.h"
-#include "filter/model/filter_preset.h"
+#include "filter/filter_preset.h"
 
 namespace dravo::cli {
 

@@ -6,7 +6,7 @@
 #include "cli/commands.h"
 #include "cli/preset_lookup.h"
 #include "cli/text.h"
-#include "filter/model/preset_json.h"
+#include "filter/preset_json.h"
 
 namespace dravo::cli {
 

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <vector>
 
-#include "filter/model/filter_preset.h"
-#include "filter/model/rgb.h"
+#include "filter/filter_preset.h"
+#include "filter/rgb.h"
 
 namespace dravo {
 

@@ -3,7 +3,7 @@
 #include <array>
 #include <cmath>
 
-#include "filter/model/spectral_curve.h"
+#include "filter/spectral_curve.h"
 
 namespace dravo {
 

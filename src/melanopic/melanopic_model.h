@@ -3,7 +3,7 @@
 #include <span>
 
 #include "display/gamma_table.h"
-#include "filter/model/filter_preset.h"
+#include "filter/filter_preset.h"
 
 namespace dravo {
 

@@ -5,7 +5,7 @@
 #include "base/calendar.h"
 #include "base/observable.h"
 #include "base/scheduler.h"
-#include "filter/model/preferences_store.h"
+#include "filter/preferences_store.h"
 #include "schedule/location_service.h"
 
 namespace dravo {

@@ -5,8 +5,8 @@
 #include <set>
 
 #include "base/localized.h"
-#include "filter/model/preferences_store.h"
-#include "platform/memory/memory_user_defaults.h"
+#include "filter/preferences_store.h"
+#include "support/memory/memory_user_defaults.h"
 
 namespace dravo {
 namespace {

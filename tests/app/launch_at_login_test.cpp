@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/memory/memory_login_item.h"
+#include "support/memory/memory_login_item.h"
 
 namespace dravo {
 namespace {

@@ -6,9 +6,9 @@
 #include <optional>
 
 #include "app/keyboard_shortcut.h"
-#include "platform/memory/memory_hot_keys.h"
-#include "platform/memory/memory_user_defaults.h"
-#include "platform/memory/virtual_scheduler.h"
+#include "support/memory/memory_hot_keys.h"
+#include "support/memory/memory_user_defaults.h"
+#include "support/memory/virtual_scheduler.h"
 
 namespace dravo {
 namespace {

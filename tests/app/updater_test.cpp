@@ -4,8 +4,8 @@
 
 #include <optional>
 
-#include "platform/memory/memory_update_feed.h"
-#include "platform/memory/virtual_scheduler.h"
+#include "support/memory/memory_update_feed.h"
+#include "support/memory/virtual_scheduler.h"
 
 namespace dravo {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "platform/memory/virtual_scheduler.h"
+#include "support/memory/virtual_scheduler.h"
 
 namespace dravo {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <optional>
 
-#include "platform/memory/memory_notifications.h"
-#include "platform/memory/virtual_scheduler.h"
+#include "support/memory/memory_notifications.h"
+#include "support/memory/virtual_scheduler.h"
 
 namespace dravo {
 namespace {

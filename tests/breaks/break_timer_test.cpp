@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
-#include "platform/memory/memory_notifications.h"
-#include "platform/memory/memory_user_defaults.h"
-#include "platform/memory/virtual_scheduler.h"
+#include "support/memory/memory_notifications.h"
+#include "support/memory/memory_user_defaults.h"
+#include "support/memory/virtual_scheduler.h"
 
 namespace dravo {
 namespace {

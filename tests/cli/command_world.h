@@ -13,9 +13,9 @@
 #include "cli/fake_control_client.h"
 #include "cli/running_instance.h"
 #include "display/original_gamma_store.h"
-#include "filter/model/custom_preset_store.h"
-#include "platform/memory/memory_display_server.h"
+#include "filter/custom_preset_store.h"
 #include "support/fixed_offset_calendar.h"
+#include "support/memory/memory_display_server.h"
 #include "support/temporary_folder.h"
 
 namespace dravo::testing {

@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/command_world.h"
-#include "filter/model/preset_json.h"
+#include "filter/preset_json.h"
 #include "melanopic/melanopic_model.h"
 
 namespace dravo::testing {

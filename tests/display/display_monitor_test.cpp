@@ -5,9 +5,9 @@
 #include <memory>
 #include <vector>
 
-#include "platform/memory/memory_display_server.h"
-#include "platform/memory/memory_services.h"
-#include "platform/memory/virtual_scheduler.h"
+#include "support/memory/memory_display_server.h"
+#include "support/memory/memory_services.h"
+#include "support/memory/virtual_scheduler.h"
 
 namespace dravo {
 namespace {

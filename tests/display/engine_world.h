@@ -9,10 +9,10 @@
 #include "display/gamma_applicator.h"
 #include "display/launch_batch.h"
 #include "display/original_gamma_store.h"
-#include "platform/memory/memory_display_server.h"
-#include "platform/memory/memory_services.h"
-#include "platform/memory/virtual_desk.h"
-#include "platform/memory/virtual_scheduler.h"
+#include "support/memory/memory_display_server.h"
+#include "support/memory/memory_services.h"
+#include "support/memory/virtual_desk.h"
+#include "support/memory/virtual_scheduler.h"
 #include "support/temporary_folder.h"
 
 namespace dravo::testing {

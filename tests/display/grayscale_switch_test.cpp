@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/memory/memory_services.h"
+#include "support/memory/memory_services.h"
 
 namespace dravo {
 namespace {

@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "fuzz/require.h"
-#include "platform/freedesktop/preferences_text.h"
+#include "platform/files/preferences_text.h"
 
 using namespace dravo;
-using namespace dravo::freedesktop;
+using namespace dravo::files;
 using testing::require;
 
 namespace {

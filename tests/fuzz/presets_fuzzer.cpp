@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "filter/model/preset_json.h"
+#include "filter/preset_json.h"
 #include "fuzz/require.h"
 
 using namespace dravo;

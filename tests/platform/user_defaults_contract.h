@@ -8,7 +8,7 @@
 #include <tuple>
 #include <vector>
 
-#include "filter/model/user_defaults.h"
+#include "filter/user_defaults.h"
 
 namespace dravo {
 

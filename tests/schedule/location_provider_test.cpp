@@ -7,9 +7,9 @@
 #include <optional>
 #include <vector>
 
-#include "platform/memory/memory_location.h"
-#include "platform/memory/memory_user_defaults.h"
-#include "platform/memory/virtual_scheduler.h"
+#include "support/memory/memory_location.h"
+#include "support/memory/memory_user_defaults.h"
+#include "support/memory/virtual_scheduler.h"
 #include "support/zone_calendar.h"
 
 namespace dravo {

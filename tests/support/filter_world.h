@@ -5,15 +5,15 @@
 #include <utility>
 #include <vector>
 
+#include "controller/filter_state.h"
 #include "display/gamma_applicator.h"
 #include "display/ramp_levels.h"
-#include "filter/state/filter_state.h"
-#include "platform/memory/memory_display_server.h"
-#include "platform/memory/memory_location.h"
-#include "platform/memory/memory_notifications.h"
-#include "platform/memory/memory_services.h"
-#include "platform/memory/memory_user_defaults.h"
-#include "platform/memory/virtual_scheduler.h"
+#include "support/memory/memory_display_server.h"
+#include "support/memory/memory_location.h"
+#include "support/memory/memory_notifications.h"
+#include "support/memory/memory_services.h"
+#include "support/memory/memory_user_defaults.h"
+#include "support/memory/virtual_scheduler.h"
 #include "support/plain_table.h"
 #include "support/temporary_folder.h"
 #include "support/zone_calendar.h"

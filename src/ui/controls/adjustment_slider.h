@@ -3,7 +3,7 @@
 #include <QWidget>
 #include <functional>
 
-#include "filter/model/adjustment_ranges.h"
+#include "filter/adjustment_ranges.h"
 #include "ui/controls/button.h"
 
 namespace dravo::ui {

@@ -2,7 +2,7 @@
 
 #include <QPixmap>
 
-#include "filter/model/filter_preset.h"
+#include "filter/filter_preset.h"
 
 namespace dravo::ui {
 

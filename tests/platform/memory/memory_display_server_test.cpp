@@ -1,4 +1,4 @@
-#include "platform/memory/memory_display_server.h"
+#include "support/memory/memory_display_server.h"
 
 #include <gtest/gtest.h>
 

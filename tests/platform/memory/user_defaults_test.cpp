@@ -1,6 +1,6 @@
 #include "platform/user_defaults_contract.h"
 
-#include "platform/memory/memory_user_defaults.h"
+#include "support/memory/memory_user_defaults.h"
 
 namespace dravo::memory {
 namespace {

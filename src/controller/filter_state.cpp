@@ -1,0 +1,329 @@
+#include "controller/filter_state.h"
+
+#include <algorithm>
+#include <cmath>
+#include <initializer_list>
+#include <string_view>
+#include <utility>
+
+#include "controller/schedule_window.h"
+#include "melanopic/melanopic_model.h"
+
+namespace dravo {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr Duration kApplyInterval = 50ms;
+constexpr Duration kSaveDelay = 500ms;
+constexpr Duration kHousekeepingPeriod = 30s;
+constexpr double kEditedTolerance = 0.001;
+
+}  // namespace
+
+FilterState::FilterState(const FilterStateParts& parts)
+    : selectedPreset(changes_, FilterPreset::defaultPreset()),
+      parts_(parts),
+      applying_(parts.scheduler, kApplyInterval, [this] { applyIfChanged(); }),
+      saving_(parts.scheduler, kSaveDelay, [this] { savePreferences(); }) {
+    restoreAppearance();
+    previousScheduleEnabled_ = parts_.preferences.scheduleEnabled();
+    observe();
+    if (parts.continued) {
+        goOnAs(*parts.continued);
+    } else {
+        restoreInitialState();
+    }
+    if (isEnabled) {
+        applyEnabledState(Fade::none);
+    } else {
+        parts_.grayscale.set(false);
+    }
+    startHousekeeping();
+    parts_.locationProvider.setOnUpdate([this] { refreshState(); });
+    if (parts_.preferences.scheduleEnabled() && parts_.preferences.scheduleMode() == ScheduleMode::sunsetToSunrise)
+        parts_.locationProvider.start();
+}
+
+FilterState::~FilterState() { parts_.locationProvider.setOnUpdate(nullptr); }
+
+void FilterState::restoreAppearance() {
+    const auto& preferences = parts_.preferences;
+    intensity = preferences.lastIntensity();
+    dimming = preferences.lastDimming();
+    blackPoint = preferences.lastBlackPoint();
+    contrast = preferences.lastContrast();
+    if (const auto id = preferences.lastPresetID())
+        if (auto preset = findPreset(*id)) selectedPreset = *std::move(preset);
+}
+
+void FilterState::observe() {
+    const auto forward = [this] { changes_.notifyWillChange(); };
+    const auto adjusted = [this](double) { onAdjusted(); };
+    subscriptions_.push_back(selectedPreset.onNewValue([this](const FilterPreset& p) { onPresetAssigned(p); }));
+    subscriptions_.push_back(selectedPreset.onNewValue([this](const FilterPreset&) { onAdjusted(); }));
+    for (const auto* adjustment : {&intensity, &dimming, &blackPoint, &contrast})
+        subscriptions_.push_back(adjustment->onNewValue(adjusted));
+    subscriptions_.push_back(
+        parts_.preferences.onOutsideChange([this](const DefaultsKeys& keys) { onOutsideEdit(keys); }));
+    subscriptions_.push_back(parts_.customPresetStore.onWillChange(forward));
+    subscriptions_.push_back(parts_.breakTimer.changes().onWillChange(forward));
+}
+
+void FilterState::restoreInitialState() {
+    auto& preferences = parts_.preferences;
+    const WallTime now = parts_.scheduler.now();
+    const auto stored = preferences.pausedUntil();
+    const bool isPaused = stored && *stored > now;
+    if (stored && !isPaused) preferences.setPausedUntil(std::nullopt);
+
+    // Also in a pause, so that the first look does not take a hand toggle before it for the schedule's change.
+    if (preferences.scheduleEnabled()) lastInWindow_ = isInScheduleWindow(now, preferences, parts_.calendar);
+    if (isPaused) {
+        pausedUntil = stored;
+        isEnabled = false;
+        armPauseTimer(*stored);
+    } else {
+        isEnabled = lastInWindow_.value_or(preferences.filterEnabled());
+    }
+}
+
+void FilterState::goOnAs(const RunningState& state) {
+    suppressPresetSync_ = true;
+    if (auto preset = findPreset(state.presetID)) selectedPreset = *std::move(preset);
+    suppressPresetSync_ = false;
+    intensity = state.adjustments.intensity;
+    dimming = state.adjustments.dimming;
+    blackPoint = state.adjustments.blackPoint;
+    contrast = state.adjustments.contrast;
+    scheduleOverride_ = state.scheduleOverride;
+    lastInWindow_ = state.lastInWindow;
+    isEnabled = state.isEnabled;
+    pausedUntil = state.pausedUntil;
+    if (state.pausedUntil) armPauseTimer(*state.pausedUntil);
+}
+
+RunningState FilterState::runningState() const {
+    return {isEnabled, pausedUntil.get(), scheduleOverride_, lastInWindow_, selectedPreset.get().id, adjustments()};
+}
+
+void FilterState::startHousekeeping() {
+    housekeepingTimer_ = parts_.scheduler.every(kHousekeepingPeriod, [this] { refreshState(); });
+    subscriptions_.push_back(parts_.wakeSource.onWake([this] { refreshState(); }));
+    subscriptions_.push_back(parts_.calendar.onZoneChange([this] { refreshState(); }));
+}
+
+void FilterState::onPresetAssigned(const FilterPreset& preset) {
+    const bool isSameAgain = lastAssignedPresetID_ == preset.id;
+    lastAssignedPresetID_ = preset.id;
+    if (isSameAgain || suppressPresetSync_) return;
+    suppressPresetSync_ = true;
+    nextApplyAnimated_ = true;
+    copyAdjustments(preset);
+    suppressPresetSync_ = false;
+}
+
+void FilterState::onAdjusted() {
+    applying_.trigger();
+    saving_.trigger();
+}
+
+void FilterState::onOutsideEdit(const DefaultsKeys& keys) {
+    using namespace preference;
+    const auto isEdited = [&](std::initializer_list<std::string_view> some) {
+        return std::ranges::any_of(some, [&](std::string_view key) { return keys.contains(key); });
+    };
+    const auto& preferences = parts_.preferences;
+    if (isEdited({kLastPresetID, kLastIntensity, kLastDimming, kLastBlackPoint, kLastContrast})) {
+        suppressPresetSync_ = true;
+        restoreAppearance();
+        suppressPresetSync_ = false;
+        nextApplyAnimated_ = true;
+    }
+    // Read now: switching on by hand would end a pause that the same edit begins.
+    const auto pauseEnd = preferences.pausedUntil();
+    if (isEdited({kFilterEnabled})) preferences.filterEnabled() ? turnOn() : turnOff();
+    if (isEdited({kPausedUntil})) {
+        if (pauseEnd && *pauseEnd > parts_.scheduler.now()) {
+            pause(*pauseEnd);
+        } else if (pausedUntil.get()) {
+            resume();
+        }
+    }
+    if (isEdited({kScheduleEnabled, kScheduleMode, kScheduleStartMinutes, kScheduleEndMinutes})) refreshState();
+}
+
+void FilterState::applyIfChanged() {
+    const Fade fade = std::exchange(nextApplyAnimated_, false) ? Fade::animated : Fade::none;
+    if (lastAppliedSnapshot_ == currentSnapshot()) return;
+    if (isEnabled) apply(fade);
+}
+
+void FilterState::apply(Fade fade) {
+    const FilterPreset& preset = selectedPreset;
+    parts_.grayscale.set(preset.isGrayscale);
+    parts_.applicator.apply(computeTable(preset, intensity, dimming, blackPoint, contrast), fade);
+    lastAppliedSnapshot_ = currentSnapshot();
+}
+
+void FilterState::applyEnabledState(Fade fade) {
+    if (isEnabled) {
+        parts_.originalGamma.saveIfAbsent();
+        apply(fade);
+    } else {
+        parts_.grayscale.set(false);
+        parts_.applicator.reset(fade);
+    }
+}
+
+void FilterState::toggle() {
+    isEnabled = !isEnabled;
+    rememberHandToggle();
+    if (isEnabled && pausedUntil.get()) clearPause();
+    applyEnabledState(Fade::animated);
+}
+
+void FilterState::turnOn() {
+    if (!isEnabled) toggle();
+}
+
+void FilterState::turnOff() {
+    if (isEnabled) {
+        toggle();
+    } else if (pausedUntil.get()) {
+        clearPause();
+        rememberHandToggle();
+    }
+}
+
+void FilterState::rememberHandToggle() {
+    parts_.preferences.setFilterEnabled(isEnabled);
+    if (parts_.preferences.scheduleEnabled()) scheduleOverride_ = true;
+}
+
+void FilterState::pause(WallTime end) {
+    if (isEnabled) {
+        isEnabled = false;
+        applyEnabledState(Fade::animated);
+    }
+    pausedUntil = end;
+    parts_.preferences.setPausedUntil(end);
+    armPauseTimer(end);
+}
+
+void FilterState::armPauseTimer(WallTime end) {
+    // The wall clock decides; a clock that was set back meanwhile makes the timer ask again.
+    pauseTimer_ = parts_.scheduler.after(std::max<Duration>(end - parts_.scheduler.now(), 0s), [this, end] {
+        if (parts_.scheduler.now() >= end) {
+            resume();
+        } else {
+            armPauseTimer(end);
+        }
+    });
+}
+
+void FilterState::clearPause() {
+    pauseTimer_.cancel();
+    pausedUntil = std::nullopt;
+    parts_.preferences.setPausedUntil(std::nullopt);
+}
+
+void FilterState::resume() {
+    clearPause();
+    scheduleOverride_ = false;
+    if (parts_.preferences.scheduleEnabled()) {
+        lastInWindow_ = isInScheduleWindow(parts_.scheduler.now(), parts_.preferences, parts_.calendar);
+        isEnabled = *lastInWindow_;
+    } else {
+        isEnabled = true;
+    }
+    applyEnabledState(Fade::animated);
+}
+
+void FilterState::refreshState() {
+    const auto& end = pausedUntil.get();
+    if (end && parts_.scheduler.now() >= *end) {
+        resume();
+    } else {
+        evaluateSchedule();
+    }
+}
+
+void FilterState::evaluateSchedule() {
+    if (!parts_.preferences.scheduleEnabled()) {
+        lastInWindow_.reset();
+        scheduleOverride_ = false;
+        previousScheduleEnabled_ = false;
+        return;
+    }
+    const bool isIn = isInScheduleWindow(parts_.scheduler.now(), parts_.preferences, parts_.calendar);
+    if (lastInWindow_ != isIn || !previousScheduleEnabled_) scheduleOverride_ = false;
+    if (!pausedUntil.get() && !scheduleOverride_ && isEnabled != isIn) {
+        isEnabled = isIn;
+        applyEnabledState(Fade::animated);
+    }
+    lastInWindow_ = isIn;
+    previousScheduleEnabled_ = true;
+}
+
+void FilterState::activateSavedPreset(const FilterPreset& preset) {
+    suppressPresetSync_ = true;
+    selectedPreset = preset;
+    copyAdjustments(preset);
+    suppressPresetSync_ = false;
+    if (isEnabled) apply(Fade::none);
+    savePreferences();
+}
+
+void FilterState::revertToPreset() { copyAdjustments(FilterPreset(selectedPreset)); }
+
+void FilterState::copyAdjustments(const FilterPreset& preset) {
+    intensity = preset.intensity;
+    dimming = preset.dimming;
+    blackPoint = preset.blackPoint;
+    contrast = preset.contrast;
+}
+
+void FilterState::savePreferences() {
+    auto& preferences = parts_.preferences;
+    preferences.setLastPresetID(selectedPreset.get().id);
+    preferences.setLastIntensity(intensity);
+    preferences.setLastDimming(dimming);
+    preferences.setLastBlackPoint(blackPoint);
+    preferences.setLastContrast(contrast);
+}
+
+bool FilterState::isEdited() const {
+    const FilterPreset& preset = selectedPreset;
+    const auto differs = [](double a, double b) { return std::abs(a - b) > kEditedTolerance; };
+    return differs(intensity, preset.intensity) || differs(dimming, preset.dimming) ||
+           differs(blackPoint, preset.blackPoint) || differs(contrast, preset.contrast);
+}
+
+double FilterState::melanopicReduction() const { return dravo::melanopicReduction(selectedPreset, adjustments()); }
+
+std::optional<FilterState::ScheduledChange> FilterState::nextScheduledChange() const {
+    if (!parts_.preferences.scheduleEnabled()) return std::nullopt;
+    const WallTime now = parts_.scheduler.now();
+    const auto at = nextScheduleChange(now, parts_.preferences, parts_.calendar);
+    if (!at) return std::nullopt;
+    return ScheduledChange{*at, !isInScheduleWindow(now, parts_.preferences, parts_.calendar)};
+}
+
+std::vector<FilterPreset> FilterState::allPresets() const {
+    std::vector<FilterPreset> presets = FilterPreset::builtIn();
+    const auto& custom = parts_.customPresetStore.presets.get();
+    presets.insert(presets.end(), custom.begin(), custom.end());
+    return presets;
+}
+
+std::optional<FilterPreset> FilterState::findPreset(std::string_view id) const {
+    const auto presets = allPresets();
+    const auto found = std::ranges::find(presets, id, &FilterPreset::id);
+    return found == presets.end() ? std::nullopt : std::optional(*found);
+}
+
+FilterState::AppliedSnapshot FilterState::currentSnapshot() const { return {selectedPreset.get().id, adjustments()}; }
+
+}  // namespace dravo

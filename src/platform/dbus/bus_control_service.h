@@ -1,0 +1,53 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "app/control_service.h"
+#include "base/rate_limit.h"
+#include "platform/dbus/bus.h"
+#include "platform/systemd/systemd.h"
+
+namespace dravo::dbus {
+
+/// Control over the session bus: the name org.dravo.Dravo, the object /org/dravo/Dravo, the interface org.dravo.Dravo1.
+/// docs/dbus.md describes it for those who call it.
+///
+/// Changes of properties are signalled together, at most once in 50 ms and always the last; countdowns never are.
+/// Lifetime: what it is given outlives it.
+class BusControlService final : public ControlService {
+public:
+    BusControlService(Bus& sessionBus, Scheduler& scheduler);
+
+    void serve(ControlTarget& target) override;
+
+private:
+    struct SlotDeleter {
+        void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
+    };
+    using Slot = std::unique_ptr<sd_bus_slot, SlotDeleter>;
+    using Operation = Result<void> (*)(ControlTarget& target, sd_bus_message* call, sd_bus_message* reply);
+
+    template <Operation operation>
+    static int onCall(sd_bus_message* call, void* self, sd_bus_error* error);
+    static int onGet(sd_bus* bus, const char* path, const char* interface, const char* name, sd_bus_message* reply,
+                     void* self, sd_bus_error* error);
+    static std::vector<sd_bus_vtable> makeTable();
+
+    void connect();
+    void announce();
+    int carryOut(Operation operation, sd_bus_message* call, sd_bus_error* error);
+
+    Bus& bus_;
+    Scheduler& scheduler_;
+    ControlTarget* target_ = nullptr;
+    ControlState announced_;
+    Timer start_;
+    Throttle changes_;
+    Slot object_;
+    Slot name_;
+    Subscription targetChanges_;
+    Subscription lost_;
+};
+
+}  // namespace dravo::dbus

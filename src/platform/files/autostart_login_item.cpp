@@ -1,0 +1,153 @@
+#include "platform/files/autostart_login_item.h"
+
+#include <algorithm>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "base/files.h"
+#include "base/localized.h"
+#include "base/report.h"
+#include "platform/files/session_environment.h"
+
+namespace dravo::files {
+
+namespace {
+
+constexpr const char* kFolder = "autostart";
+constexpr const char* kFile = "dravo.desktop";
+constexpr std::size_t kMaxBytes = 64 * 1024;
+
+constexpr const char* kHidden = "Hidden";
+constexpr const char* kSwitchedOn = "X-GNOME-Autostart-enabled";
+
+DesktopEntry newEntry() {
+    DesktopEntry entry;
+    entry.set("Type", "Application");
+    entry.set("Name", "Dravo");
+    entry.set("Comment", "Tint and dim the whole screen for light-sensitive eyes");
+    entry.set("Icon", "dravo");
+    entry.set("Terminal", "false");
+    entry.set("StartupNotify", "false");
+    return entry;
+}
+
+}  // namespace
+
+AutostartPlace AutostartPlace::ofThisProcess(const std::filesystem::path& home) {
+    AutostartPlace place;
+    place.configHome = variable("XDG_CONFIG_HOME");
+    if (!place.configHome.is_absolute()) place.configHome = home.empty() ? home : home / ".config";
+    for (const auto& folder : listVariable("XDG_CONFIG_DIRS", "/etc/xdg"))
+        if (folder.starts_with('/')) place.configDirs.emplace_back(folder);
+    place.currentDesktop = listVariable("XDG_CURRENT_DESKTOP");
+    std::error_code ignored;
+    place.program = std::filesystem::read_symlink("/proc/self/exe", ignored);
+    // An update has put another file in its place since.
+    constexpr std::string_view kReplaced = " (deleted)";
+    if (const std::string name = place.program.string(); name.ends_with(kReplaced) && !isExecutable(place.program))
+        place.program = name.substr(0, name.size() - kReplaced.size());
+    return place;
+}
+
+AutostartLoginItem::AutostartLoginItem(AutostartPlace place)
+    : place_(std::move(place)),
+      own_(place_.configHome.empty() ? std::filesystem::path() : place_.configHome / kFolder / kFile) {}
+
+// `InvalidInput`: there is a file, and it is no entry.
+Result<DesktopEntry> AutostartLoginItem::ownEntry() const {
+    if (own_.empty())
+        return Error{ErrorCode::NotFound, localized("there is no home folder with programs to start at login")};
+    const auto text = readFile(own_, kMaxBytes);
+    if (!text) return text.error();
+    if (auto entry = DesktopEntry::parse(*text)) return std::move(*entry);
+    return Error{ErrorCode::InvalidInput, filled(localized("%@ is not a desktop entry"), {own_.string()})};
+}
+
+std::optional<DesktopEntry> AutostartLoginItem::systemEntry() const {
+    for (const auto& folder : place_.configDirs) {
+        if (const auto text = readFile(folder / kFolder / kFile, kMaxBytes)) return DesktopEntry::parse(*text);
+    }
+    return std::nullopt;
+}
+
+// The first of the desktop's names that stands in either list decides.
+bool AutostartLoginItem::isMeantForThisDesktop(const DesktopEntry& entry) const {
+    const auto only = entry.list("OnlyShowIn");
+    const auto never = entry.list("NotShowIn");
+    for (const auto& name : place_.currentDesktop) {
+        if (only && std::ranges::find(*only, name) != only->end()) return true;
+        if (never && std::ranges::find(*never, name) != never->end()) return false;
+    }
+    return !only;
+}
+
+LoginItemService::Status AutostartLoginItem::statusOf(const DesktopEntry& entry) const {
+    if (entry.isTrue(kHidden) || entry.value(kSwitchedOn) == "false" || !isMeantForThisDesktop(entry))
+        return Status::requiresApproval;
+    const auto probe = entry.value("TryExec");
+    const auto program = programOfExec(entry.value("Exec").value_or(""));
+    if (!program || !canBeStarted(*program) || (probe && !canBeStarted(*probe))) return Status::notFound;
+    return Status::enabled;
+}
+
+LoginItemService::Status AutostartLoginItem::status() {
+    const auto own = ownEntry();
+    if (own) return statusOf(*own);
+    // One that cannot be read still hides the system's.
+    if (own.error().code != ErrorCode::NotFound) return Status::notRegistered;
+    const auto system = systemEntry();
+    return system ? statusOf(*system) : Status::notRegistered;
+}
+
+Result<DesktopEntry> AutostartLoginItem::entryToChange() const {
+    const auto own = ownEntry();
+    if (own || own_.empty()) return own;
+    if (own.error().code == ErrorCode::InvalidInput) {
+        reportOnce("autostart-entry",
+                   filled(localized("%1$@; it is kept as %2$@"), {own.error().message, std::string(kFile) + ".bad"}));
+        if (const auto kept = setAsideAsBad(own_); !kept) return kept.error();
+    } else if (own.error().code != ErrorCode::NotFound) {
+        return own.error();
+    }
+    const auto system = systemEntry();
+    return system ? *system : newEntry();
+}
+
+Result<void> AutostartLoginItem::registerItem() {
+    if (status() == Status::enabled) return {};
+    auto entry = entryToChange();
+    if (!entry) return entry.error();
+    if (!isMeantForThisDesktop(*entry)) {
+        return Error{
+            ErrorCode::PermissionDenied,
+            filled(localized("the entry %@ is not meant for this desktop (OnlyShowIn, NotShowIn)"), {own_.string()})};
+    }
+    entry->remove(kHidden);
+    if (entry->value(kSwitchedOn)) entry->set(kSwitchedOn, "true");
+    if (statusOf(*entry) == Status::notFound) {
+        const std::string program = place_.program.string();
+        // No desktop starts a program with such a name.
+        if (program.empty() || program.find('=') != std::string::npos)
+            return Error{ErrorCode::InvalidInput, filled(localized("'%@' cannot be started at login"), {program})};
+        entry->remove("TryExec");
+        entry->set("Exec", execValue(program, "--autostart"));
+    }
+    return write(*entry);
+}
+
+Result<void> AutostartLoginItem::unregisterItem() {
+    if (!systemEntry()) return own_.empty() ? Result<void>() : removeFile(own_);
+    // Without an entry of the person's own the system's would count again.
+    auto entry = entryToChange();
+    if (!entry) return entry.error();
+    entry->set(kHidden, "true");
+    return write(*entry);
+}
+
+Result<void> AutostartLoginItem::write(const DesktopEntry& entry) const {
+    if (const auto folder = ensureDirectory(own_.parent_path()); !folder) return folder;
+    return writeFileAtomically(own_, entry.text(), {.mode = 0644, .sync = false});
+}
+
+}  // namespace dravo::files

@@ -1,0 +1,349 @@
+#include "controller/filter_state.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "support/filter_world.h"
+
+namespace dravo {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::FilterWorld;
+using testing::plainTable;
+
+DefaultsValue minutes(int hour, int minute = 0) { return std::int64_t{hour * 60 + minute}; }
+
+WallTime at(int hour, int minute = 0, int day = 6) {
+    return WallTime{std::chrono::sys_days{std::chrono::year{2024} / 3 / day} + std::chrono::hours{hour} +
+                    std::chrono::minutes{minute}};
+}
+
+/// A schedule from 20:00 to 07:00, in UTC.
+DefaultsValues nightSchedule() { return {{"scheduleEnabled", true}}; }
+
+TEST(FilterStateTest, AFirstStartFiltersAtOnceWithTheDefaultPresetAndStoresNothing) {
+    FilterWorld world;
+    FilterState& state = world.start();
+    EXPECT_TRUE(state.isEnabled);
+    EXPECT_EQ(state.selectedPreset.get().id, "migrainePrecision");
+    EXPECT_EQ(state.adjustments(), (Adjustments{0.8, 0, 0, 0}));
+    EXPECT_TRUE(world.showsFilter());
+    EXPECT_EQ(world.loads(), 1u);  // no fade
+    world.scheduler.advance(5s);
+    EXPECT_EQ(world.defaults.writes(), 0);
+}
+
+TEST(FilterStateTest, RestoresWhatWasStored) {
+    const struct {
+        DefaultsValues stored;
+        const char* preset;
+        bool isOn;
+        Adjustments adjustments;
+    } rows[] = {
+        {{{"lastPresetID", std::string("fl41")}, {"lastIntensity", 0.25}, {"lastContrast", -0.1}},
+         "fl41",
+         true,
+         {0.25, 0, 0, -0.1}},
+        {{{"lastPresetID", std::string("deleted")}, {"lastDimming", 0.3}}, "migrainePrecision", true, {0.8, 0.3, 0, 0}},
+        {{{"filterEnabled", false}, {"lastBlackPoint", 0.1}}, "migrainePrecision", false, {0.8, 0, 0.1, 0}},
+        // The schedule decides, not what was stored by hand.
+        {{{"filterEnabled", true}, {"scheduleEnabled", true}}, "migrainePrecision", false, {0.8, 0, 0, 0}},
+        {{{"filterEnabled", false}, {"scheduleEnabled", true}, {"scheduleStartMinutes", minutes(11)}},
+         "migrainePrecision",
+         true,
+         {0.8, 0, 0, 0}},
+        {{{"scheduleEnabled", true}, {"scheduleStartMinutes", minutes(12)}, {"scheduleEndMinutes", minutes(12)}},
+         "migrainePrecision",
+         false,
+         {0.8, 0, 0, 0}},
+    };
+    for (const auto& row : rows) {
+        FilterWorld world(row.stored);
+        const FilterState& state = world.start();
+        EXPECT_EQ(state.selectedPreset.get().id, row.preset);
+        EXPECT_EQ(state.isEnabled.get(), row.isOn);
+        EXPECT_EQ(state.adjustments(), row.adjustments);
+        EXPECT_TRUE(row.isOn ? world.showsFilter() : world.showsOwn());
+        EXPECT_EQ(world.loads(), row.isOn ? 1u : 0u);
+    }
+}
+
+TEST(FilterStateTest, AStoredPauseGoesOnAndEndsByItself) {
+    FilterWorld world({{"pausedUntil", at(12, 30)}, {"filterEnabled", false}});
+    FilterState& state = world.start();
+    EXPECT_FALSE(state.isEnabled);
+    EXPECT_EQ(state.pausedUntil.get(), at(12, 30));
+    world.scheduler.advance(30min - 1s);
+    EXPECT_FALSE(state.isEnabled);
+    world.scheduler.advance(2s);
+    EXPECT_TRUE(state.isEnabled);
+    EXPECT_TRUE(world.showsFilter());
+    EXPECT_FALSE(world.defaults.object("pausedUntil"));
+
+    FilterWorld late({{"pausedUntil", at(11)}});
+    EXPECT_TRUE(late.start().isEnabled);
+    EXPECT_FALSE(late.defaults.object("pausedUntil"));
+}
+
+TEST(FilterStateTest, AHandToggleRightAfterAStartInsideAPauseIsNotUndone) {
+    DefaultsValues stored = nightSchedule();
+    stored["pausedUntil"] = at(12, 30);
+    FilterWorld world(stored);
+    FilterState& state = world.start();
+    world.scheduler.advance(10s);
+    state.toggle();
+    world.scheduler.advance(1min);
+    EXPECT_TRUE(state.isEnabled);
+}
+
+TEST(FilterStateTest, SelectingAPresetCopiesItsAdjustmentsAndFades) {
+    FilterWorld world;
+    FilterState& state = world.start();
+    world.loads();
+    state.intensity = 0.3;
+    state.selectedPreset = FilterPreset::sunset();
+    EXPECT_EQ(state.intensity.get(), FilterPreset::sunset().intensity);
+    world.scheduler.advance(1s);
+    EXPECT_TRUE(world.showsFilter());
+    EXPECT_EQ(world.loads(), 10u);
+    EXPECT_EQ(world.preferences.lastPresetID(), "sunset");
+
+    // The same one again copies nothing, and nothing is loaded.
+    state.dimming = 0.2;
+    world.scheduler.advance(1s);
+    world.loads();
+    state.selectedPreset = FilterPreset::sunset();
+    world.scheduler.advance(1s);
+    EXPECT_EQ(state.dimming.get(), 0.2);
+    EXPECT_EQ(world.loads(), 0u);
+
+    // A slider moved afterwards does not fade.
+    state.dimming = 0.1;
+    world.scheduler.advance(1s);
+    EXPECT_EQ(world.loads(), 1u);
+}
+
+TEST(FilterStateTest, TheVeryFirstChoiceCountsAlsoIfItIsTheRestoredPreset) {
+    FilterWorld world({{"lastPresetID", std::string("fl41")}, {"lastIntensity", 0.25}});
+    FilterState& state = world.start();
+    state.selectedPreset = FilterPreset::fl41();
+    EXPECT_EQ(state.intensity.get(), FilterPreset::fl41().intensity);
+    EXPECT_FALSE(state.isEdited());
+}
+
+TEST(FilterStateTest, ASliderDraggedFastLoadsTwentyTimesASecondAndIsStoredOnce) {
+    FilterWorld world;
+    FilterState& state = world.start();
+    world.loads();
+    int writes = world.defaults.writes();
+    for (int step = 1; step <= 5000; ++step) {
+        state.dimming = 0.8 * step / 5000;
+        world.scheduler.advance(1ms);
+    }
+    EXPECT_LE(world.loads(), 102u);
+    world.scheduler.advance(60ms);
+    EXPECT_TRUE(world.showsFilter());
+    EXPECT_EQ(world.defaults.writes(), writes);
+    world.scheduler.advance(500ms);
+    EXPECT_EQ(world.preferences.lastDimming(), 0.8);
+    writes = world.defaults.writes() - writes;
+    world.scheduler.advance(10s);
+    EXPECT_EQ(writes, 5);  // the five settings, once each
+}
+
+TEST(FilterStateTest, WhatIsDraggedWhileOffShowsOnceItIsOn) {
+    FilterWorld world({{"filterEnabled", false}});
+    FilterState& state = world.start();
+    state.intensity = 0.5;
+    world.scheduler.advance(1s);
+    EXPECT_EQ(world.loads(), 0u);
+    state.toggle();
+    world.scheduler.advance(1s);
+    EXPECT_TRUE(world.showsFilter());
+    EXPECT_EQ(world.loads(), 10u);
+    EXPECT_EQ(world.preferences.filterEnabled(), true);
+    state.toggle();
+    world.scheduler.advance(1s);
+    EXPECT_TRUE(world.showsOwn());
+    EXPECT_EQ(world.preferences.filterEnabled(), false);
+}
+
+TEST(FilterStateTest, FollowsTheScheduleAndAHandToggleUntilItsNextChange) {
+    FilterWorld world(nightSchedule(), at(19, 59));
+    FilterState& state = world.start();
+    EXPECT_FALSE(state.isEnabled);
+    world.scheduler.advance(60s);
+    EXPECT_TRUE(state.isEnabled);
+
+    state.toggle();  // off by hand inside the window: until it ends
+    world.sleep(10h);
+    EXPECT_FALSE(state.isEnabled);
+    world.sleep(2h);
+    EXPECT_FALSE(state.isEnabled);
+    state.toggle();  // on by hand outside: until the next window ends
+    world.sleep(12h + 1min);
+    EXPECT_TRUE(state.isEnabled);
+    world.sleep(11h);
+    EXPECT_FALSE(state.isEnabled);
+    // The schedule never stores what it does.
+    EXPECT_TRUE(world.preferences.filterEnabled());
+}
+
+TEST(FilterStateTest, AnotherTimeZoneTakesEffectAtOnce) {
+    FilterWorld world(nightSchedule(), at(12));
+    FilterState& state = world.start();
+    EXPECT_FALSE(state.isEnabled);
+    world.calendar.moveTo("Pacific/Auckland");  // one in the morning there
+    EXPECT_TRUE(state.isEnabled);
+}
+
+TEST(FilterStateTest, TellsItsNextScheduledChange) {
+    FilterWorld world(nightSchedule(), at(12));
+    FilterState& state = world.start();
+    const auto next = [&] { return state.nextScheduledChange(); };
+    ASSERT_TRUE(next());
+    EXPECT_EQ(next()->at, at(20));
+    EXPECT_TRUE(next()->turnsOn);
+    state.toggle();  // on by hand: the next change is the end of that
+    EXPECT_EQ(next()->at, at(20));
+    world.sleep(9h);
+    EXPECT_EQ(next()->at, at(7, 0, 7));
+    EXPECT_FALSE(next()->turnsOn);
+    world.preferences.setScheduleEndMinutes(world.preferences.scheduleStartMinutes());
+    EXPECT_FALSE(next());
+    world.preferences.setScheduleEnabled(false);
+    EXPECT_FALSE(next());
+
+    // The night in which 02:30 does not happen, and the one in which it happens twice.
+    FilterWorld spring({{"scheduleEnabled", true}, {"scheduleStartMinutes", minutes(2, 30)}}, at(0, 0, 31));
+    spring.calendar.moveTo("Europe/Berlin");
+    EXPECT_EQ(spring.start().nextScheduledChange()->at, at(1, 0, 31));  // 03:00 there
+    FilterWorld autumn({{"scheduleEnabled", true}, {"scheduleStartMinutes", minutes(2, 30)}},
+                       WallTime{std::chrono::sys_days{std::chrono::year{2024} / 10 / 26} + 22h});
+    autumn.calendar.moveTo("Europe/Berlin");
+    EXPECT_EQ(autumn.start().nextScheduledChange()->at,
+              (WallTime{std::chrono::sys_days{std::chrono::year{2024} / 10 / 27} + 30min}));
+}
+
+TEST(FilterStateTest, ASavedPresetIsShownAtOnceAlsoUnderTheSameId) {
+    FilterWorld world;
+    FilterState& state = world.start();
+    FilterPreset mine = FilterPreset::evening();
+    mine.id = "mine";
+    mine.isBuiltIn = false;
+    state.activateSavedPreset(mine);
+    world.loads();
+    mine.gamma = 1.4;
+    mine.intensity = 0.4;
+    state.activateSavedPreset(mine);
+    EXPECT_EQ(world.loads(), 1u);
+    EXPECT_TRUE(world.showsFilter());
+    EXPECT_EQ(world.preferences.lastPresetID(), "mine");
+    EXPECT_EQ(world.preferences.lastIntensity(), 0.4);
+    world.scheduler.advance(1s);
+    EXPECT_EQ(world.loads(), 0u);  // nor does what it assigned load again
+}
+
+TEST(FilterStateTest, KnowsWhatIsEditedAndReverts) {
+    FilterWorld world;
+    FilterState& state = world.start();
+    state.selectedPreset = FilterPreset::fl41();
+    EXPECT_FALSE(state.isEdited());
+    for (auto* adjustment : {&state.intensity, &state.dimming, &state.blackPoint, &state.contrast}) {
+        const double before = *adjustment;
+        *adjustment = before + 0.0009;
+        EXPECT_FALSE(state.isEdited());
+        *adjustment = before + 0.0011;
+        EXPECT_TRUE(state.isEdited());
+        state.revertToPreset();
+        EXPECT_EQ(adjustment->get(), before);
+    }
+}
+
+TEST(FilterStateTest, GrayscaleIsOnExactlyWhileAGrayPresetIsOnScreen) {
+    FilterWorld world;
+    FilterState& state = world.start();
+    state.selectedPreset = FilterPreset::epaper();
+    world.scheduler.advance(1s);
+    EXPECT_TRUE(world.grayscale.isGray);
+    state.toggle();
+    EXPECT_FALSE(world.grayscale.isGray);
+    state.toggle();
+    EXPECT_TRUE(world.grayscale.isGray);
+    state.pause(at(13));
+    EXPECT_FALSE(world.grayscale.isGray);
+    state.resume();
+    EXPECT_TRUE(world.grayscale.isGray);
+    state.selectedPreset = FilterPreset::fl41();
+    world.scheduler.advance(1s);
+    EXPECT_FALSE(world.grayscale.isGray);
+}
+
+TEST(FilterStateTest, AnEditOfTheSettingsFileCountsLikeThePersonsHand) {
+    FilterWorld world;
+    FilterState& state = world.start();
+    const auto edit = [&](DefaultsValues values) {
+        world.defaults.replaceFromOutside(std::move(values));
+        world.scheduler.advance(1s);
+    };
+    edit({{"lastPresetID", std::string("sunset")}, {"lastIntensity", 0.35}});
+    EXPECT_EQ(state.selectedPreset.get().id, "sunset");
+    EXPECT_EQ(state.intensity.get(), 0.35);  // what is written, not the preset's own
+    EXPECT_TRUE(world.showsFilter());
+
+    edit({{"lastPresetID", std::string("sunset")}, {"lastIntensity", 0.35}, {"filterEnabled", false}});
+    EXPECT_FALSE(state.isEnabled);
+    edit({{"lastPresetID", std::string("sunset")}, {"lastIntensity", 0.35}, {"filterEnabled", true}});
+    EXPECT_TRUE(state.isEnabled);
+    edit({{"filterEnabled", true}, {"pausedUntil", at(14)}});
+    EXPECT_EQ(state.pausedUntil.get(), at(14));
+    edit({{"filterEnabled", true}});
+    EXPECT_TRUE(state.isEnabled);
+    EXPECT_FALSE(state.pausedUntil.get());
+    edit({{"pausedUntil", at(15)}});  // on by default again, and paused
+    EXPECT_EQ(state.pausedUntil.get(), at(15));
+    edit({{"scheduleEnabled", true}});
+    EXPECT_FALSE(state.isEnabled);
+}
+
+TEST(FilterStateTest, SavesWhatIsWaitingWhenAskedTo) {
+    FilterWorld world;
+    FilterState& state = world.start();
+    state.contrast = 0.25;
+    state.saveNow();
+    EXPECT_EQ(world.preferences.lastContrast(), 0.25);
+    const int writes = world.defaults.writes();
+    world.scheduler.advance(5s);
+    EXPECT_EQ(world.defaults.writes(), writes);
+}
+
+TEST(FilterStateTest, HidesNothingOfItsStoresAndTimerFromItsObservers) {
+    FilterWorld world;
+    FilterState& state = world.start();
+    int changes = 0;
+    const auto subscription = state.changes().onWillChange([&] { ++changes; });
+    world.customPresets.presets = {FilterPreset::evening()};
+    EXPECT_EQ(changes, 1);
+    world.breakTimer.setInterval(30min);
+    EXPECT_GE(changes, 2);
+}
+
+TEST(FilterStateTest, GoesQuietlyWhenItIsReleased) {
+    FilterWorld world(nightSchedule(), at(19, 59));
+    FilterState& state = world.start();
+    state.intensity = 0.1;
+    state.pause(at(20, 30));
+    world.state.reset();
+    world.loads();
+    world.scheduler.advance(2h);
+    world.sleep(24h);
+    world.calendar.moveTo("Asia/Tokyo");
+    world.locationService.deliver({{35.7, 139.7}});
+    EXPECT_EQ(world.loads(), 0u);
+    EXPECT_FALSE(world.defaults.object("lastIntensity"));
+}
+
+}  // namespace
+}  // namespace dravo
