@@ -15,7 +15,9 @@ target_compile_options(dravo_compiler INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
   -Woverloaded-virtual -Wold-style-cast -Wimplicit-fallthrough
   # The same floats on every processor: no fused multiply-add the source does not ask for.
-  -ffp-contract=off)
+  -ffp-contract=off
+  # No path of the machine that built it; a compiler cache then serves every checkout.
+  -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # GCC 12 warns of its own std::string (its bug 105651), at every `"text" + string` in an optimised build.
   target_compile_options(dravo_compiler INTERFACE -Wno-restrict)
