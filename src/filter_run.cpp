@@ -52,13 +52,17 @@ bool FilterRun::takeLock(RunKind kind) {
     return true;
 }
 
-// At login the desktop may start it twice, by an entry and by a unit: nobody has asked for the panel.
+// Only a person's start asks for the panel: at login the desktop may start it twice, by an entry and by a unit.
 void FilterRun::giveWay(RunKind kind, int holder) {
-    if (kind == RunKind::atLogin || dbus::BusControlClient().activate()) {
+    const auto shown = kind == RunKind::byPerson ? dbus::BusControlClient().activate() : Result<void>();
+    if (shown) {
         std::puts(localized("Dravo is running already.").c_str());
         return;
     }
-    const std::string refusal = filled(localized("Dravo is already running (process %@)"), {std::to_string(holder)});
+    const std::string refusal =
+        shown.error().code == ErrorCode::Unsupported
+            ? shown.error().message
+            : filled(localized("Dravo is already running (process %@)"), {std::to_string(holder)});
     std::fprintf(stderr, "dravo: %s\n", refusal.c_str());
     failure_ = cli::ExitCode::Refused;
 }
@@ -121,10 +125,7 @@ void FilterRun::listen() {
     });
     quitRequest_.emplace(loop_, SIGUSR2, [this] { quit(); });
     control_.emplace(FilterControlParts{*filterState_, preferences_, customPresets_, breakTimer_, locationProvider_,
-                                        *displays_, loop_, calendar_,
-                                        [this] {
-                                            if (desktop_) desktop_->showPanel();
-                                        },
+                                        *displays_, loop_, calendar_, [this] { return showPanel(); },
                                         [this] { quit(); }, [this] { return restore(); }});
     controlService_.emplace(sessionBus_, loop_);
     controlService_->serve(*control_);
@@ -150,6 +151,12 @@ void FilterRun::startDesktop() {
     } else {
         reportOnce("no-desktop", filled(localized("there is no panel: %@"), {desktop.error().message}));
     }
+}
+
+Result<void> FilterRun::showPanel() {
+    if (!desktop_) return Error{ErrorCode::Unsupported, localized("the running Dravo has no panel")};
+    desktop_->showPanel();
+    return {};
 }
 
 Result<void> FilterRun::restore() {

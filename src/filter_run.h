@@ -68,6 +68,7 @@ private:
     bool loadServices();
     void listen();
     void startDesktop();
+    Result<void> showPanel();
     Result<void> restore();
     void giveBack();
     void quit();

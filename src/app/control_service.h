@@ -55,8 +55,8 @@ struct LocationChange {
 
 /// The running program as control from outside sees it: one state, and an operation for everything a person can do.
 ///
-/// REQUIRES: changes pass `validate`. Errors of every operation but `restore`: `InvalidInput`, with a sentence for
-/// whoever called; it then has changed nothing. Thread: main thread. Lifetime: outlives its subscriptions.
+/// REQUIRES: changes pass `validate`. Errors of every operation but `activate` and `restore`: `InvalidInput`, with a
+/// sentence for whoever called; it then has changed nothing. Thread: main thread. Lifetime: outlives its subscriptions.
 class ControlTarget {
 public:
     virtual ~ControlTarget() = default;
@@ -88,7 +88,8 @@ public:
     /// The person's presets with these ids as a JSON array; no ids: all.
     virtual Result<std::string> exportPresets(const std::vector<std::string>& ids) = 0;
 
-    virtual Result<void> activate() = 0;  ///< A second start: shows what a start shows.
+    /// Shows the panel, as a person's second start does. Errors: `Unsupported` (this run has none).
+    virtual Result<void> activate() = 0;
     /// Switches off without a fade, and returns once the displays have confirmed that they have their own tables back.
     /// Errors: what the display server refused with; the filter is off all the same.
     virtual Result<void> restore() = 0;

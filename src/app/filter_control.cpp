@@ -209,10 +209,7 @@ Result<std::string> FilterControl::exportPresets(const std::vector<std::string>&
     return encodePresets(chosen);
 }
 
-Result<void> FilterControl::activate() {
-    parts_.activate();
-    return {};
-}
+Result<void> FilterControl::activate() { return parts_.activate(); }
 
 Result<void> FilterControl::restore() { return parts_.restore(); }
 

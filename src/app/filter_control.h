@@ -26,9 +26,9 @@ struct FilterControlParts {
     DisplayServer& displays;
     Scheduler& scheduler;
     const Calendar& calendar;
-    std::function<void()> activate;         ///< A second start was made.
-    std::function<void()> quit;             ///< Ends the program; called in a turn of its own.
-    std::function<Result<void>()> restore;  ///< As `ControlTarget::restore`.
+    std::function<Result<void>()> activate;  ///< As `ControlTarget::activate`.
+    std::function<void()> quit;              ///< Ends the program; called in a turn of its own.
+    std::function<Result<void>()> restore;   ///< As `ControlTarget::restore`.
 };
 
 /// The filter as control from outside sees it: the controller's operations under the rules that hold for callers who do

@@ -170,8 +170,10 @@ TEST_F(ControlTest, FollowsUntilTheProgramEnds) {
     EXPECT_EQ(command({"status"}, 5), "dravo status: Dravo is not running\n");
 }
 
-TEST_F(ControlTest, ASecondStartHandsOver) {
+TEST_F(ControlTest, OnlyWhoWantsThePanelHearsThatThereIsNone) {
     const Run first = startToControl();
+    EXPECT_EQ(command({"panel"}, 4), "dravo panel: the running Dravo has no panel\n");
+    EXPECT_EQ(command({}, 4), "dravo: the running Dravo has no panel\n");
     EXPECT_EQ(command({"--headless"}), "Dravo is running already.\n");
     EXPECT_TRUE(first->isRunning());
     EXPECT_TRUE(allShow(filtered(kStrong)));

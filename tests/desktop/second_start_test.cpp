@@ -8,19 +8,22 @@ namespace {
 
 class SecondStartTest : public FilterRunTest {
 protected:
-    /// Runs a command to its end. What it printed, on both outputs.
-    std::string run(const std::string& command, ExitStatus expected) {
-        const auto outcome = runProgram(home(), {command}, onServer());
-        EXPECT_EQ(outcome.status, expected) << command;
+    /// Starts the program with these words, to its end. What it printed, on both outputs.
+    std::string run(const char* words, ExitStatus expected) {
+        const auto outcome =
+            runProgram(home(), *words ? std::vector<std::string>{words} : std::vector<std::string>{}, onServer());
+        EXPECT_EQ(outcome.status, expected) << words;
         return outcome.out + outcome.err;
     }
 };
 
-TEST_F(SecondStartTest, IsRefusedAndLeavesTheFirstOneProtected) {
+TEST_F(SecondStartTest, LeavesTheFirstOneAloneAndProtected) {
     const Run first = startAndSettle();
     const std::string saved = contentOf(savedTables());
-    EXPECT_EQ(run("--headless", ExitStatus::exited(4)),
+    EXPECT_EQ(run("", ExitStatus::exited(4)),
               "dravo: Dravo is already running (process " + std::to_string(first->pid()) + ")\n");
+    for (const char* const inTheBackground : {"--headless", "--autostart"})
+        EXPECT_EQ(run(inTheBackground, ExitStatus::exited(0)), "Dravo is running already.\n");
     EXPECT_TRUE(isInCharge(*first));
     EXPECT_EQ(contentOf(savedTables()), saved);
     EXPECT_TRUE(allShow(filtered(kStrong)));

@@ -27,7 +27,8 @@ struct PanelWorld : FilterWorld {
         : FilterWorld(std::move(stored)) {
         start();
         control.emplace(FilterControlParts{*state, preferences, customPresets, breakTimer, locationProvider, server,
-                                           scheduler, calendar, [] {}, [] {}, [] { return Result<void>(); }});
+                                           scheduler, calendar, [] { return Result<void>(); }, [] {},
+                                           [] { return Result<void>(); }});
         parts.emplace(PanelParts{*state, preferences, customPresets, breakTimer, notifier, locationProvider, applicator,
                                  grayscaleSwitch, server, *control, shortcutManager, launchAtLogin, scheduler, calendar,
                                  appearance, systemSettings, updater, [this] { ++relaunches; }, [this] { ++quits; }});
