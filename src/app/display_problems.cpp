@@ -13,4 +13,9 @@ std::vector<std::string> displayProblems(DisplayServer& displays) {
     return lines;
 }
 
+std::optional<std::string> grayscaleProblem(const FilterPreset& preset, const GrayscaleSwitch& grayscale) {
+    if (!preset.isGrayscale || !grayscale.isUnsupported()) return std::nullopt;
+    return localized("problem.grayscale", "This preset needs a grayscale mode, which this desktop does not have.");
+}
+
 }  // namespace dravo

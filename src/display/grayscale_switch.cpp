@@ -9,6 +9,11 @@ void GrayscaleSwitch::set(bool enabled) {
     if (done || done.error().code == ErrorCode::Unsupported) settled_ = enabled;
 }
 
+bool GrayscaleSwitch::isUnsupported() const {
+    const auto mode = service_.isEnabled();
+    return !mode && mode.error().code == ErrorCode::Unsupported;
+}
+
 void GrayscaleSwitch::takeOver() {
     isOurs_ = service_.setEnabled(true).hasValue();
     settled_ = true;

@@ -18,6 +18,8 @@ public:
     /// without a grayscale mode is asked once.
     void set(bool enabled);
 
+    /// Whether this desktop has no such mode, asked anew: displays come and go.
+    [[nodiscard]] bool isUnsupported() const;
     /// Whether the mode is on because of this.
     [[nodiscard]] bool isOurs() const { return isOurs_; }
     /// Answers from now on for a mode that a predecessor switched on: it is on, and stays.

@@ -92,6 +92,28 @@ TEST(PanelTest, RowsComeAndGoWithTheFilterItsPauseAndItsAdjustments) {
     EXPECT_FALSE(world.sees("Pause temporarily"));
 }
 
+TEST(PanelTest, SaysWhatThisDesktopCannotDo) {
+    PanelWorld world;
+    world.desk.plug("DOCK-1", world.desk.addCrtc(0));
+    const auto& presets = FilterPreset::builtIn();
+    world.state->selectedPreset = *std::ranges::find_if(presets, &FilterPreset::isGrayscale);
+    world.open();
+    const QString gray = "This preset needs a grayscale mode, which this desktop does not have.";
+    const auto says = [&](const QString& what) {
+        const auto labels = world.panel->findChildren<QLabel*>();
+        return std::ranges::any_of(
+            labels, [&](const QLabel* label) { return label->isVisible() && label->text().contains(what); });
+    };
+    EXPECT_TRUE(says("DOCK-1: "));
+    EXPECT_FALSE(says(gray));
+    world.grayscale.fails = Error{ErrorCode::Unsupported, ""};
+    world.panel->refresh();
+    EXPECT_TRUE(says(gray));
+    world.state->selectedPreset = FilterPreset::evening();
+    world.settle();
+    EXPECT_FALSE(says(gray));
+}
+
 TEST(PanelTest, PauseMenuEndsPausesWhereItSays) {
     struct Row {
         const char* title;

@@ -86,6 +86,8 @@ void QuickToggleView::refresh() {
 QString QuickToggleView::problemText() const {
     QStringList lines;
     for (const auto& line : displayProblems(parts_.displays)) lines += QString::fromStdString(line);
+    if (const auto line = grayscaleProblem(parts_.filterState.selectedPreset, parts_.grayscale))
+        lines += QString::fromStdString(*line);
     return lines.join(QLatin1Char('\n'));
 }
 
