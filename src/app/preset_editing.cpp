@@ -14,6 +14,9 @@ constexpr std::string_view kPreviewId = "preset-editor-preview";
 
 }  // namespace
 
+PresetEditing::PresetEditing(const PresetEditingParts& parts)
+    : parts_(parts), switches_(parts.filterState.isEnabled.onNewValue([this](bool) { isPreviewing_ = false; })) {}
+
 void PresetEditing::beginNew() {
     const auto& state = parts_.filterState;
     FilterPreset draft = state.selectedPreset;
@@ -58,6 +61,7 @@ void PresetEditing::preparePreview() {
 
 void PresetEditing::showPreview() {
     if (!parts_.filterState.isEnabled) return;
+    isPreviewing_ = true;
     parts_.grayscale.set(draft_.isGrayscale);
     parts_.applicator.apply(computeTable(draft_, draft_.intensity, draft_.dimming, draft_.blackPoint, draft_.contrast),
                             Fade::none);
@@ -92,14 +96,9 @@ void PresetEditing::cancel() {
 }
 
 void PresetEditing::endPreview() {
-    if (!isOpen_) return;
     pendingPreview_.cancel();
-    if (parts_.filterState.isEnabled) {
-        parts_.filterState.apply(Fade::none);
-    } else {
-        parts_.grayscale.set(false);
-        parts_.applicator.reset(Fade::none);
-    }
+    // What is not on screen needs no undoing, and a fade that runs goes on.
+    if (std::exchange(isPreviewing_, false)) parts_.filterState.apply(Fade::none);
 }
 
 void PresetEditing::close() {

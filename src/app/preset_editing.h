@@ -28,7 +28,7 @@ struct PresetEditingParts {
 /// Thread: main thread. Whoever owns it ends it before the displays are given back.
 class PresetEditing {
 public:
-    explicit PresetEditing(const PresetEditingParts& parts) : parts_(parts) {}
+    explicit PresetEditing(const PresetEditingParts& parts);
     PresetEditing(const PresetEditing&) = delete;
     PresetEditing& operator=(const PresetEditing&) = delete;
 
@@ -54,7 +54,8 @@ public:
     /// Errors: those of writing the file; the preset is in use all the same, for as long as the program runs.
     Result<void> save();
 
-    /// Brings back what the controller has on screen, and closes. Without effect while closed.
+    /// Brings back what the controller has on screen where a preview is in its place, and closes. Without effect while
+    /// closed.
     void cancel();
 
     /// The same, but the fields stay: nobody sees them for now. The next change previews again.
@@ -73,6 +74,8 @@ private:
     FilterPreset draft_;
     std::optional<FilterPreset> stored_;
     Timer pendingPreview_;
+    bool isPreviewing_ = false;  ///< The displays were last given the draft, not what the controller wants.
+    Subscription switches_;
 };
 
 }  // namespace dravo

@@ -84,6 +84,31 @@ TEST(PresetEditingTest, FieldsOutliveAPanelThatClosesAndPreviewAgainAtTheNextCha
     EXPECT_TRUE(world.showsDraft());
 }
 
+TEST(PresetEditingTest, AFadeThatRunsGoesOnWhereNothingWasPreviewed) {
+    const std::vector<std::pair<const char*, void (*)(EditingWorld&)>> ways{
+        {"cancel", [](EditingWorld& world) { world.editing->cancel(); }},
+        {"the panel closes", [](EditingWorld& world) { world.editing->endPreview(); }},
+        {"cancel after a preview that the switch ended",
+         [](EditingWorld& world) {
+             world.editing->setValue(&FilterPreset::redFactor, 0.2);
+             world.scheduler.advance(400ms);
+             world.state->toggle();
+             world.editing->cancel();
+         }},
+    };
+    for (const auto& [name, way] : ways) {
+        for (const bool isOn : {true, false}) {
+            EditingWorld world;
+            if (isOn) world.state->turnOff();
+            world.scheduler.advance(1s);
+            world.editing->beginNew();
+            world.state->toggle();
+            way(world);
+            EXPECT_TRUE(world.applicator.isRamping()) << name << (isOn ? ", on" : ", off");
+        }
+    }
+}
+
 TEST(PresetEditingTest, NothingIsPreviewedWhileTheFilterIsOff) {
     EditingWorld world;
     world.editing->beginNew();
