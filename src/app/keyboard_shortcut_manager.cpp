@@ -23,16 +23,22 @@ KeyboardShortcutManager::KeyboardShortcutManager(HotKeyService& service, Prefere
                                                  Scheduler& scheduler)
     : service_(service), preferences_(preferences), scheduler_(scheduler) {
     outsideChanges_ = preferences_.onOutsideChange([this](const DefaultsKeys& keys) {
-        if (std::ranges::any_of(keys, isOfTheShortcut)) registerIfEnabled();
+        if (!isHeldBack_ && std::ranges::any_of(keys, isOfTheShortcut)) registerIfEnabled();
     });
 }
 
-bool KeyboardShortcutManager::registerHotKey() { return request().hasValue(); }
+bool KeyboardShortcutManager::registerHotKey() {
+    isHeldBack_ = false;
+    return request().hasValue();
+}
 
-void KeyboardShortcutManager::unregisterHotKey() { eventHotKey_.reset(); }
+void KeyboardShortcutManager::holdBack() {
+    eventHotKey_.reset();
+    isHeldBack_ = true;
+}
 
 Result<void> KeyboardShortcutManager::request() {
-    unregisterHotKey();
+    eventHotKey_.reset();
     const std::int64_t keyCode = preferences_.shortcutKeyCode();
     const std::int64_t modifiers = preferences_.shortcutModifiers();
     if (!std::in_range<std::uint32_t>(keyCode) || !std::in_range<std::uint32_t>(modifiers))
@@ -45,8 +51,9 @@ Result<void> KeyboardShortcutManager::request() {
 }
 
 void KeyboardShortcutManager::registerIfEnabled() {
+    isHeldBack_ = false;
     if (!preferences_.shortcutEnabled()) {
-        unregisterHotKey();
+        eventHotKey_.reset();
         return;
     }
     const auto registered = request();

@@ -27,8 +27,8 @@ public:
     /// Registers the stored shortcut, in place of the one that was registered, whether or not it is enabled. True when
     /// it is registered; false when another program has it or it has no key here, and then none is registered.
     bool registerHotKey();
-    void unregisterHotKey();
-    [[nodiscard]] bool isRegistered() const { return static_cast<bool>(eventHotKey_); }
+    /// Registers none until one of the calls here wants it back: an edit from outside does not.
+    void holdBack();
 
     /// Registers it if it is enabled; else none is registered. A refusal is a line on standard error.
     void registerIfEnabled();
@@ -47,6 +47,7 @@ private:
     PreferencesStore& preferences_;
     Scheduler& scheduler_;
     Subscription eventHotKey_;
+    bool isHeldBack_ = false;
     Subscription outsideChanges_;
     std::shared_ptr<const char> life_ = std::make_shared<const char>();  ///< Ends with this; posted calls look.
 };

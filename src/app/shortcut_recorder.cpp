@@ -34,7 +34,7 @@ void ShortcutRecorder::startRecording() {
     if (isRecording_) return;
     setRecording(true);
     setShowingUnavailable(false);
-    manager_.unregisterHotKey();
+    manager_.holdBack();
 }
 
 void ShortcutRecorder::keyDown(std::int64_t keyCode, std::int64_t modifiers) {
