@@ -1,3 +1,5 @@
+#include <functional>
+
 #include "cli/commands.h"
 #include "cli/running_control.h"
 #include "cli/running_instance.h"
@@ -9,7 +11,7 @@ namespace {
 /// A command that is one call without arguments.
 template <const Command& command, Result<void> (ControlClient::*operation)()>
 ExitCode runCall(const Arguments& arguments, CommandContext& context) {
-    return finishControl(command, arguments, context, (context.control().*operation)());
+    return finishControl(command, arguments, context, std::invoke(operation, context.control()));
 }
 
 ExitCode runQuit(const Arguments& arguments, CommandContext& context) {

@@ -6,6 +6,7 @@
 #include <QLayout>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPointer>
 #include <QScreen>
 #include <QScrollBar>
 #include <QVBoxLayout>
