@@ -31,6 +31,10 @@ apt_get() {
 need() {
     local command package missing_tools=() missing_packages=()
     while read -r command package; do
+        if [ "${package%\?}" != "$package" ]; then
+            package=${package%\?}
+            if ! apt-cache show "$package" >/dev/null 2>&1; then continue; fi
+        fi
         if [ "$command" != - ] && ! command -v "$command" >/dev/null; then
             missing_tools+=("$command")
         fi
@@ -54,4 +58,17 @@ need() {
     if ! { apt_get update && apt_get "${install[@]}"; }; then
         fail "cannot install them. As root: apt-get install ${missing_packages[*]}"
     fi
+}
+
+# The version of each formatter and linter that our files were written with: another one has other opinions.
+declare -A checker_versions=([clang-format]=14 [clang-tidy]=14 [shellcheck]=0.9)
+
+# choose_checker NAME: puts its command in that version into `checker`; says in one line where it is not there.
+choose_checker() {
+    local version=${checker_versions[$1]}
+    for checker in "$1-$version" "$1"; do
+        if [[ $("$checker" --version 2>/dev/null) == *@(version|version:)" $version".* ]]; then return 0; fi
+    done
+    say "Left out: $1 $version is not installed, and another version asks for other things."
+    return 1
 }
