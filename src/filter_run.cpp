@@ -13,13 +13,18 @@
 namespace dravo {
 
 cli::ExitCode FilterRun::run(RunKind kind) {
-    if (!takeLock(kind) || !connect()) return failure_;
-    launch();
-    if (!loadServices()) return failure_;
+    if (!takeLock(kind)) return failure_;
+    auto guard = posix::TerminationGuard::create(
+        [this] { return emergency_.open().hasValue(); }, [this] { emergency_.restore(); },
+        inherited_ ? posix::TerminationGuard::Found::ours : posix::TerminationGuard::Found::theirOwn);
+    if (guard) guard_ = std::move(*guard);
+    if (!connect()) return failure_;
+    if (!launch()) return giveUp(guard.error());
+    if (const auto loaded = loadSystemd(); !loaded) return giveUp(loaded.error());
     listen();
     if (kind != RunKind::headless) startDesktop();
     const int code = desktop_ ? desktop_->run(kind) : loop_.run();
-    guard_.standStillIfEnding();
+    guard_->standStillIfEnding();
     return static_cast<cli::ExitCode>(code);
 }
 
@@ -78,7 +83,8 @@ bool FilterRun::connect() {
     return false;
 }
 
-void FilterRun::launch() {
+// False without a guard: nothing is then written but the displays' own tables.
+bool FilterRun::launch() {
     displays_.emplace(*server_);
     originalGamma_.emplace(*displays_, folder_);
     originalGamma_->onUnsynced = [this](const std::filesystem::path& path) {
@@ -96,22 +102,23 @@ void FilterRun::launch() {
         std::fflush(stdout);
         server_->grayscale().undoUncleanRun();
     }
+    if (!guard_) return false;
     originalGamma_->saveIfAbsent();
-    guard_.waitUntilReady();
+    guard_->waitUntilReady();
+    if (!emergency_.isOpen())
+        reportOnce("unguarded", localized("not filtered until the X server grants another connection"));
     filterState_.emplace(FilterStateParts{loop_, calendar_, preferences_, customPresets_, breakTimer_,
                                           locationProvider_, *applicator_, *originalGamma_, *grayscale_, wakeSource_,
                                           inherited_ ? std::optional(inherited_->state) : std::nullopt});
     displays_->commit();
-    guard_.takeCharge();
+    guard_->takeCharge();
+    return true;
 }
 
-bool FilterRun::loadServices() {
-    const auto loaded = loadSystemd();
-    if (loaded) return true;
-    std::fprintf(stderr, "dravo: %s\n", loaded.error().message.c_str());
+cli::ExitCode FilterRun::giveUp(const Error& why) {
+    std::fprintf(stderr, "dravo: %s\n", why.message.c_str());
     giveBack();
-    failure_ = cli::ExitCode::FileTrouble;
-    return false;
+    return cli::ExitCode::FileTrouble;
 }
 
 void FilterRun::listen() {
@@ -165,7 +172,7 @@ Result<void> FilterRun::restore() {
 }
 
 void FilterRun::giveBack() {
-    filterState_->saveNow();
+    if (filterState_) filterState_->saveNow();
     grayscale_->set(false);
     // Unconfirmed, the saved tables stay: the next start gives the displays back.
     if (applicator_->shutDown()) originalGamma_->clear();
@@ -183,16 +190,16 @@ void FilterRun::relaunch() {
     defaults_.flush();
     const HandOver handOver{::getpid(), lock_ ? lock_->bequeath(true) : -1, grayscale_->isOurs(),
                             filterState_->runningState()};
-    guard_.suspend();
+    guard_->suspend();
     const auto failure = posix::replaceProgram(kHandOverVariable, encodeHandOver(handOver));
-    guard_.resume();
+    guard_->resume();
     if (lock_) lock_->bequeath(false);
     const std::string told = filled(localized("cannot start again: %@"), {failure.message});
     std::fprintf(stderr, "dravo: %s\n", told.c_str());
 }
 
 void FilterRun::serverIsGone() {
-    guard_.standStillIfEnding();  // it was the guard that took the connection away
+    guard_->standStillIfEnding();  // it was the guard that took the connection away
     filterState_->saveNow();
     defaults_.flush();
     // The toolkit's connection breaks, too.

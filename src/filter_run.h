@@ -64,8 +64,8 @@ private:
     bool takeLock(RunKind kind);
     void giveWay(RunKind kind, int holder);
     bool connect();
-    void launch();
-    bool loadServices();
+    bool launch();
+    cli::ExitCode giveUp(const Error& why);
     void listen();
     void startDesktop();
     Result<void> showPanel();
@@ -80,9 +80,7 @@ private:
     std::optional<HandOver> inherited_ = inheritance();  ///< From the program that this one replaced.
     std::optional<posix::InstanceLock> lock_;
     x11::EmergencyRestore emergency_{""};
-    posix::TerminationGuard guard_{
-        [this] { static_cast<void>(emergency_.open()); }, [this] { emergency_.restore(); },
-        inherited_ ? posix::TerminationGuard::Found::ours : posix::TerminationGuard::Found::theirOwn};
+    std::unique_ptr<posix::TerminationGuard> guard_;
     posix::SdEventLoop loop_;
     posix::BackgroundSync backgroundSync_;
     files::TomlUserDefaults defaults_{files::TomlUserDefaults::defaultPath(folder_.home.parent_path()), loop_, loop_};

@@ -2,9 +2,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <fstream>
+#include <thread>
 
 #include "desktop/filter_run_test.h"
 #include "desktop/random_moments.h"
@@ -87,22 +89,31 @@ TEST_F(TerminationTest, GivesTheTablesBackWhereTheLibraryBehindTheFirstTableCann
 class WritingMainThreadTest : public FilterRunTest {
 protected:
     /// The engine's parts that matter at the end, in a child whose main thread writes tables and never comes back to
-    /// its loop.
-    [[noreturn]] static void filterAndWrite(const std::string& address, int ready) {
+    /// its loop. On a full server the guard is refused its connection first, and so is every table then.
+    [[noreturn]] static void filterAndWrite(const std::string& address, bool isServerFull, int ready) {
         alarm(20);
         posix::TerminationGuard::blockSignals();
         x11::EmergencyRestore emergency(address);
-        posix::TerminationGuard guard([&] { static_cast<void>(emergency.open()); }, [&] { emergency.restore(); });
         auto server = x11::X11DisplayServer::create(address, &emergency);
         if (!server) _exit(1);
         const auto load = [&, displays = (*server)->onlineDisplays(kMaxDisplays).value()](double intensity) {
             std::vector<DisplayTable> tables;
             for (const auto display : displays)
                 tables.push_back({display, computeTable(FilterPreset::fl41(), intensity, 0, 0, 0)});
-            (*server)->loadTables(tables);
+            return std::ranges::all_of((*server)->loadTables(tables), [](const auto& loaded) { return !!loaded; });
         };
-        guard.waitUntilReady();
-        load(kStrong);
+        std::vector<x11::Connection> others;
+        while (isServerFull) {
+            auto another = x11::connect(address);
+            if (!another) break;
+            others.push_back(*std::move(another));
+        }
+        const auto guard =
+            posix::TerminationGuard::create([&] { return emergency.open().hasValue(); }, [&] { emergency.restore(); });
+        (*guard)->waitUntilReady();
+        if (load(kStrong) == isServerFull) _exit(2);
+        others.clear();
+        while (!load(kStrong)) std::this_thread::sleep_for(10ms);
         [[maybe_unused]] const auto said = write(ready, "+", 1);
         for (double intensity = kWeak;; intensity = kWeak + kStrong - intensity) load(intensity);
     }
@@ -113,7 +124,8 @@ TEST_F(WritingMainThreadTest, HasTheLastWordTakenFromIt) {
         std::array<int, 2> ready{};
         ASSERT_EQ(pipe(ready.data()), 0);
         const pid_t child = fork();
-        if (child == 0) filterAndWrite(server().address(), ready[1]);
+        if (child == 0) filterAndWrite(server().address(), round % 6 == 0, ready[1]);
+        close(ready[1]);
         char said = 0;
         EXPECT_EQ(read(ready[0], &said, 1), 1);
         EXPECT_NE(tables(), ownTables());
@@ -124,7 +136,6 @@ TEST_F(WritingMainThreadTest, HasTheLastWordTakenFromIt) {
         EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
         EXPECT_EQ(tables(), ownTables());
         close(ready[0]);
-        close(ready[1]);
     }
 }
 

@@ -1,5 +1,7 @@
 #include "platform/posix/background_sync.h"
 
+#include <system_error>
+
 #include "base/files.h"
 
 namespace dravo::posix {
@@ -13,8 +15,12 @@ void BackgroundSync::sync(const std::filesystem::path& path) {
     waiting_.insert(path);
     if (isWorking_) return;
     if (thread_.joinable()) thread_.join();  // through with its work
-    isWorking_ = true;
-    thread_ = std::thread([this] { work(); });
+    try {
+        thread_ = std::thread([this] { work(); });
+        isWorking_ = true;
+    } catch (const std::system_error&) {
+        // The file waits for the next request that finds a thread.
+    }
 }
 
 void BackgroundSync::work() {

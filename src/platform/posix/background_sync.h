@@ -10,7 +10,8 @@ namespace dravo::posix {
 /// Makes files survive a power cut on a thread of its own: on a busy disk an `fsync` takes seconds, and the main thread
 /// must be there for the displays meanwhile.
 ///
-/// Failures are dropped: they leave what a power cut would leave. Thread: the main thread calls; destroying it waits
+/// Failures are dropped, and where the system grants no thread a file waits: that leaves what a power cut would leave.
+/// Thread: the main thread calls; destroying it waits
 /// for what is under way.
 class BackgroundSync {
 public:

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -57,9 +58,13 @@ void setInherited(const std::vector<int>& descriptors, bool isInherited) {
 }  // namespace
 
 void letGoOfFileWatches() {
-    std::thread([watches = fileWatches()] {
-        for (const int watch : watches) ::close(watch);
-    }).detach();
+    try {
+        std::thread([watches = fileWatches()] {
+            for (const int watch : watches) ::close(watch);
+        }).detach();
+    } catch (const std::system_error&) {
+        // Better a few idle descriptors than a main thread that waits.
+    }
 }
 
 Error replaceProgram(const char* name, const std::string& value) {

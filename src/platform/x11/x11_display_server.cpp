@@ -11,6 +11,7 @@ namespace dravo::x11 {
 namespace {
 
 const std::string kNoTable(textKey("its driver has no transfer table").english);
+const std::string kUnguarded(textKey("not filtered until the X server grants another connection").english);
 
 /// From a look's question to its use, at most: one period and a little for the timer.
 constexpr std::chrono::milliseconds kLookIsFresh{992};
@@ -72,7 +73,8 @@ X11DisplayServer::X11DisplayServer(std::string display, Connection connection, S
       connection_(std::move(connection)),
       facts_(facts),
       emergency_(emergency),
-      grayscale_(connection_, facts_, [this] { publishTargets(); }) {
+      grayscale_(
+          connection_, facts_, [this] { return isGuarded(); }, [this] { publishTargets(); }) {
     if (!emergency_) return;
     // The guard ends this connection by a resource of it; a client without any cannot be named.
     killHandle_ = xcb_generate_id(connection_.get());
@@ -109,8 +111,10 @@ Result<std::vector<DisplayId>> X11DisplayServer::onlineDisplays(std::size_t capa
 Result<std::vector<DisplayDescription>> X11DisplayServer::describeDisplays() {
     if (isLost_ || connection_.isBroken()) return disconnected();
     std::vector<DisplayDescription> descriptions;
-    for (const auto& display : displays_)
-        descriptions.push_back({display.id, display.name, display.tableSize, display.tableSize < 2 ? kNoTable : ""});
+    for (const auto& display : displays_) {
+        const std::string problem = display.tableSize < 2 ? kNoTable : isGuarded() ? "" : kUnguarded;
+        descriptions.push_back({display.id, display.name, display.tableSize, problem});
+    }
     return descriptions;
 }
 
@@ -139,6 +143,7 @@ std::vector<Result<GammaTable>> X11DisplayServer::readTables(std::span<const Dis
 
 std::vector<Result<void>> X11DisplayServer::loadTables(std::span<const DisplayTable> tables) {
     std::vector<Result<void>> results(tables.size());
+    if (!isGuarded()) return results.assign(tables.size(), Error{ErrorCode::Busy, kUnguarded}), results;
     std::vector<PendingLoad> loads;
     for (std::size_t i = 0; i < tables.size(); ++i) {
         const auto display = find(tables[i].display);

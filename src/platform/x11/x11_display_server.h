@@ -65,6 +65,7 @@ private:
 
     X11DisplayServer(std::string display, Connection connection, ServerFacts facts, EmergencyRestore* emergency);
 
+    [[nodiscard]] bool isGuarded() const { return !emergency_ || emergency_->isOpen(); }
     [[nodiscard]] Result<const Display*> find(DisplayId id) const;
     void adopt(const Topology& topology);
     Result<void> refresh();

@@ -55,6 +55,7 @@ Result<void> EmergencyRestore::open() {
     // What the restore will need of the extension is asked for now: at the end there is time for one round trip.
     xcb_get_extension_data(connection->get(), &xcb_randr_id);
     connection_ = std::move(*connection);
+    isOpen_.store(true, std::memory_order_release);
     return {};
 }
 
@@ -69,7 +70,7 @@ void EmergencyRestore::restore() {
         const std::lock_guard lock(mutex_);
         targets = targets_;
     }
-    if (!targets || !connection_.handle || connection_.isBroken()) return;
+    if (!targets || !isOpen() || connection_.isBroken()) return;
     auto* xcb = connection_.get();
     xcb_kill_client(xcb, targets->engineWindow);
     for (const auto& ramp : targets->calibrations) sendRamp(xcb, ramp);

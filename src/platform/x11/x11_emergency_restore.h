@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -31,6 +32,8 @@ public:
 
     /// Connects. Errors: `Disconnected`.
     Result<void> open();
+    /// Whether `restore` could do its work: as long as it could not, nothing may be written to a display. Any thread.
+    [[nodiscard]] bool isOpen() const { return isOpen_.load(std::memory_order_acquire); }
 
     /// Swaps in what `restore` is to do. Called before the main thread's first write to a CRTC.
     void setTargets(std::shared_ptr<const EmergencyTargets> targets);
@@ -42,6 +45,7 @@ public:
 private:
     std::string display_;
     Connection connection_;
+    std::atomic<bool> isOpen_{false};
     std::mutex mutex_;
     std::shared_ptr<const EmergencyTargets> targets_;
 };

@@ -36,8 +36,11 @@ Error noMatrix() { return Error{ErrorCode::Unsupported, "no display's driver can
 }  // namespace
 
 MatrixGrayscale::MatrixGrayscale(const Connection& connection, const ServerFacts& facts,
-                                 std::function<void()> onOutputsChange)
-    : connection_(connection), facts_(facts), onOutputsChange_(std::move(onOutputsChange)) {}
+                                 std::function<bool()> isGuarded, std::function<void()> onOutputsChange)
+    : connection_(connection),
+      facts_(facts),
+      isGuarded_(std::move(isGuarded)),
+      onOutputsChange_(std::move(onOutputsChange)) {}
 
 void MatrixGrayscale::outputsAre(const std::vector<Output>& outputs) {
     outputs_.clear();
@@ -55,6 +58,7 @@ Result<bool> MatrixGrayscale::isEnabled() {
 
 Result<void> MatrixGrayscale::setEnabled(bool enabled) {
     if (outputs_.empty()) return noMatrix();
+    if (enabled && !isGuarded_()) return Error{ErrorCode::Busy, "nobody could take gray back"};
     if (enabled) {
         grayOutputs_ = outputs_;
         onOutputsChange_();

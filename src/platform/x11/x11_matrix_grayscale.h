@@ -16,8 +16,9 @@ namespace dravo::x11 {
 class MatrixGrayscale : public GrayscaleService {
 public:
     /// `onOutputsChange` runs before a matrix is set on an output not in `grayOutputs()` so far, and after it was
-    /// taken back.
-    MatrixGrayscale(const Connection& connection, const ServerFacts& facts, std::function<void()> onOutputsChange);
+    /// taken back. None is set, `Busy`, unless `isGuarded`.
+    MatrixGrayscale(const Connection& connection, const ServerFacts& facts, std::function<bool()> isGuarded,
+                    std::function<void()> onOutputsChange);
 
     /// Tells which outputs there are; one that came while everything is gray becomes gray too.
     void outputsAre(const std::vector<Output>& outputs);
@@ -34,6 +35,7 @@ private:
 
     const Connection& connection_;
     const ServerFacts& facts_;
+    std::function<bool()> isGuarded_;
     std::function<void()> onOutputsChange_;
     std::vector<xcb_randr_output_t> outputs_;  ///< Those with a matrix, on or off.
     std::vector<xcb_randr_output_t> grayOutputs_;

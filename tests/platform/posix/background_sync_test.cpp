@@ -1,9 +1,14 @@
 #include "platform/posix/background_sync.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <fstream>
 
+#include "platform/posix/replace_program.h"
+#include "platform/posix/termination_guard.h"
 #include "support/temporary_folder.h"
 
 namespace dravo::posix {
@@ -21,6 +26,25 @@ TEST(BackgroundSyncTest, TakesRequestsWhileItWorksAndAfterItHasRested) {
         if (round % 50 == 0) background.sync(folder / "no such file");
         if (round % 20 == 0) std::this_thread::yield();
     }
+}
+
+TEST(NoThreadTest, IsNoReasonToAbortWithATintOnScreen) {
+    const pid_t child = fork();
+    if (child == 0) {
+        // The limit does not bind root.
+        constexpr uid_t kNobodyElse = 54321;
+        constexpr rlimit kNone = {};
+        if (setrlimit(RLIMIT_NPROC, &kNone) != 0 || (geteuid() == 0 && setuid(kNobodyElse) != 0)) _exit(1);
+        BackgroundSync background;
+        background.sync("/no such file");
+        background.sync("/no such file either");
+        letGoOfFileWatches();
+        const auto guard = TerminationGuard::create([] { return true; }, [] {});
+        _exit(!guard && guard.error().code == ErrorCode::Busy ? 0 : 2);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
 }
 
 }  // namespace
