@@ -14,7 +14,6 @@ function(dravo_pkg target name package)
 endfunction()
 
 dravo_pkg(SYSTEMD libsystemd libsystemd-dev)
-dravo_pkg(CURL libcurl libcurl4-openssl-dev)
 dravo_pkg(XCB xcb libxcb1-dev)
 dravo_pkg(XCB_RANDR xcb-randr libxcb-randr0-dev)
 dravo_pkg(XCB_SYNC xcb-sync libxcb-sync-dev)

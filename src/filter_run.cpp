@@ -141,7 +141,7 @@ void FilterRun::listen() {
 
 void FilterRun::startDesktop() {
     const char* const feed = std::getenv("DRAVO_UPDATE_FEED");
-    updateFeed_.emplace(loop_, loop_, curl::CurlUpdateFeed::Options{.userAgent = "Dravo/" DRAVO_VERSION});
+    updateFeed_.emplace(loop_, loop_, "Dravo/" DRAVO_VERSION);
     updater_.emplace(*updateFeed_, loop_, DRAVO_VERSION,
                      feedAddress(DRAVO_UPDATE_FEED, feed ? std::optional<std::string>(feed) : std::nullopt));
     auto desktop = DesktopRun::create(

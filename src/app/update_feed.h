@@ -23,8 +23,8 @@ public:
     virtual ~UpdateFeed() = default;
 
     /// Fetches the whole text at `address`, in http or https as that says; sent on elsewhere it follows to https alone.
-    /// `answer` comes once, from the loop, and may end the subscription, whose end gives the transfer up. There is no
-    /// limit in time but that. Lifetime: this outlives the subscription.
+    /// `answer` comes once, from the loop, and may end the subscription, whose end gives the transfer up. It may take
+    /// longer than a person would wait. Lifetime: this outlives the subscription.
     ///
     /// Errors, each with a sentence for the person: `Unsupported` (what it takes is not installed), `Disconnected` (no
     /// connection, or it broke off), `PermissionDenied` (the other side is not who it should be, or leads somewhere

@@ -1,92 +1,136 @@
 #include "platform/curl/curl_update_feed.h"
 
-#include <utility>
+#include <chrono>
+#include <vector>
 
 #include "app/web_address.h"
 #include "base/localized.h"
-#include "platform/curl/transfer.h"
-#include "platform/posix/background_work.h"
+#include "platform/posix/child_output.h"
 
 namespace dravo::curl {
 
 namespace {
 
-Error errorOf(const Fault& fault) {
-    using Kind = Fault::Kind;
-    switch (fault.kind) {
-        case Kind::noLibrary:
-            return {ErrorCode::Unsupported,
-                    localized("update.no_curl", "To check for updates, libcurl has to be installed.")};
-        case Kind::unreachable:
+// Whoever asks gives up sooner. This ends a curl that outlived us.
+constexpr std::chrono::seconds kPatience{60};
+
+// The last line that curl prints, behind the text.
+constexpr const char* kReportFormat = "\n%{http_code} %{errormsg}";
+constexpr std::size_t kMostReportBytes = 1024;
+
+struct Report {
+    std::string text;
+    std::string status;  ///< The server's last one, such as "200"; "000" if there was none.
+    std::string reason;  ///< Why curl failed, in its own words.
+};
+
+Report reportIn(const std::string& output) {
+    const auto end = output.rfind('\n');
+    if (end == std::string::npos) return {};
+    const auto line = output.substr(end + 1);
+    const auto blank = line.find(' ');
+    return {output.substr(0, end), line.substr(0, blank), blank == line.npos ? "" : line.substr(blank + 1)};
+}
+
+Error nonsense(ErrorCode code, const std::string& detail) {
+    return {code, localized("update.nonsense", "The update server's answer makes no sense.") + " (" + detail + ")"};
+}
+
+Error tooLong() {
+    return {ErrorCode::InvalidInput, localized("update.too_long", "The update server's answer is too long.")};
+}
+
+/// For curl's exit codes, as its manual lists them.
+Error failureOf(int exitCode, const Report& report) {
+    switch (exitCode) {
+        case 5:   // no such proxy
+        case 6:   // no such host
+        case 7:   // nobody listens
+        case 28:  // too slow
             return {ErrorCode::Disconnected, localized("update.unreachable", "The update server cannot be reached.")};
-        case Kind::brokenOff:
-            return {ErrorCode::Disconnected,
-                    localized("update.broken", "The connection to the update server broke off.")};
-        case Kind::insecure:
+        case 35:  // no handshake
+        case 51:
+        case 60:  // a certificate that nobody trusted has signed, or somebody else's
+        case 77:
+        case 83:
             return {ErrorCode::PermissionDenied,
                     localized("update.insecure", "There is no secure connection to the update server.")};
-        case Kind::leadsAway:
+        case 16:
+        case 18:  // less than was promised
+        case 52:  // nothing
+        case 55:
+        case 56:
+        case 92:
+        case -1:  // somebody killed it
+            return {ErrorCode::Disconnected,
+                    localized("update.broken", "The connection to the update server broke off.")};
+        case 63:
+            return tooLong();
+        case 1:
+            // The same code is for an answer that is no HTTP.
+            if (!report.status.starts_with('3')) break;
             return {ErrorCode::PermissionDenied,
                     localized("update.leads_away", "The update server leads to an address that is not secure.")};
-        case Kind::tooLong:
-            return {ErrorCode::InvalidInput, localized("update.too_long", "The update server's answer is too long.")};
-        case Kind::status:
-        case Kind::other:
+        case 22:
+            return nonsense(ErrorCode::InvalidInput, report.status);
+        default:
             break;
     }
-    return {fault.kind == Kind::status ? ErrorCode::InvalidInput : ErrorCode::Internal,
-            localized("update.nonsense", "The update server's answer makes no sense.") + " (" + fault.detail + ")"};
+    return nonsense(ErrorCode::Internal, report.reason.empty() ? "curl: " + std::to_string(exitCode) : report.reason);
+}
+
+Result<std::string> textOf(const Result<std::string>& output) {
+    if (!output) {
+        const Error& error = output.error();
+        switch (error.code) {
+            case ErrorCode::NotFound:
+                return Error{
+                    ErrorCode::Unsupported,
+                    localized("update.no_curl", "To check for updates, the program curl has to be installed.")};
+            case ErrorCode::Busy:
+                return failureOf(28, {});
+            case ErrorCode::InvalidInput:
+                return tooLong();
+            default:
+                return failureOf(error.nativeCode, reportIn(error.message));
+        }
+    }
+    Report report = reportIn(*output);
+    if (report.status != "200") return nonsense(ErrorCode::InvalidInput, report.status);
+    return std::move(report.text);
 }
 
 }  // namespace
 
-struct CurlUpdateFeed::Fetch {
-    explicit Fetch(Request request) : transfer(std::move(request)) {}
-
-    Transfer transfer;
-    Result<std::string, Fault> outcome{Fault{}};  ///< The worker's until it has ended.
-    Answer answer;                                ///< Empty once it was given up.
-    Timer failed;
-    std::unique_ptr<posix::BackgroundWork> work;  ///< Goes first: it uses the rest.
-};
-
-CurlUpdateFeed::~CurlUpdateFeed() {
-    for (const auto& fetch : fetches_) fetch->transfer.giveUp();
-}
-
 Subscription CurlUpdateFeed::fetch(const std::string& address, Answer answer) {
     const auto parsed = parseWebAddress(address);
-    const bool isLoopback = parsed && parsed->isLoopback();
-    const bool isSecure = !parsed || parsed->isSecure;
-    auto fetch = std::make_shared<Fetch>(
-        Request{address, isSecure, !isLoopback, options_.userAgent, options_.authorities, options_.libraries});
-    fetch->answer = std::move(answer);
-    fetches_.push_back(fetch);
-    auto* const started = fetch.get();
-    auto work = posix::BackgroundWork::start(
-        watch_, [started] { started->outcome = started->transfer.run(); }, [this, started] { ended(started); });
-    if (work) {
-        fetch->work = std::move(*work);
-    } else {
-        fetch->outcome = Fault{Fault::Kind::other, work.error().message};
-        fetch->failed = scheduler_.after({}, [this, started] { ended(started); });
-    }
-    return Subscription([weak = std::weak_ptr<Fetch>(fetch)] {
-        const auto alive = weak.lock();
-        if (!alive) return;
-        alive->answer = nullptr;
-        alive->transfer.giveUp();
-    });
-}
-
-void CurlUpdateFeed::ended(Fetch* fetch) {
-    std::shared_ptr<Fetch> kept;
-    for (const auto& candidate : fetches_)
-        if (candidate.get() == fetch) kept = candidate;
-    fetches_.remove(kept);
-    const auto answer = std::exchange(kept->answer, nullptr);
-    if (!answer) return;
-    answer(kept->outcome ? Result<std::string>(*kept->outcome) : errorOf(kept->outcome.error()));
+    const bool isPlain = parsed && !parsed->isSecure;
+    std::vector<std::string> words{"curl",
+                                   "-q",  // first, or ~/.curlrc is read
+                                   "--silent",
+                                   "--fail",
+                                   "--globoff",
+                                   "--location",
+                                   "--max-redirs",
+                                   "5",
+                                   "--tlsv1.2",
+                                   "--proto",
+                                   isPlain ? "=http,https" : "=https",
+                                   "--proto-redir",
+                                   "=https",
+                                   "--max-filesize",
+                                   std::to_string(kMaxFeedBytes),
+                                   "--max-time",
+                                   std::to_string(kPatience.count()),
+                                   "--user-agent",
+                                   userAgent_,
+                                   "--write-out",
+                                   kReportFormat,
+                                   "--url",
+                                   address};
+    if (parsed && parsed->isLoopback()) words.insert(words.end(), {"--noproxy", "*"});
+    return posix::readChildOutput(watch_, scheduler_, words, {kPatience, kMaxFeedBytes + kMostReportBytes},
+                                  [answer = std::move(answer)](const auto& output) { answer(textOf(output)); });
 }
 
 }  // namespace dravo::curl

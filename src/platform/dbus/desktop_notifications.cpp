@@ -77,7 +77,7 @@ void DesktopNotifications::requestPermission(std::function<void(Result<bool>)> a
 void DesktopNotifications::askGnome(std::function<void(NotificationPermission)> answer) {
     const int number = ++lastNumber_;
     pending_[number] =
-        posix::readChildOutput(watch_, scheduler_, {"gsettings", "get", kGnomeSwitch, "enable"}, kPatience,
+        posix::readChildOutput(watch_, scheduler_, {"gsettings", "get", kGnomeSwitch, "enable"}, {kPatience},
                                [this, number, answer = std::move(answer)](const Result<std::string>& text) {
                                    const auto answered = pending_.extract(number);
                                    const bool isOff = text && text->starts_with("false");

@@ -65,7 +65,7 @@ void DesktopSettings::openLink(const std::string& address) {
 void DesktopSettings::start(std::vector<std::string> words) {
     std::vector<std::string> shell{"/bin/sh", "-c", R"(exec setsid --fork "$@" >/dev/null 2>&1)", "sh"};
     shell.insert(shell.end(), words.begin(), words.end());
-    starting_ = posix::readChildOutput(watch_, scheduler_, shell, kPatience, [](const auto&) {});
+    starting_ = posix::readChildOutput(watch_, scheduler_, shell, {kPatience}, [](const auto&) {});
 }
 
 }  // namespace dravo::files

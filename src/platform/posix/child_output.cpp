@@ -18,8 +18,6 @@ namespace dravo::posix {
 
 namespace {
 
-constexpr std::size_t kMostOutput = 4096;
-
 /// A child, killed and reaped when this goes.
 class Child {
 public:
@@ -53,7 +51,9 @@ public:
         ::posix_spawn_file_actions_destroy(&files);
         if (failure == 0) return {};
         pid_ = -1;
-        return Error{ErrorCode::NotFound, words.front() + " cannot be started", failure};
+        const bool isAbsent = failure == ENOENT || failure == EACCES;
+        return Error{isAbsent ? ErrorCode::NotFound : ErrorCode::Internal, words.front() + " cannot be started",
+                     failure};
     }
 
     [[nodiscard]] pid_t pid() const { return pid_; }
@@ -77,27 +77,28 @@ private:
 /// One question to a program, until its answer or the loss of whoever asked.
 class Question {
 public:
-    Question(DescriptorWatch& watch, Scheduler& scheduler, std::function<void(const Result<std::string>&)> onDone)
-        : watch_(watch), scheduler_(scheduler), onDone_(std::move(onDone)) {}
+    Question(DescriptorWatch& watch, Scheduler& scheduler, ChildLimits limits,
+             std::function<void(const Result<std::string>&)> onDone)
+        : watch_(watch), scheduler_(scheduler), limits_(limits), onDone_(std::move(onDone)) {}
 
-    void ask(const std::vector<std::string>& words, std::chrono::milliseconds patience) {
+    void ask(const std::vector<std::string>& words) {
         std::array<int, 2> pipe{};
         if (::pipe2(pipe.data(), O_CLOEXEC) != 0) return answerLater(Error{ErrorCode::Internal, "no pipe", errno});
         output_ = UniqueFd(pipe[0]);
         const UniqueFd theirs(pipe[1]);
         ::fcntl(output_.get(), F_SETFL, O_NONBLOCK);
         if (auto started = child_.start(words, theirs.get()); !started) return answerLater(started.error());
-        timeout_ = scheduler_.after(patience, [this] { finish(Error{ErrorCode::Busy, "it takes too long"}); });
+        timeout_ = scheduler_.after(limits_.time, [this] { finish(Error{ErrorCode::Busy, "it takes too long"}); });
         readable_ = watch_.whenReadable(output_.get(), [this] { read(); });
     }
 
 private:
     void read() {
-        std::array<char, 512> part{};
+        std::array<char, 4096> part{};
         ssize_t count = 0;
         while ((count = ::read(output_.get(), part.data(), part.size())) > 0) {
             text_.append(part.data(), static_cast<std::size_t>(count));
-            if (text_.size() > kMostOutput) return finish(Error{ErrorCode::Internal, "it prints too much"});
+            if (text_.size() > limits_.output) return finish(Error{ErrorCode::InvalidInput, "it prints too much"});
         }
         if (count == 0) awaitEnd();
     }
@@ -110,7 +111,7 @@ private:
         readable_ = watch_.whenReadable(process_.get(), [this] {
             const int code = child_.reap();
             if (code == 0) return finish(std::move(text_));
-            finish(Error{ErrorCode::Internal, "it failed", code});
+            finish(Error{ErrorCode::Internal, std::move(text_), code});
         });
     }
 
@@ -128,6 +129,7 @@ private:
 
     DescriptorWatch& watch_;
     Scheduler& scheduler_;
+    ChildLimits limits_;
     std::function<void(const Result<std::string>&)> onDone_;
     Child child_;
     UniqueFd output_;
@@ -140,10 +142,9 @@ private:
 }  // namespace
 
 Subscription readChildOutput(DescriptorWatch& watch, Scheduler& scheduler, const std::vector<std::string>& words,
-                             std::chrono::milliseconds patience,
-                             std::function<void(const Result<std::string>&)> onDone) {
-    auto question = std::make_shared<Question>(watch, scheduler, std::move(onDone));
-    question->ask(words, patience);
+                             ChildLimits limits, std::function<void(const Result<std::string>&)> onDone) {
+    auto question = std::make_shared<Question>(watch, scheduler, limits, std::move(onDone));
+    question->ask(words);
     return Subscription([question]() mutable { question.reset(); });
 }
 

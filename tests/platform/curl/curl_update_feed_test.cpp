@@ -1,48 +1,148 @@
 #include "platform/curl/curl_update_feed.h"
 
-#include "app/updater.h"
-#include "feed_fixture.h"
-#include "feed_server.h"
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+
+#include "platform/posix/sd_event_loop.h"
+#include "support/child_process.h"
+#include "support/environment_variable.h"
+#include "support/temporary_folder.h"
 
 namespace dravo::curl {
 namespace {
 
-using testing::answerWith;
-using testing::FeedServer;
-using testing::FeedTest;
-using testing::kFeed;
+using dravo::testing::ChildProcess;
+using dravo::testing::EnvironmentVariable;
 
-class CurlUpdateFeedTest : public FeedTest {};
+constexpr const char* kFeed = R"({"version":"1.3.0","link":"https://dravo.example/"})";
 
-TEST_F(CurlUpdateFeedTest, FetchesTheTextAndTellsNothingAboutThePerson) {
-    FeedServer server(answerWith(kFeed));
-    for (int round = 0; round < 2; ++round) {
-        const auto text = fetched(server.address());
-        ASSERT_TRUE(text) << text.error().message;
-        EXPECT_EQ(*text, kFeed);
-    }
-    // The second time it might return the cookie of the first.
-    for (const auto& request : server.requests()) {
-        EXPECT_EQ(request, "GET /feed HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port()) +
-                               "\r\nUser-Agent: Dravo/1.2.0\r\nAccept: */*\r\n\r\n");
-    }
+std::string answerWith(const std::string& body, const std::string& status = "200 OK", const std::string& header = "") {
+    return "HTTP/1.1 " + status + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" + header + "\r\n" +
+           body;
 }
 
-TEST_F(CurlUpdateFeedTest, TakesUpToTheLargestSizeAndUpToThePromisedLength) {
-    const std::string largest(kMaxFeedBytes, 'x');
-    const std::string lie = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\nConnection: close\r\n\r\n";
-    const std::pair<std::string, std::string> rows[] = {{answerWith(largest), largest},
-                                                        {lie + kFeed, std::string(kFeed, 10)}};
-    for (const auto& [answer, taken] : rows) EXPECT_EQ(fetched(FeedServer(answer).address()).value(), taken);
+std::string sentOnTo(const std::string& address) {
+    return answerWith("", "302 Found", "Location: " + address + "\r\n");
 }
 
-TEST_F(CurlUpdateFeedTest, RefusesWhatIsNoProperAnswer) {
-    const std::string tooMuch(kMaxFeedBytes + 1, 'x');
-    std::string headers;
-    for (int line = 0; line < 10'000; ++line) headers += "X-Padding: 0123456789\r\n";
-    const auto sentOnTo = [](const std::string& address) {
-        return "HTTP/1.1 302 Found\r\nContent-Length: 0\r\nLocation: " + address + "\r\n\r\n";
-    };
+/// A feed on a real loop, for a person whose home is `folder_`.
+class CurlUpdateFeedTest : public ::testing::Test {
+protected:
+    CurlUpdateFeedTest() {
+        for (auto* const variable : {&authorities_, &proxy_, &anyProxy_, &noProxy_}) variable->set(nullptr);
+        home_.set(folder_.path().string());
+    }
+
+    /// Fetches `address` and waits for the answer.
+    Result<std::string> fetched(const std::string& address) {
+        std::optional<Result<std::string>> answer;
+        const auto transfer = feed_.fetch(address, [&](const Result<std::string>& text) { answer = text; });
+        EXPECT_FALSE(answer) << "never inside the call";
+        runUntil([&] { return answer.has_value(); });
+        return answer.value_or(Error{ErrorCode::Internal, "no answer came"});
+    }
+
+    bool runUntil(const std::function<bool()>& condition) {
+        const auto deadline = std::chrono::steady_clock::now() + dravo::testing::kPatience;
+        while (!condition() && std::chrono::steady_clock::now() < deadline) sd_event_run(loop_.event(), 2'000);
+        return condition();
+    }
+
+    /// What is found under the name of curl from here on.
+    void standIn(const std::string& script) {
+        const auto program = folder_ / "curl";
+        std::ofstream(program) << "#!/bin/sh\n" << script << '\n';
+        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+        path_.set(folder_.path().string() + ":/usr/bin:/bin");
+    }
+
+    dravo::testing::TemporaryFolder folder_;
+    EnvironmentVariable path_{"PATH"};
+    EnvironmentVariable home_{"HOME"};
+    EnvironmentVariable authorities_{"CURL_CA_BUNDLE"};
+    EnvironmentVariable proxy_{"https_proxy"};
+    EnvironmentVariable anyProxy_{"ALL_PROXY"};
+    EnvironmentVariable noProxy_{"no_proxy"};
+    posix::SdEventLoop loop_;
+    CurlUpdateFeed feed_{loop_, loop_, "Dravo/1.2.0"};
+};
+
+/// The real curl, and a server over TLS whose certificate nobody has signed but itself.
+class SecureFeedTest : public CurlUpdateFeedTest {
+protected:
+    void SetUp() override {
+        for (const char* const needed : {"/usr/bin/openssl", "/usr/bin/curl"}) {
+            if (std::filesystem::exists(needed)) continue;
+            if (std::getenv("DRAVO_REQUIRE_DESKTOP")) FAIL() << needed << " is not installed";
+            GTEST_SKIP() << needed << " is not installed";
+        }
+        server_ = std::make_unique<ChildProcess>("/bin/sh",
+                                                 ChildProcess::Options{.arguments = {"-ec", R"(cd "$1"
+                openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj /CN=127.0.0.1 \
+                    -addext subjectAltName=IP:127.0.0.1 -keyout key -out certificate
+                exec openssl s_server -HTTP -accept 127.0.0.1:0 -cert certificate -key key)",
+                                                                                     "sh", folder_.path()},
+                                                                       .environment = {{"PATH", "/usr/bin:/bin"}}});
+        constexpr std::string_view kAnnouncement = "ACCEPT 127.0.0.1:";
+        ASSERT_TRUE(dravo::testing::waitUntil([&] {
+            const auto said = server_->standardOutput();
+            const auto found = said.find(kAnnouncement);
+            if (found == said.npos || said.find('\n', found) == said.npos) return false;
+            port_ = said.substr(found + kAnnouncement.size(), said.find('\n', found) - found - kAnnouncement.size());
+            return true;
+        })) << server_->standardError();
+        serve("feed", answerWith(kFeed));
+    }
+
+    void trustTheServer() { authorities_.set((folder_ / "certificate").string()); }
+    /// Answers requests for /`page` with exactly these bytes.
+    void serve(const std::string& page, const std::string& answer) {
+        std::ofstream(folder_ / page, std::ios::binary) << answer;
+    }
+    [[nodiscard]] std::string address(const std::string& page = "feed", const std::string& host = "127.0.0.1") const {
+        return "https://" + host + ":" + port_ + "/" + page;
+    }
+
+    std::unique_ptr<ChildProcess> server_;
+    std::string port_;
+};
+
+TEST_F(SecureFeedTest, TakesWhatATrustedServerSaysAndOnlyUnderItsOwnName) {
+    // What a person allows curl in general is not allowed to us.
+    std::ofstream(folder_ / ".curlrc") << "insecure\nurl = \"" << address("other") << "\"\n";
+    const auto stranger = fetched(address());
+    ASSERT_FALSE(stranger) << *stranger;
+    EXPECT_EQ(stranger.error().code, ErrorCode::PermissionDenied) << stranger.error().message;
+
+    trustTheServer();
+    serve("elsewhere", sentOnTo("/feed"));
+    for (const char* const page : {"feed", "elsewhere"}) EXPECT_EQ(fetched(address(page)).value(), kFeed);
+    const auto otherName = fetched(address("feed", "localhost"));
+    ASSERT_FALSE(otherName);
+    EXPECT_EQ(otherName.error().code, ErrorCode::PermissionDenied);
+
+    // A proxy is asked for others, not for this machine.
+    proxy_.set("http://127.0.0.1:1");
+    EXPECT_TRUE(fetched(address()));
+    EXPECT_EQ(fetched("https://dravo.example/feed").error().code, ErrorCode::Disconnected);
+}
+
+TEST_F(SecureFeedTest, TakesUpToTheLargestSizeAndUpToThePromisedLength) {
+    trustTheServer();
+    const std::string largest(kMaxFeedBytes, '\n');
+    serve("largest", answerWith(largest));
+    EXPECT_EQ(fetched(address("largest")).value(), largest);
+    serve("liar", "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n" + std::string(kFeed));
+    EXPECT_EQ(fetched(address("liar")).value(), std::string(kFeed, 10));
+}
+
+TEST_F(SecureFeedTest, RefusesWhatIsNoProperAnswer) {
+    trustTheServer();
     const struct {
         const char* name;
         std::string answer;
@@ -52,99 +152,65 @@ TEST_F(CurlUpdateFeedTest, RefusesWhatIsNoProperAnswer) {
         {"promises more than it sends", "HTTP/1.1 200 OK\r\nContent-Length: 500\r\n\r\n{}", ErrorCode::Disconnected},
         {"cuts a chunk", "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nff\r\n{}", ErrorCode::Disconnected},
         {"announces too much", "HTTP/1.1 200 OK\r\nContent-Length: 65537\r\n\r\n{}", ErrorCode::InvalidInput},
-        {"sends too much unannounced", "HTTP/1.1 200 OK\r\n\r\n" + tooMuch, ErrorCode::InvalidInput},
-        {"headers without end", "HTTP/1.1 200 OK\r\n" + headers + "\r\n{}", ErrorCode::InvalidInput},
+        {"sends too much unannounced", "HTTP/1.1 200 OK\r\n\r\n" + std::string(kMaxFeedBytes + 2000, 'x'),
+         ErrorCode::InvalidInput},
         {"is not there", answerWith(kFeed, "404 Not Found"), ErrorCode::InvalidInput},
         {"is ill", answerWith(kFeed, "503 Service Unavailable"), ErrorCode::InvalidInput},
         {"has no content", "HTTP/1.1 204 No Content\r\n\r\n", ErrorCode::InvalidInput},
         {"sends on to nowhere", answerWith(kFeed, "302 Found"), ErrorCode::InvalidInput},
-        {"speaks another protocol", "SSH-2.0-OpenSSH_9.2\r\n", ErrorCode::Internal},
+        {"sends on in circles", sentOnTo("/page"), ErrorCode::Internal},
         {"speaks HTTP 0.9", "{\"version\":\"9\"}", ErrorCode::Internal},
-        {"sends on to http", sentOnTo("http://dravo.example/"), ErrorCode::PermissionDenied},
-        {"sends on to this machine", sentOnTo("http://127.0.0.1/"), ErrorCode::PermissionDenied},
+        {"sends on to http", sentOnTo("http://127.0.0.1/"), ErrorCode::PermissionDenied},
         {"sends on to a file", sentOnTo("file:///etc/hostname"), ErrorCode::PermissionDenied},
         {"sends on to another protocol", sentOnTo("gopher://127.0.0.1/"), ErrorCode::PermissionDenied},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        FeedServer server(row.answer);
-        const auto text = fetched(server.address());
+        serve("page", row.answer);
+        const auto text = fetched(address("page"));
         ASSERT_FALSE(text) << *text;
         EXPECT_EQ(text.error().code, row.code) << text.error().message;
         EXPECT_FALSE(text.error().message.empty());
     }
-    const std::string nobody = FeedServer(answerWith(kFeed)).address();
-    EXPECT_EQ(fetched(nobody).error().code, ErrorCode::Disconnected);
+    server_.reset();
+    EXPECT_EQ(fetched(address()).error().code, ErrorCode::Disconnected);
 }
 
-TEST_F(CurlUpdateFeedTest, SaysPlainlyThatTheLibraryIsMissing) {
-    useFeed({.libraries = {"libdravo-has-no-such-library.so.4"}});
-    FeedServer server(answerWith(kFeed));
-    const auto text = fetched(server.address());
+TEST_F(CurlUpdateFeedTest, SaysWhatIsWrongWithTheProgram) {
+    const struct {
+        const char* script;
+        ErrorCode code;
+    } rows[] = {
+        {"kill -9 $$", ErrorCode::Disconnected},       {"exec yes", ErrorCode::InvalidInput},
+        {"exit 0", ErrorCode::InvalidInput},           {"exit 2", ErrorCode::Internal},
+        {"exec >&-; exit 6", ErrorCode::Disconnected},
+    };
+    for (const auto& [script, code] : rows) {
+        standIn(script);
+        const auto text = fetched("https://dravo.example/feed");
+        ASSERT_FALSE(text) << script;
+        EXPECT_EQ(text.error().code, code) << script << ": " << text.error().message;
+    }
+    path_.set((folder_ / "nowhere").string());
+    const auto text = fetched("https://dravo.example/feed");
     ASSERT_FALSE(text);
     EXPECT_EQ(text.error().code, ErrorCode::Unsupported);
-    EXPECT_NE(text.error().message.find("libcurl"), std::string::npos);
-    // Some other library under the name.
-    useFeed({.libraries = {"libm.so.6"}});
-    EXPECT_FALSE(fetched(server.address()));
-    EXPECT_TRUE(server.requests().empty());
+    EXPECT_NE(text.error().message.find("curl"), std::string::npos);
 }
 
 TEST_F(CurlUpdateFeedTest, TheLoopRunsOnWhileAServerDawdlesUntilItIsGivenUp) {
-    FeedServer slow([](const FeedServer::Connection& connection) {
-        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 60000\r\n\r\n");
-        connection.hold();
-    });
+    standIn("echo $$ >\"$HOME/new\"; mv \"$HOME/new\" \"$HOME/pid\"; exec sleep 1000");
     bool isAnswered = false;
-    auto transfer = feed->fetch(slow.address(), [&](const auto&) { isAnswered = true; });
-    ASSERT_TRUE(runUntil([&] { return !slow.requests().empty(); }));
+    auto transfer = feed_.fetch("https://dravo.example/feed", [&](const auto&) { isAnswered = true; });
     int ticks = 0;
-    const auto ticking = loop.every(std::chrono::milliseconds{1}, [&] { ++ticks; });
-    EXPECT_TRUE(runUntil([&] { return ticks >= 20; }));
-    EXPECT_FALSE(isAnswered);
+    const auto ticking = loop_.every(std::chrono::milliseconds{1}, [&] { ++ticks; });
+    ASSERT_TRUE(runUntil([&] { return ticks >= 20 && std::filesystem::exists(folder_ / "pid"); }));
+    const int pid = std::stoi(dravo::testing::contentOf(folder_ / "pid"));
+    EXPECT_EQ(::kill(pid, 0), 0);
     transfer.reset();
-    feed.reset();
+    EXPECT_EQ(::kill(pid, 0), -1) << "neither running nor waiting to be reaped";
+    sd_event_run(loop_.event(), 0);
     EXPECT_FALSE(isAnswered);
-}
-
-TEST_F(CurlUpdateFeedTest, TransfersGivenUpAtAnyMomentNeverAnswer) {
-    FeedServer server(answerWith(kFeed));
-    int answers = 0;
-    for (int round = 0; round < 60; ++round) {
-        auto given = feed->fetch(server.address(), [&](const auto&) { ++answers; });
-        for (int turn = 0; turn < round % 6; ++turn) sd_event_run(loop.event(), 200);
-        answers = 0;
-        given.reset();
-        sd_event_run(loop.event(), 0);
-        EXPECT_EQ(answers, 0);
-    }
-    EXPECT_TRUE(fetched(server.address())) << "and the next one works";
-}
-
-TEST_F(CurlUpdateFeedTest, AsksTheEnvironmentsProxyButNotForThisMachine) {
-    FeedServer proxy(answerWith("", "403 Forbidden"));
-    const std::string address = "http://127.0.0.1:" + std::to_string(proxy.port());
-    ::setenv("https_proxy", address.c_str(), 1);
-    ::setenv("http_proxy", address.c_str(), 1);
-    EXPECT_FALSE(fetched("https://updates.dravo.example/feed"));
-    ASSERT_EQ(proxy.requests().size(), 1u);
-    EXPECT_TRUE(proxy.requests()[0].starts_with("CONNECT updates.dravo.example:443 HTTP/1.1\r\n"));
-    FeedServer server(answerWith(kFeed));
-    EXPECT_TRUE(fetched(server.address()));
-    EXPECT_EQ(proxy.requests().size(), 1u);
-    ::unsetenv("https_proxy");
-    ::unsetenv("http_proxy");
-}
-
-TEST_F(CurlUpdateFeedTest, CarriesAnUpdatersWholeCheck) {
-    FeedServer server(answerWith(kFeed));
-    Updater updater(*feed, loop, "1.2.0", feedAddress("", server.address()));
-    std::optional<Updater::Outcome> outcome;
-    updater.check([&](const Updater::Outcome& answer) { outcome = answer; });
-    ASSERT_TRUE(runUntil([&] { return outcome.has_value(); }));
-    const auto* newer = std::get_if<Updater::NewerVersion>(&*outcome);
-    ASSERT_TRUE(newer);
-    EXPECT_EQ(newer->release.version, "1.3.0");
 }
 
 }  // namespace
