@@ -15,21 +15,35 @@ struct Row {
     AppLanguage language;
     std::string_view code;
     std::string_view name;
+    PluralRule pluralRule;
 };
+
+// The rules of the catalogues' headers, as the translators of gettext have settled them.
+std::size_t formOfAny(std::uint64_t) { return 0; }
+std::size_t formOfUpToOneAndOthers(std::uint64_t n) { return n > 1 ? 1 : 0; }
+std::size_t arabicForm(std::uint64_t n) {
+    if (n < 3) return static_cast<std::size_t>(n);
+    return n % 100 >= 3 && n % 100 <= 10 ? 3 : n % 100 >= 11 ? 4 : 5;
+}
+std::size_t russianForm(std::uint64_t n) {
+    if (n % 10 == 1 && n % 100 != 11) return 0;
+    const bool isTeen = n % 100 >= 12 && n % 100 <= 14;
+    return n % 10 >= 2 && n % 10 <= 4 && !isTeen ? 1 : 2;
+}
 
 // In the order of the enumeration.
 constexpr std::array<Row, 11> kRows{{
-    {AppLanguage::system, "system", ""},
-    {AppLanguage::english, "en", "English"},
-    {AppLanguage::arabic, "ar", "العربية"},
-    {AppLanguage::german, "de", "Deutsch"},
-    {AppLanguage::spanish, "es", "Español"},
-    {AppLanguage::french, "fr", "Français"},
-    {AppLanguage::japanese, "ja", "日本語"},
-    {AppLanguage::portugueseBrazil, "pt-BR", "Português (Brasil)"},
-    {AppLanguage::simplifiedChinese, "zh-Hans", "简体中文"},
-    {AppLanguage::kazakh, "kk", "Қазақша"},
-    {AppLanguage::russian, "ru", "Русский"},
+    {AppLanguage::system, "system", "", formOfOneAndOthers},
+    {AppLanguage::english, "en", "English", formOfOneAndOthers},
+    {AppLanguage::arabic, "ar", "العربية", arabicForm},
+    {AppLanguage::german, "de", "Deutsch", formOfOneAndOthers},
+    {AppLanguage::spanish, "es", "Español", formOfOneAndOthers},
+    {AppLanguage::french, "fr", "Français", formOfUpToOneAndOthers},
+    {AppLanguage::japanese, "ja", "日本語", formOfAny},
+    {AppLanguage::portugueseBrazil, "pt-BR", "Português (Brasil)", formOfUpToOneAndOthers},
+    {AppLanguage::simplifiedChinese, "zh-Hans", "简体中文", formOfAny},
+    {AppLanguage::kazakh, "kk", "Қазақша", formOfOneAndOthers},
+    {AppLanguage::russian, "ru", "Русский", russianForm},
 }};
 
 /// With hyphens, and in lower case.
@@ -101,6 +115,8 @@ void AppLanguage::apply(PreferencesStore& preferences) const {
 }
 
 std::string_view AppLanguage::code() const { return kRows.at(value_).code; }
+
+PluralRule AppLanguage::pluralRule() const { return kRows.at(value_).pluralRule; }
 
 std::string AppLanguage::displayName() const {
     return value_ == system ? localized("System Default") : std::string(kRows.at(value_).name);

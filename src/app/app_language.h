@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/localized.h"
 #include "filter/user_defaults.h"
 
 namespace dravo {
@@ -55,6 +56,9 @@ public:
 
     /// The language's own name for itself; only `system` is named in the interface's language.
     [[nodiscard]] std::string displayName() const;
+
+    /// How it counts; `system` counts as English does.
+    [[nodiscard]] PluralRule pluralRule() const;
 
     [[nodiscard]] constexpr operator Case() const { return value_; }
 

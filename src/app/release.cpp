@@ -6,6 +6,7 @@
 
 #include "app/web_address.h"
 #include "base/parse_json.h"
+#include "base/utf8.h"
 
 namespace dravo {
 
@@ -68,22 +69,12 @@ bool readSuffix(std::string_view text, ReleaseVersion& version) {
     return mayEnd;
 }
 
-/// The code point at the start of `text`, which is valid UTF-8, and how many bytes it takes.
-std::pair<char32_t, std::size_t> codePoint(std::string_view text) {
-    const auto first = static_cast<unsigned char>(text[0]);
-    const std::size_t length = first < 0x80 ? 1 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
-    char32_t code = length == 1 ? first : first & (0x7fu >> length);
-    for (std::size_t i = 1; i < length; ++i) code = (code << 6) | (static_cast<unsigned char>(text[i]) & 0x3fu);
-    return {code, length};
-}
-
 bool isPlainText(std::string_view text) {
     while (!text.empty()) {
-        const auto [code, length] = codePoint(text);
+        const char32_t code = takeCharacter(text).value_or(0);
         const bool isControl = (code < 0x20 && code != '\n' && code != '\t') || (code >= 0x7f && code < 0xa0);
         const bool turnsDirection = (code >= 0x202a && code <= 0x202e) || (code >= 0x2066 && code <= 0x2069);
         if (isControl || turnsDirection) return false;
-        text.remove_prefix(length);
     }
     return true;
 }

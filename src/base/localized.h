@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <string>
@@ -18,12 +19,19 @@ struct TextKey {
 [[nodiscard]] constexpr TextKey textKey(std::string_view key, std::string_view english) { return {key, english}; }
 [[nodiscard]] constexpr TextKey textKey(std::string_view english) { return {english, english}; }
 
+/// Which of a language's plural forms goes with a number.
+using PluralRule = std::size_t (*)(std::uint64_t);
+
+/// English: one form for 1, another for the rest.
+[[nodiscard]] constexpr std::size_t formOfOneAndOthers(std::uint64_t n) { return n == 1 ? 0 : 1; }
+
 /// The locales of the interface: a POSIX name for the language of its texts ("de", "pt_BR", "zh_CN"), and ICU's names
-/// for the forms of its numbers and times, which follow settings of their own ("de_AT").
+/// for the forms of its numbers and times, which follow settings of their own ("de_AT"). And how the language counts.
 struct InterfaceLocale {
     std::string language = "en";
     std::string numbers = "en_US";
     std::string times = "en_US";
+    PluralRule pluralRule = formOfOneAndOthers;
     bool operator==(const InterfaceLocale&) const = default;
 };
 
@@ -42,7 +50,7 @@ public:
     [[nodiscard]] virtual std::string count(std::string_view key, std::string_view one, std::string_view other,
                                             std::uint64_t count) const {
         static_cast<void>(key);
-        return std::string(count == 1 ? one : other);
+        return std::string(formOfOneAndOthers(count) == 0 ? one : other);
     }
     [[nodiscard]] virtual InterfaceLocale locale() const { return {}; }
 };

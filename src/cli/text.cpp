@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/localized.h"
+#include "base/utf8.h"
 
 namespace dravo::cli {
 
@@ -31,6 +32,9 @@ std::size_t editDistance(std::string_view from, std::string_view to) {
     return rows.back().back();
 }
 
+/// Stands for a byte of no character.
+constexpr char32_t kUnreadable = U'\ufffd';
+
 struct CharacterRange {
     char32_t first;
     char32_t last;
@@ -39,21 +43,6 @@ struct CharacterRange {
 bool isIn(std::span<const CharacterRange> ranges, char32_t character) {
     return std::ranges::any_of(
         ranges, [&](const CharacterRange& range) { return character >= range.first && character <= range.last; });
-}
-
-/// The first character of `text`, which loses it. A byte that begins none counts as one.
-char32_t takeCharacter(std::string_view& text) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const std::size_t length = byte(0) < 0xc0 ? 1 : byte(0) < 0xe0 ? 2 : byte(0) < 0xf0 ? 3 : 4;
-    if (length == 1 || length > text.size()) {
-        const char32_t character = byte(0);
-        text.remove_prefix(1);
-        return character;
-    }
-    char32_t character = byte(0) & (0xffU >> (length + 1));
-    for (std::size_t i = 1; i < length; ++i) character = character << 6 | (byte(i) & 0x3fU);
-    text.remove_prefix(length);
-    return character;
 }
 
 std::size_t columnsOf(char32_t character) {
@@ -139,7 +128,7 @@ std::string percentText(double percent) { return filled(localized("cli.percent",
 
 std::size_t columnsOf(std::string_view text) {
     std::size_t columns = 0;
-    while (!text.empty()) columns += columnsOf(takeCharacter(text));
+    while (!text.empty()) columns += columnsOf(takeCharacter(text).value_or(kUnreadable));
     return columns;
 }
 
@@ -166,7 +155,7 @@ std::string wrapped(std::string_view text, std::size_t width) {
     bool mayBreak = false;
     while (!text.empty()) {
         const auto start = text;
-        const char32_t character = takeCharacter(text);
+        const char32_t character = takeCharacter(text).value_or(kUnreadable);
         if (character == ' ') {
             endWord();
             isSpaced = true;

@@ -5,28 +5,11 @@
 #include <limits>
 
 #include "base/shortest_text.h"
+#include "base/utf8.h"
 
 namespace dravo {
 
 namespace {
-
-bool isUtf8(std::string_view text) {
-    std::size_t i = 0;
-    while (i < text.size()) {
-        const auto lead = static_cast<unsigned char>(text[i++]);
-        if (lead < 0x80) continue;
-        const int following = lead >= 0xC2 && lead < 0xE0 ? 1 : lead >= 0xE0 && lead < 0xF0 ? 2 : 3;
-        if (lead < 0xC2 || lead > 0xF4) return false;
-        char32_t point = lead & (0x3F >> following);
-        for (int k = 0; k < following; ++k) {
-            if (i == text.size() || (static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) return false;
-            point = point << 6 | (static_cast<unsigned char>(text[i++]) & 0x3F);
-        }
-        const bool overlong = (following == 2 && point < 0x800) || (following == 3 && point < 0x10000);
-        if (overlong || (point >= 0xD800 && point < 0xE000) || point > 0x10FFFF) return false;
-    }
-    return true;
-}
 
 std::string_view withoutLeadingBlanks(std::string_view text) {
     const auto first = text.find_first_not_of(" \t\n\v\f\r");

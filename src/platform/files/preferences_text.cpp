@@ -14,6 +14,7 @@
 
 #include "base/localized.h"
 #include "base/shortest_text.h"
+#include "base/utf8.h"
 
 namespace dravo::files {
 
@@ -147,7 +148,7 @@ public:
         std::size_t at = start(place);
         for (auto column = place.column; column > 1 && at < text_.size(); --column) {
             ++at;
-            while (at < text_.size() && (static_cast<unsigned char>(text_[at]) & 0xC0) == 0x80) ++at;
+            while (at < text_.size() && continuesCharacter(text_[at])) ++at;
         }
         return at;
     }

@@ -32,15 +32,6 @@ Result<Catalogue> Catalogue::parse(std::string bytes) {
     Catalogue result;
     result.bytes_ = std::move(bytes);
     if (!result.check()) return Error{ErrorCode::InvalidInput, "not a catalogue of texts"};
-    const auto header = result.find("");
-    constexpr std::string_view kField = "Plural-Forms:";
-    const auto field = header ? header->find(kField) : std::string_view::npos;
-    if (field != std::string_view::npos) {
-        const std::string_view line = header->substr(field + kField.size());
-        auto rule = PluralRule::parse(line.substr(0, line.find('\n')));
-        if (!rule) return rule.error();
-        result.plurals_ = std::move(*rule);
-    }
     return result;
 }
 
@@ -92,15 +83,9 @@ std::optional<std::string_view> Catalogue::find(std::string_view id) const {
     return std::nullopt;
 }
 
-std::optional<std::string_view> Catalogue::text(std::string_view key, std::string_view english) const {
-    const auto found = find(idOf(key, english));
-    return found ? std::optional(firstOf(*found)) : std::nullopt;
-}
-
-std::optional<std::string_view> Catalogue::count(std::string_view key, std::string_view one,
-                                                 std::uint64_t count) const {
+std::optional<std::string_view> Catalogue::text(std::string_view key, std::string_view one, std::size_t form) const {
     auto forms = find(idOf(key, one));
-    for (std::size_t skipped = 0; forms && skipped < plurals_.formFor(count); ++skipped) {
+    for (std::size_t skipped = 0; forms && skipped < form; ++skipped) {
         const std::size_t end = forms->find('\0');
         if (end == std::string_view::npos) return std::nullopt;
         forms->remove_prefix(end + 1);

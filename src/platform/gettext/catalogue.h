@@ -1,12 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "base/result.h"
-#include "platform/gettext/plural_rule.h"
 
 namespace dravo::gettext {
 
@@ -23,13 +23,9 @@ public:
     /// Errors: `InvalidInput` (no such file, cut short, or damaged).
     [[nodiscard]] static Result<Catalogue> parse(std::string bytes);
 
-    [[nodiscard]] std::optional<std::string_view> text(std::string_view key, std::string_view english) const;
-
-    /// The form for `count` things of the text whose singular is `one`.
-    [[nodiscard]] std::optional<std::string_view> count(std::string_view key, std::string_view one,
-                                                        std::uint64_t count) const;
-
-    [[nodiscard]] const PluralRule& plurals() const { return plurals_; }
+    /// The translation of an English text, which may be the singular of several forms: the one with this number.
+    [[nodiscard]] std::optional<std::string_view> text(std::string_view key, std::string_view english,
+                                                       std::size_t form = 0) const;
 
 private:
     [[nodiscard]] bool check();
@@ -42,7 +38,6 @@ private:
     std::size_t entries_ = 0;
     std::size_t originals_ = 0;  ///< Where the tables of lengths and offsets begin.
     std::size_t translations_ = 0;
-    PluralRule plurals_;
 };
 
 }  // namespace dravo::gettext

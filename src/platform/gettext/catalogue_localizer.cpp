@@ -36,7 +36,8 @@ std::string CatalogueLocalizer::text(std::string_view key, std::string_view engl
 
 std::string CatalogueLocalizer::count(std::string_view key, std::string_view one, std::string_view other,
                                       std::uint64_t count) const {
-    const auto found = opened().catalogue.count(key, one, count);
+    const Opened& shown = opened();
+    const auto found = shown.catalogue.text(key, one, shown.locale.pluralRule(count));
     return found ? std::string(*found) : Localizer::count(key, one, other, count);
 }
 

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <numbers>
 
+#include "base/utf8.h"
+
 namespace dravo::pictures {
 
 namespace {
@@ -85,7 +87,7 @@ std::string Canvas::shortened(std::string text, double maxWidth) {
     if (maxWidth <= 0 || advance(text) <= maxWidth) return text;
     while (!text.empty() && advance(text + "…") > maxWidth) {
         do {
-            const bool continues = (static_cast<unsigned char>(text.back()) & 0xc0) == 0x80;
+            const bool continues = continuesCharacter(text.back());
             text.pop_back();
             if (!continues) break;
         } while (!text.empty());

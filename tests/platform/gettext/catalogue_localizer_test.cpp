@@ -11,6 +11,8 @@
 namespace dravo::gettext {
 namespace {
 
+using namespace std::string_literals;
+
 class CatalogueLocalizerTest : public ::testing::Test {
 protected:
     void write(const char* language, const std::string& bytes) {
@@ -23,7 +25,7 @@ protected:
 };
 
 TEST_F(CatalogueLocalizerTest, AsksForTheLanguageAtTheFirstTextAndOnlyThen) {
-    write("de", compiledCatalogue({{"", ""}, {"Off", "Aus"}}));
+    write("de", compiledCatalogue({{"", ""}, {"Off", "Aus"}, {"hours\4%lld hour", "eine\0viele"s}}));
     int asked = 0;
     const CatalogueLocalizer texts(folder_.path(), [&] {
         ++asked;
@@ -33,6 +35,8 @@ TEST_F(CatalogueLocalizerTest, AsksForTheLanguageAtTheFirstTextAndOnlyThen) {
     EXPECT_EQ(texts.text("Off", "Off"), "Aus");
     EXPECT_EQ(texts.text("On", "On"), "On");
     EXPECT_EQ(texts.count("minutes", "%lld minute", "%lld minutes", 2), "%lld minutes");
+    EXPECT_EQ(texts.count("hours", "%lld hour", "%lld hours", 1), "eine");
+    EXPECT_EQ(texts.count("hours", "%lld hour", "%lld hours", 2), "viele");
     EXPECT_EQ(texts.locale().times, "de_CH");
     EXPECT_EQ(asked, 1);
 }
