@@ -18,28 +18,12 @@ namespace dravo {
 
 namespace {
 
-ErrorCode codeFor(int number) {
-    switch (number) {
-        case ENOENT:
-        case ENOTDIR:
-            return ErrorCode::NotFound;
-        case EACCES:
-        case EPERM:
-        case EROFS:
-            return ErrorCode::PermissionDenied;
-        case EEXIST:
-            return ErrorCode::Busy;
-        default:
-            return ErrorCode::Internal;
-    }
-}
-
 constexpr TextKey kRead = textKey("cannot read %1$@: %2$@");
 constexpr TextKey kWrite = textKey("cannot write %1$@: %2$@");
 
 /// `what` names the path and the reason.
 Error failure(const TextKey& what, const std::filesystem::path& path, int number) {
-    return {codeFor(number), filled(localized(what), {path.string(), systemReason(number)}), number};
+    return {errorCodeOf(number), filled(localized(what), {path.string(), systemReason(number)}), number};
 }
 
 Error unreadable(const std::filesystem::path& path, const std::string& reason) {
@@ -103,7 +87,7 @@ void syncFolderOf(const std::filesystem::path& path) {
 
 bool isAbsent(const std::filesystem::path& path) {
     struct ::stat status {};
-    return ::lstat(path.c_str(), &status) != 0 && codeFor(errno) == ErrorCode::NotFound;
+    return ::lstat(path.c_str(), &status) != 0 && errorCodeOf(errno) == ErrorCode::NotFound;
 }
 
 Result<std::string> readFile(const std::filesystem::path& path, std::size_t maxBytes) {

@@ -41,4 +41,24 @@ std::string systemReason(int number) {
     return known == std::end(kReasons) ? std::generic_category().message(number) : localized(known->text);
 }
 
+ErrorCode errorCodeOf(int number) {
+    switch (number) {
+        case ENOENT:
+        case ENOTDIR:
+            return ErrorCode::NotFound;
+        case EACCES:
+        case EPERM:
+        case EROFS:
+            return ErrorCode::PermissionDenied;
+        case EEXIST:
+            return ErrorCode::Busy;
+        default:
+            return ErrorCode::Internal;
+    }
+}
+
+Error systemError(std::string_view what, int number) {
+    return {errorCodeOf(number), std::string(what) + ": " + systemReason(number), number};
+}
+
 }  // namespace dravo

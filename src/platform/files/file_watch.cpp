@@ -9,18 +9,14 @@
 #include <system_error>
 #include <utility>
 
+#include "base/system_reason.h"
+
 namespace dravo::files {
 
 namespace {
 
 constexpr std::uint32_t kFolderGone = IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED;
 constexpr std::uint32_t kWanted = IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
-
-Error failure(const std::filesystem::path& path) {
-    const int number = errno;
-    return {number == ENOENT || number == ENOTDIR ? ErrorCode::NotFound : ErrorCode::Internal,
-            "cannot watch " + path.string() + ": " + std::generic_category().message(number), number};
-}
 
 }  // namespace
 
@@ -30,7 +26,7 @@ FileWatch::FileWatch(DescriptorWatch& descriptors, std::function<void()> onEvent
 Result<void> FileWatch::watch(const std::vector<std::filesystem::path>& files) {
     if (!inotify_) {
         inotify_ = UniqueFd(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-        if (!inotify_) return failure(files.front());
+        if (!inotify_) return systemError(files.front().string(), errno);
         readable_ = descriptors_.whenReadable(inotify_.get(), [this] { readEvents(); });
     }
     Result<void> result;
@@ -39,7 +35,7 @@ Result<void> FileWatch::watch(const std::vector<std::filesystem::path>& files) {
         const auto folder = file.parent_path();
         const int watch = ::inotify_add_watch(inotify_.get(), folder.c_str(), kWanted);
         if (watch < 0) {
-            result = failure(folder);
+            result = systemError(folder.string(), errno);
             continue;
         }
         folders[watch].path = folder;
