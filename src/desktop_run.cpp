@@ -2,14 +2,18 @@
 
 #include "base/localized.h"
 #include "platform/posix/program_module.h"
+#include "platform/posix/thread_trial.h"
 
 namespace dravo {
 
 Result<std::unique_ptr<DesktopRun>> DesktopRun::create(const DesktopRunParts& parts) {
+    // The toolkit waits for good for a thread that it does not get.
+    if (const auto granted = posix::tryThreads(2); !granted) return granted.error();
     const auto found = posix::findInModule("dravo-desktop.so", kDesktopModuleEntry);
     if (!found) return found.error();
     const auto entry = reinterpret_cast<DesktopModuleEntry>(*found);
-    std::unique_ptr<DesktopShell> shell(entry(DRAVO_VERSION, {parts.loop, parts.panel, parts.onServerLoss}));
+    std::unique_ptr<DesktopShell> shell(
+        entry(DRAVO_VERSION, {parts.loop, parts.panel, parts.onServerLoss, parts.onFailure}));
     if (!shell)
         return Error{ErrorCode::Unsupported,
                      filled(localized("%@ belongs to another version of Dravo"), {"dravo-desktop.so"})};

@@ -14,6 +14,7 @@ struct DesktopRunParts {
     PanelParts panel;
     GuestLoop& loop;
     std::function<void()> onServerLoss;
+    std::function<void(const std::string& why)> onFailure;
 };
 
 /// The desktop's side of a run: the module with the toolkit, and the delegate over its tray icon and panel. Part of the
@@ -23,7 +24,8 @@ struct DesktopRunParts {
 class DesktopRun {
 public:
     /// Loads the module and starts the toolkit: some 20 ms, after the first table.
-    /// Errors: `NotFound`, `Unsupported` (no module of this version); the run then goes on without a panel.
+    /// Errors: `NotFound`, `Unsupported` (no module of this version), `Busy` (no thread for it); the run then goes on
+    /// without a panel. A toolkit that cannot start calls `onFailure` and ends the process.
     [[nodiscard]] static Result<std::unique_ptr<DesktopRun>> create(const DesktopRunParts& parts);
 
     /// Runs the loops until the program's own is ended; its exit code.

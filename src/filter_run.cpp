@@ -22,7 +22,7 @@ cli::ExitCode FilterRun::run(RunKind kind) {
     if (!launch()) return giveUp(guard.error());
     if (const auto loaded = loadSystemd(); !loaded) return giveUp(loaded.error());
     listen();
-    if (kind != RunKind::headless) startDesktop();
+    if (kind != RunKind::headless && (!inherited_ || inherited_->hasPanel)) startDesktop();
     const int code = desktop_ ? desktop_->run(kind) : loop_.run();
     guard_->standStillIfEnding();
     return static_cast<cli::ExitCode>(code);
@@ -144,6 +144,18 @@ void FilterRun::startDesktop() {
     updateFeed_.emplace(loop_, loop_, "Dravo/" DRAVO_VERSION);
     updater_.emplace(*updateFeed_, loop_, DRAVO_VERSION,
                      feedAddress(DRAVO_UPDATE_FEED, feed ? std::optional<std::string>(feed) : std::nullopt));
+    // A toolkit that cannot start ends the process, and some of its plug-ins crash. The filter's run goes on without
+    // it.
+    const auto line = [](const std::string& why) {
+        return "dravo: " + filled(localized("there is no panel: %@"), {why}) + '\n';
+    };
+    std::string told = line(localized("the toolkit cannot start"));
+    auto successor = makeSuccessor(false);
+    const posix::EndInterceptor otherwise([&] {
+        [[maybe_unused]] const auto written = ::write(STDERR_FILENO, told.data(), told.size());
+        static_cast<void>(startSuccessor(successor));
+        emergency_.restore();
+    });
     auto desktop = DesktopRun::create(
         {{*filterState_, preferences_, customPresets_, breakTimer_, breakNotifier_, locationProvider_, *applicator_,
           *grayscale_, *displays_, *control_, shortcutManager_, launchAtLogin_, loop_, calendar_, appearance_,
@@ -152,7 +164,8 @@ void FilterRun::startDesktop() {
          [this] {
              serverIsGone();
              ::_exit(static_cast<int>(cli::ExitCode::NoDisplayServer));
-         }});
+         },
+         [&](const std::string& why) { told = line(why); }});
     if (desktop) {
         desktop_ = std::move(*desktop);
     } else {
@@ -184,16 +197,26 @@ void FilterRun::quit() {
     loop_.quit(static_cast<int>(cli::ExitCode::Ok));
 }
 
+posix::ProgramReplacement FilterRun::makeSuccessor(bool hasPanel) const {
+    const int lock = lock_ ? lock_->descriptor() : -1;
+    const HandOver handOver{::getpid(), lock, grayscale_->isOurs(), hasPanel, filterState_->runningState()};
+    return {kHandOverVariable, encodeHandOver(handOver), lock};
+}
+
 // The displays keep what they show, the saved tables stay, and signals wait for the successor's guard.
+int FilterRun::startSuccessor(posix::ProgramReplacement& successor) {
+    guard_->suspend();
+    const int reason = successor.start();
+    guard_->resume();
+    return reason;
+}
+
 void FilterRun::relaunch() {
     filterState_->saveNow();
     defaults_.flush();
-    const HandOver handOver{::getpid(), lock_ ? lock_->bequeath(true) : -1, grayscale_->isOurs(),
-                            filterState_->runningState()};
-    guard_->suspend();
-    const auto failure = posix::replaceProgram(kHandOverVariable, encodeHandOver(handOver));
-    guard_->resume();
-    if (lock_) lock_->bequeath(false);
+    auto successor = makeSuccessor(true);
+    std::fflush(nullptr);
+    const auto failure = successor.failure(startSuccessor(successor));
     const std::string told = filled(localized("cannot start again: %@"), {failure.message});
     std::fprintf(stderr, "dravo: %s\n", told.c_str());
 }

@@ -34,6 +34,7 @@
 #include "platform/files/toml_user_defaults.h"
 #include "platform/gettext/catalogue_localizer.h"
 #include "platform/posix/background_sync.h"
+#include "platform/posix/end_interceptor.h"
 #include "platform/posix/instance_lock.h"
 #include "platform/posix/replace_program.h"
 #include "platform/posix/sd_event_loop.h"
@@ -72,6 +73,8 @@ private:
     Result<void> restore();
     void giveBack();
     void quit();
+    [[nodiscard]] posix::ProgramReplacement makeSuccessor(bool hasPanel) const;
+    int startSuccessor(posix::ProgramReplacement& successor);
     void relaunch();
     void serverIsGone();
 

@@ -14,6 +14,7 @@ struct HandOver {
     int process = 0;         ///< Whose successor this is for; the number does not change.
     int lock = -1;           ///< The descriptor that holds the lock; -1: there is none.
     bool hasGrayOn = false;  ///< The desktop's grayscale mode is on because of us.
+    bool hasPanel = true;    ///< False: the toolkit cannot start here, and that has been said.
     RunningState state;
     bool operator==(const HandOver&) const = default;
 };

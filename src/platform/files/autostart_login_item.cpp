@@ -9,6 +9,7 @@
 #include "base/localized.h"
 #include "base/report.h"
 #include "platform/files/session_environment.h"
+#include "platform/posix/program_module.h"
 
 namespace dravo::files {
 
@@ -41,12 +42,7 @@ AutostartPlace AutostartPlace::ofThisProcess(const std::filesystem::path& home) 
     for (const auto& folder : listVariable("XDG_CONFIG_DIRS", "/etc/xdg"))
         if (folder.starts_with('/')) place.configDirs.emplace_back(folder);
     place.currentDesktop = listVariable("XDG_CURRENT_DESKTOP");
-    std::error_code ignored;
-    place.program = std::filesystem::read_symlink("/proc/self/exe", ignored);
-    // An update has put another file in its place since.
-    constexpr std::string_view kReplaced = " (deleted)";
-    if (const std::string name = place.program.string(); name.ends_with(kReplaced) && !isExecutable(place.program))
-        place.program = name.substr(0, name.size() - kReplaced.size());
+    place.program = posix::programFile();
     return place;
 }
 

@@ -81,14 +81,8 @@ InstanceLock::Held InstanceLock::find(const DataFolder& folder) {
 }
 
 InstanceLock InstanceLock::adopt(int descriptor) {
-    InstanceLock lock{UniqueFd(descriptor)};
-    lock.bequeath(false);
-    return lock;
-}
-
-int InstanceLock::bequeath(bool isInherited) const {
-    fcntl(file_.get(), F_SETFD, isInherited ? 0 : FD_CLOEXEC);
-    return file_.get();
+    fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    return InstanceLock{UniqueFd(descriptor)};
 }
 
 pid_t InstanceLock::holder(const DataFolder& folder) { return find(folder).by; }

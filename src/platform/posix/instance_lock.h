@@ -28,8 +28,8 @@ public:
 
     /// Goes on with the lock that this process holds by `descriptor`, from before it replaced its program.
     [[nodiscard]] static InstanceLock adopt(int descriptor);
-    /// The descriptor, which the program that replaces this one inherits if `isInherited`.
-    int bequeath(bool isInherited) const;
+    /// For a program that replaces this one.
+    [[nodiscard]] int descriptor() const { return file_.get(); }
 
     /// The process that holds the lock, or 0 if nobody does.
     [[nodiscard]] static pid_t holder(const DataFolder& folder);

@@ -2,15 +2,24 @@
 
 #include <dlfcn.h>
 
-#include <filesystem>
+#include <string_view>
 
 #include "base/localized.h"
 
 namespace dravo::posix {
 
-Result<void*> findInModule(const char* file, const char* entry) {
+std::filesystem::path programFile() {
     std::error_code ignored;
-    const auto folder = std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path();
+    auto file = std::filesystem::read_symlink("/proc/self/exe", ignored);
+    constexpr std::string_view kReplaced = " (deleted)";
+    if (const std::string name = file.string(); name.ends_with(kReplaced) && !std::filesystem::exists(file, ignored))
+        file = name.substr(0, name.size() - kReplaced.size());
+    return file;
+}
+
+Result<void*> findInModule(const char* file, const char* entry) {
+    const auto folder = programFile().parent_path();
+    std::error_code ignored;
     for (const auto& path : {folder / file, folder.parent_path() / "lib" / "dravo" / file}) {
         if (!std::filesystem::exists(path, ignored)) continue;
         void* const module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);

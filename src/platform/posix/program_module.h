@@ -1,8 +1,13 @@
 #pragma once
 
+#include <filesystem>
+
 #include "base/result.h"
 
 namespace dravo::posix {
+
+/// The file that this program was started from, also if another one was put in its place since; empty: not known.
+[[nodiscard]] std::filesystem::path programFile();
 
 /// Loads a module of the program, from beside the executable or from where modules are installed, and finds `entry` in
 /// it. A module brings libraries that most runs have no use for. It is never unloaded.

@@ -4,15 +4,14 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <string_view>
 #include <system_error>
 #include <thread>
-#include <vector>
+
+#include "base/system_reason.h"
+#include "platform/posix/program_module.h"
 
 namespace dravo::posix {
 
@@ -21,24 +20,16 @@ namespace {
 /// The words of this process's command line, in order.
 std::vector<std::string> commandLine() {
     std::ifstream file("/proc/self/cmdline", std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
     std::vector<std::string> words;
-    for (std::size_t at = 0; at < text.size();) {
-        const auto end = text.find('\0', at);
-        words.push_back(text.substr(at, end - at));
-        if (end == std::string::npos) break;
-        at = end + 1;
-    }
+    for (std::string word; std::getline(file, word, '\0');) words.push_back(word);
     return words;
 }
 
-/// Where the program was started from, also if that file has been replaced.
-std::string programPath() {
-    std::error_code ignored;
-    std::string path = std::filesystem::read_symlink("/proc/self/exe", ignored).string();
-    constexpr std::string_view kReplaced = " (deleted)";
-    if (path.ends_with(kReplaced)) path.erase(path.size() - kReplaced.size());
-    return path;
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (auto& text : texts) pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
 }
 
 /// The descriptors that watch files.
@@ -49,10 +40,6 @@ std::vector<int> fileWatches() {
         if (std::filesystem::read_symlink(entry.path(), ignored) == "anon_inode:inotify")
             found.push_back(std::stoi(entry.path().filename()));
     return found;
-}
-
-void setInherited(const std::vector<int>& descriptors, bool isInherited) {
-    for (const int descriptor : descriptors) ::fcntl(descriptor, F_SETFD, isInherited ? 0 : FD_CLOEXEC);
 }
 
 }  // namespace
@@ -67,24 +54,29 @@ void letGoOfFileWatches() {
     }
 }
 
-Error replaceProgram(const char* name, const std::string& value) {
-    auto words = commandLine();
-    std::vector<char*> arguments;
-    for (auto& word : words) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    std::fflush(nullptr);
-    ::setenv(name, value.c_str(), 1);
-    const std::string path = programPath();
-    const auto watches = fileWatches();
-    setInherited(watches, true);
-    ::execv(path.c_str(), arguments.data());
+ProgramReplacement::ProgramReplacement(const char* name, const std::string& value, int descriptor)
+    : path_(programFile()), words_(commandLine()), descriptors_(fileWatches()) {
+    if (descriptor >= 0) descriptors_.push_back(descriptor);
+    const std::string ours = std::string(name) + '=';
+    for (char** variable = environ; *variable; ++variable)
+        if (!std::string_view(*variable).starts_with(ours)) variables_.emplace_back(*variable);
+    variables_.push_back(ours + value);
+    arguments_ = pointersTo(words_);
+    environment_ = pointersTo(variables_);
+}
+
+int ProgramReplacement::start() {
+    setInherited(true);
+    ::execve(path_.c_str(), arguments_.data(), environment_.data());
     const int reason = errno;
-    setInherited(watches, false);
-    ::unsetenv(name);
-    const auto code = reason == ENOENT   ? ErrorCode::NotFound
-                      : reason == EACCES ? ErrorCode::PermissionDenied
-                                         : ErrorCode::Internal;
-    return {code, path + ": " + std::strerror(reason), reason};
+    setInherited(false);
+    return reason;
+}
+
+Error ProgramReplacement::failure(int number) const { return systemError(path_, number); }
+
+void ProgramReplacement::setInherited(bool isInherited) const {
+    for (const int descriptor : descriptors_) ::fcntl(descriptor, F_SETFD, isInherited ? 0 : FD_CLOEXEC);
 }
 
 }  // namespace dravo::posix

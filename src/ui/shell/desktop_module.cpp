@@ -1,7 +1,10 @@
+#include <unistd.h>
+
 #include <QApplication>
 #include <cstdlib>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include "app/desktop_shell.h"
 #include "ui/controls/accessibility.h"
@@ -25,36 +28,77 @@ void endOfProcess() {
     if (onServerLoss) onServerLoss();
 }
 
-/// Sets an environment variable for as long as it lives.
-class PassingVariable {
+/// The process's environment as the toolkit is to see it, for as long as this lives. Another thread that reads the
+/// environment meanwhile finds one or the other, whole.
+class ToolkitEnvironment {
 public:
-    PassingVariable(const char* name, const char* value)
-        : name_(name), before_(qgetenv(name)), wasSet_(qEnvironmentVariableIsSet(name)) {
-        qputenv(name, value);
+    ToolkitEnvironment() {
+        for (char** variable = environ; *variable; ++variable)
+            if (isForTheToolkit(*variable)) variables_.push_back(*variable);
+        // A platform theme would load a second toolkit for a look that we do not use.
+        variables_.push_back(noDesktop_);
+        // With two screens the toolkit forgets the desktop's bars otherwise.
+        variables_.push_back(bars_);
+        variables_.push_back(nullptr);
+        environ = variables_.data();
     }
-    ~PassingVariable() {
-        if (wasSet_) {
-            qputenv(name_, before_);
-        } else {
-            qunsetenv(name_);
-        }
-    }
-    PassingVariable(const PassingVariable&) = delete;
-    PassingVariable& operator=(const PassingVariable&) = delete;
+    ~ToolkitEnvironment() { environ = processes_; }
+    ToolkitEnvironment(const ToolkitEnvironment&) = delete;
+    ToolkitEnvironment& operator=(const ToolkitEnvironment&) = delete;
 
 private:
-    const char* name_;
-    QByteArray before_;
-    bool wasSet_;
+    // Platform, theme, style and input plug-ins are chosen here; a wrong one of them ends the process. A panel without
+    // a size, or one that no memory can hold, helps nobody.
+    static bool isForTheToolkit(std::string_view variable) {
+        constexpr std::string_view kScale = "QT_SCALE_FACTOR=";
+        if (variable.starts_with(kScale)) {
+            const double factor = QByteArray(variable.data() + kScale.size()).toDouble();
+            return factor >= 0.25 && factor <= 8;
+        }
+        for (const std::string_view ours :
+             {"QT_QPA_", "QT_STYLE_OVERRIDE=", "XDG_CURRENT_DESKTOP=", "QT_RELY_ON_NET_WORKAREA_ATOM="})
+            if (variable.starts_with(ours)) return false;
+        return true;
+    }
+
+    char** processes_ = environ;
+    char noDesktop_[25] = "XDG_CURRENT_DESKTOP=none";
+    char bars_[31] = "QT_RELY_ON_NET_WORKAREA_ATOM=1";
+    std::vector<char*> variables_;
+};
+
+/// What the toolkit complains about while it starts, in one line: when it gives up, right before it ends the process,
+/// it is the reason; else it is printed as ever.
+class ToolkitComplaints {
+public:
+    explicit ToolkitComplaints(std::function<void(const std::string&)> onFailure) {
+        said_.clear();
+        onFailure_ = std::move(onFailure);
+        qInstallMessageHandler(hear);
+    }
+    ~ToolkitComplaints() {
+        qInstallMessageHandler(nullptr);
+        if (!said_.empty()) qWarning("%s", said_.c_str());
+    }
+    ToolkitComplaints(const ToolkitComplaints&) = delete;
+    ToolkitComplaints& operator=(const ToolkitComplaints&) = delete;
+
+private:
+    static void hear(QtMsgType type, const QMessageLogContext&, const QString& text) {
+        if (type != QtFatalMsg || said_.empty())
+            said_ += (said_.empty() ? "" : "; ") + text.section('\n', 0, 0).toStdString();
+        if (type == QtFatalMsg) onFailure_(said_);
+    }
+
+    static inline std::string said_;
+    static inline std::function<void(const std::string&)> onFailure_;
 };
 
 class Toolkit {
 public:
-    Toolkit() {
-        // A platform theme would load a second toolkit for a look that we do not use.
-        const PassingVariable noDesktop("XDG_CURRENT_DESKTOP", "none");
-        // With two screens the toolkit forgets the desktop's bars otherwise.
-        const PassingVariable bars("QT_RELY_ON_NET_WORKAREA_ATOM", "1");
+    explicit Toolkit(std::function<void(const std::string&)> onFailure) {
+        const ToolkitEnvironment environment;
+        const ToolkitComplaints complaints(std::move(onFailure));
         application_ = std::make_unique<QApplication>(count_, words_);
         QApplication::setQuitOnLastWindowClosed(false);
         QApplication::setApplicationName(QStringLiteral("Dravo"));
@@ -66,9 +110,11 @@ public:
     }
 
 private:
-    int count_ = 1;
     char name_[6] = "dravo";
-    char* words_[2] = {name_, nullptr};
+    char platform_[10] = "-platform";
+    char xcb_[4] = "xcb";
+    char* words_[4] = {name_, platform_, xcb_, nullptr};
+    int count_ = 3;
     std::unique_ptr<QApplication> application_;
 };
 
@@ -76,6 +122,7 @@ class Shell : public DesktopShell {
 public:
     explicit Shell(const DesktopShellParts& parts)
         : parts_(parts.panel),
+          toolkit_(parts.onFailure),
           loop_(parts.loop),
           tray_(parts.panel.scheduler),
           window_(parts.panel.scheduler, {[this] { return tray_.geometry(); }, [this] { adoptAppearance(); },
