@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QFontDatabase>
+#include <QScreen>
 #include <QToolTip>
 #include <algorithm>
 #include <cmath>
@@ -96,6 +97,21 @@ Theme& current() {
     return theme;
 }
 
+struct Typeface {
+    QFont font;
+    double scale = 1;
+};
+
+/// Made once: looking for a family costs more than a start can spare.
+Typeface& typeface() {
+    static Typeface made = [] {
+        QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
+        font.setFamilies({QStringLiteral("Inter"), font.family()});
+        return Typeface{font};
+    }();
+    return made;
+}
+
 QString css(const QColor& colour) {
     return QStringLiteral("rgba(%1,%2,%3,%4)")
         .arg(colour.red())
@@ -146,7 +162,7 @@ QPalette Theme::palette() const {
 
 QString Theme::styleSheet() const {
     return QStringLiteral(
-               "QMenu { background: %1; color: %2; border: 1px solid %3; padding: 5px; font-size: 13px; }"
+               "QMenu { background: %1; color: %2; border: 1px solid %3; padding: 5px; }"
                "QMenu::item { padding: 5px 22px 5px 12px; border-radius: 5px; }"
                "QMenu::item:selected { background: %4; }"
                "QMenu::item:disabled { color: %5; }"
@@ -171,15 +187,9 @@ void setTheme(const Theme& theme) {
 }
 
 QFont fontOf(TextStyle style) {
-    // Made once: looking for a family costs more than a start can spare.
-    static const QFont base = [] {
-        QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
-        font.setFamilies({QStringLiteral("Inter"), font.family()});
-        return font;
-    }();
-    QFont font = base;
+    QFont font = typeface().font;
     // Sizes between two pixels are points at 96 dpi: 0.75 points are a pixel.
-    const auto pixels = [&](double size) { font.setPointSizeF(size * 0.75); };
+    const auto pixels = [&](double size) { font.setPointSizeF(size * 0.75 * typeface().scale); };
     switch (style) {
         case TextStyle::headline:
             pixels(15);
@@ -200,6 +210,18 @@ QFont fontOf(TextStyle style) {
         style == TextStyle::headline || style == TextStyle::title || style == TextStyle::captionStrong;
     font.setWeight(isStrong ? QFont::DemiBold : QFont::Normal);
     return font;
+}
+
+double textScale() {
+    const auto* const screen = QGuiApplication::primaryScreen();
+    return typeface().scale * (screen ? std::max(screen->logicalDotsPerInch() / 96, 1.0) : 1);
+}
+
+int forText(int length) { return static_cast<int>(std::lround(length * textScale())); }
+
+void setTypeface(const QString& family, double scale) {
+    typeface().font.setFamilies({family});
+    typeface().scale = scale;
 }
 
 double contrastRatio(const QColor& one, const QColor& other) {

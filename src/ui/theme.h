@@ -16,7 +16,7 @@ enum class TextStyle { headline, title, body, caption, captionStrong, caption2 }
 ///
 /// Thread: main thread.
 struct Theme {
-    static constexpr int kPanelWidth = 320;
+    static constexpr int kPanelWidth = 320;  ///< For text, as `forText` has it.
     static constexpr int kPadding = 16;
     static constexpr int kBlockGap = 12;
     static constexpr int kGap = 8;
@@ -71,6 +71,16 @@ struct Theme {
 void setTheme(const Theme& theme);
 
 [[nodiscard]] QFont fontOf(TextStyle style);
+
+/// How many times larger than at scale 1 text is, where the toolkit does not enlarge everything alike.
+[[nodiscard]] double textScale();
+
+/// The pixels of a length that has to hold text; `length` at scale 1.
+[[nodiscard]] int forText(int length);
+
+/// Sets all text of panels made from now on in this family, instead of the desktop's, and `scale` times as large: so
+/// that pictures are the same on every machine.
+void setTypeface(const QString& family, double scale = 1);
 
 /// Where a line of text begins, and its middle; a painter mirrors it by itself where writing goes the other way.
 inline constexpr int kLeadingAlignment = Qt::AlignLeft | Qt::AlignVCenter;

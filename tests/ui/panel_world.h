@@ -78,6 +78,12 @@ struct PanelWorld : FilterWorld {
     }
     [[nodiscard]] ui::AdjustmentSlider& slider(const QString& name) const { return *find<ui::AdjustmentSlider>(name); }
 
+    static QString textOf(const QWidget* part) {
+        const auto* const label = qobject_cast<const QLabel*>(part);
+        const auto* const button = qobject_cast<const QAbstractButton*>(part);
+        return label ? label->text() : button ? button->text() : QString();
+    }
+
     memory::MemoryHotKeys hotKeys;
     memory::MemoryLoginItem loginItem;
     memory::MemoryAppearance appearance;
@@ -91,11 +97,6 @@ struct PanelWorld : FilterWorld {
     int relaunches = 0;
     int quits = 0;
     std::unique_ptr<ui::MenuBarView> panel;
-
-private:
-    static QString textOf(const QLabel* label) { return label->text(); }
-    static QString textOf(const QAbstractButton* button) { return button->text(); }
-    static QString textOf(const QWidget*) { return {}; }
 };
 
 }  // namespace dravo::testing

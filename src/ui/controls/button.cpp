@@ -124,7 +124,7 @@ void PushButton::setMuted(bool isMuted) {
 
 QSize PushButton::sizeHint() const {
     const int padding = kind_ == Kind::link ? 2 : kind_ == Kind::plain ? kSidePadding : kPrimarySidePadding;
-    return {fontMetrics().horizontalAdvance(text()) + 2 * padding + 1, kButtonHeight};
+    return {fontMetrics().horizontalAdvance(text()) + 2 * padding + 1, forText(kButtonHeight)};
 }
 
 QColor PushButton::ink() const {
@@ -173,7 +173,7 @@ DisclosureButton::DisclosureButton(const QString& title, QWidget* parent) : Butt
 }
 
 QSize DisclosureButton::sizeHint() const {
-    return {Theme::kSmallIcon + kChevronGap + fontMetrics().horizontalAdvance(text()), Theme::kTarget};
+    return {Theme::kSmallIcon + kChevronGap + fontMetrics().horizontalAdvance(text()), forText(Theme::kTarget)};
 }
 
 void DisclosureButton::paintEvent(QPaintEvent*) {

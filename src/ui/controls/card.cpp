@@ -7,6 +7,7 @@
 #include <QTimer>
 
 #include "ui/controls/layout.h"
+#include "ui/controls/row.h"
 
 namespace dravo::ui {
 
@@ -16,7 +17,7 @@ Card::Card(QWidget* parent) : QWidget(parent) {
     title_ = new Label({}, TextStyle::title);
     message_ = new Label({}, TextStyle::caption, Tone::secondary);
     answers_ = new QWidget;
-    layOut<QHBoxLayout>(answers_, Theme::kGap);
+    (new Row(answers_))->addStretch();
     column->addWidget(title_->wrapped());
     column->addWidget(message_->wrapped());
     column->addWidget(answers_);
@@ -32,12 +33,11 @@ void Card::setContent(const QString& title, const QString& message, const std::v
     message_->setVisible(!message.isEmpty());
     setAccessibleName(title);
     setAccessibleDescription(message);
-    auto* const row = static_cast<QHBoxLayout*>(answers_->layout());
+    auto* const row = answers_->layout();
     while (auto* const item = row->takeAt(0)) {
         if (item->widget()) item->widget()->deleteLater();
         delete item;
     }
-    row->addStretch();
     for (const auto& answer : answers) {
         auto* const button = new PushButton(answer.title, answer.kind);
         // The answer takes the card away, and this button with it.

@@ -17,6 +17,8 @@ using namespace std::chrono_literals;
 constexpr auto kRest = 1s;
 constexpr int kFieldRadius = 6;
 constexpr int kFieldPadding = 6;
+constexpr int kTextFieldHeight = 26;
+constexpr int kCursorRoom = 6;
 constexpr int kStepper = 14;
 constexpr int kStepIcon = 10;
 
@@ -43,6 +45,12 @@ TextField::TextField(const QString& placeholder, QWidget* parent) : QLineEdit(pa
     setFrame(false);
     setTextMargins(kFieldPadding, 0, kFieldPadding, 0);
     clearGround(*this);
+}
+
+QSize TextField::sizeHint() const { return {QLineEdit::sizeHint().width(), forText(kTextFieldHeight)}; }
+
+QSize TextField::minimumSizeHint() const {
+    return {fontMetrics().horizontalAdvance(placeholderText()) + 2 * kFieldPadding + kCursorRoom, sizeHint().height()};
 }
 
 void TextField::paintEvent(QPaintEvent* event) {
@@ -109,7 +117,7 @@ bool TimeField::eventFilter(QObject* watched, QEvent* event) {
 
 QSize TimeField::sizeHint() const {
     const QString widest = usesTwelveHours() ? QStringLiteral("00:00 AM") : QStringLiteral("00:00");
-    return {fontMetrics().horizontalAdvance(widest) + 2 * kFieldPadding + kStepper + 8, Theme::kTarget};
+    return {fontMetrics().horizontalAdvance(widest) + 2 * kFieldPadding + kStepper + 8, forText(Theme::kTarget)};
 }
 
 void TimeField::wheelEvent(QWheelEvent* event) {

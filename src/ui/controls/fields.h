@@ -16,7 +16,8 @@ class TextField : public QLineEdit {
 public:
     explicit TextField(const QString& placeholder, QWidget* parent = nullptr);
 
-    [[nodiscard]] QSize sizeHint() const override { return {QLineEdit::sizeHint().width(), 26}; }
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override;
 
 protected:
     void paintEvent(QPaintEvent* event) override;

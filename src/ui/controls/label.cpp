@@ -3,8 +3,22 @@
 #include <QPainter>
 #include <QTextBoundaryFinder>
 #include <algorithm>
+#include <cmath>
+#include <vector>
 
 namespace dravo::ui {
+
+namespace {
+
+/// Calls `visit` with each part of `text` behind which a line may end, the space there included.
+template <typename Visit>
+void forEachWord(const QString& text, Visit visit) {
+    QTextBoundaryFinder ends(QTextBoundaryFinder::Line, text);
+    for (auto from = ends.position(); ends.toNextBoundary() >= 0; from = ends.position())
+        visit(text.mid(from, ends.position() - from));
+}
+
+}  // namespace
 
 QPalette::ColorRole roleOf(Tone tone) {
     switch (tone) {
@@ -42,13 +56,20 @@ Label* Label::wrapped() {
     return this;
 }
 
-int Label::longestWord() const {
+int longestWordOf(const QString& text, const QFontMetrics& metrics) {
     int width = 0;
-    const QString all = text();
-    QTextBoundaryFinder breaks(QTextBoundaryFinder::Line, all);
-    for (auto from = breaks.position(); breaks.toNextBoundary() >= 0; from = breaks.position())
-        width = std::max(width, fontMetrics().horizontalAdvance(all.mid(from, breaks.position() - from).trimmed()));
+    forEachWord(text, [&](const QString& word) { width = std::max(width, metrics.horizontalAdvance(word.trimmed())); });
     return width;
+}
+
+int Label::twoLineWidth() const {
+    const QFontMetricsF metrics(font());
+    qreal whole = 0;
+    std::vector<qreal> lineEnds;
+    forEachWord(text(), [&](const QString& word) { lineEnds.push_back(whole += metrics.horizontalAdvance(word)); });
+    qreal width = whole;
+    for (const qreal end : lineEnds) width = std::min(width, std::max(end, whole - end));
+    return static_cast<int>(std::ceil(width)) + 1;
 }
 
 QSize Label::minimumSizeHint() const {

@@ -10,6 +10,9 @@ namespace dravo::ui {
 /// What a text's colour says.
 enum class Tone { plain, secondary, accent, green, orange, red };
 
+/// The width in pixels of the longest part of `text` that cannot be broken.
+[[nodiscard]] int longestWordOf(const QString& text, const QFontMetrics& metrics);
+
 /// Plain text in one of the panel's styles. It is read as it stands: never as markup.
 class Label : public QLabel {
     Q_OBJECT
@@ -20,8 +23,9 @@ public:
     void setTone(Tone tone);
     /// Breaks the text into lines where the panel ends.
     Label* wrapped();
-    /// The width in pixels of the longest part that cannot be broken.
-    [[nodiscard]] int longestWord() const;
+    [[nodiscard]] int longestWord() const { return longestWordOf(text(), fontMetrics()); }
+    /// The least width in pixels in which the text needs no more than two lines.
+    [[nodiscard]] int twoLineWidth() const;
     /// The toolkit's would be that of a much narrower label, and with it the whole panel's higher than the panel.
     [[nodiscard]] QSize minimumSizeHint() const override;
 };

@@ -10,6 +10,7 @@ namespace dravo::ui {
 namespace {
 
 constexpr int kSidePadding = 8;
+constexpr int kRegularHeight = 28;
 
 void fill(QMenu& menu, const std::vector<MenuLine>& lines) {
     for (const auto& line : lines) {
@@ -62,13 +63,18 @@ void MenuButton::setChoice(const QString& text, const QPixmap& picture) {
     update();
 }
 
-QSize MenuButton::sizeHint() const {
-    const int picture = picture_.isNull() ? 0 : Theme::kSmallIcon + Theme::kGap;
-    return {fontMetrics().horizontalAdvance(text()) + picture + 2 * kSidePadding + Theme::kGap + Theme::kSmallIcon,
-            size_ == Size::regular ? 28 : Theme::kTarget};
+int MenuButton::widthFor(const QString& choice, bool hasPicture) const {
+    const int picture = hasPicture ? Theme::kSmallIcon + Theme::kGap : 0;
+    return fontMetrics().horizontalAdvance(choice) + picture + 2 * kSidePadding + Theme::kGap + Theme::kSmallIcon;
 }
 
-QSize MenuButton::minimumSizeHint() const { return size_ == Size::regular ? QSize(80, 28) : sizeHint(); }
+QSize MenuButton::sizeHint() const {
+    return {widthFor(text(), !picture_.isNull()), forText(size_ == Size::regular ? kRegularHeight : Theme::kTarget)};
+}
+
+QSize MenuButton::minimumSizeHint() const {
+    return size_ == Size::regular ? QSize(80, sizeHint().height()) : sizeHint();
+}
 
 void MenuButton::open() {
     if (lines_) openMenu(*this, lines_(), width());

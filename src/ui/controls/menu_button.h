@@ -35,6 +35,8 @@ public:
     /// `lines` is asked whenever the menu opens.
     void setLines(std::function<std::vector<MenuLine>()> lines) { lines_ = std::move(lines); }
 
+    /// The width in pixels in which this choice is shown in full.
+    [[nodiscard]] int widthFor(const QString& choice, bool hasPicture) const;
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
 

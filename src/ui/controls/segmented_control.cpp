@@ -2,6 +2,7 @@
 
 #include <QPainter>
 
+#include "ui/controls/label.h"
 #include "ui/controls/layout.h"
 
 namespace dravo::ui {
@@ -11,6 +12,7 @@ namespace {
 constexpr int kGroove = 2;
 constexpr int kSegmentRadius = 5;
 constexpr int kSegmentPadding = 6;
+constexpr int kSetting = Qt::AlignCenter | Qt::TextWordWrap;
 
 /// One of them; a radio button to assistive technology.
 class Segment : public Button {
@@ -20,10 +22,20 @@ public:
         setCheckable(true);
         setAutoExclusive(true);
         setFont(fontOf(TextStyle::caption));
-        setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+        QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+        policy.setHeightForWidth(true);
+        setSizePolicy(policy);
     }
     QSize sizeHint() const override {
-        return {fontMetrics().horizontalAdvance(text()) + 2 * kSegmentPadding, Theme::kTarget};
+        return {fontMetrics().horizontalAdvance(text()) + 2 * kSegmentPadding, forText(Theme::kTarget)};
+    }
+    QSize minimumSizeHint() const override {
+        return {longestWordOf(text(), fontMetrics()) + 2 * kSegmentPadding, sizeHint().height()};
+    }
+    int heightForWidth(int width) const override {
+        const QRect room(0, 0, width - 2 * kSegmentPadding, 0);
+        const int more = fontMetrics().boundingRect(room, kSetting, text()).height() - fontMetrics().height();
+        return sizeHint().height() + more;
     }
 
 protected:
@@ -37,8 +49,7 @@ protected:
             painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), kSegmentRadius, kSegmentRadius);
         }
         painter.setPen(isChecked() || isHot() ? t.text : t.secondary);
-        painter.drawText(rect(), Qt::AlignCenter,
-                         fontMetrics().elidedText(text(), Qt::ElideRight, width() - kSegmentPadding));
+        painter.drawText(rect().adjusted(kSegmentPadding, 0, -kSegmentPadding, 0), kSetting, text());
         if (showsFocus()) drawFocusRing(painter, rect(), kSegmentRadius);
     }
 };

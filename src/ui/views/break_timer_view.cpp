@@ -3,6 +3,7 @@
 #include <QPainter>
 
 #include "ui/controls/layout.h"
+#include "ui/controls/row.h"
 #include "ui/texts.h"
 
 namespace dravo::ui {
@@ -42,7 +43,7 @@ BreakTimerView::BreakTimerView(const PanelParts& parts) : View(parts) {
 
 QWidget* BreakTimerView::makeIntervalRow() {
     auto* const widget = new QWidget(this);
-    auto* const row = layOut<QHBoxLayout>(widget, Theme::kGap);
+    auto* const row = new Row(widget);
     row->addWidget(new Label(text("Remind every"), TextStyle::caption));
     interval_ = new MenuButton(MenuButton::Size::small, text("Remind every"), widget);
     interval_->setLines([this] {
@@ -63,9 +64,9 @@ QWidget* BreakTimerView::makeIntervalRow() {
 
 QWidget* BreakTimerView::makeDeniedRow() {
     auto* const widget = new QWidget(this);
-    auto* const row = layOut<QHBoxLayout>(widget, Theme::kGap);
+    auto* const row = new Row(widget);
     row->addWidget(new IconMark(Icon::bellOff, Theme::kSmallIcon, Tone::orange));
-    row->addWidget((new Label(text("Notifications are off in System Settings."), TextStyle::caption))->wrapped(), 1);
+    row->addWidget((new Label(text("Notifications are off in System Settings."), TextStyle::caption))->wrapped());
     if (parts_.systemSettings.offers(SystemSettings::Page::notifications)) {
         auto* const open = new PushButton(text("Open Settings"), PushButton::Kind::link);
         open->onClick([this] { parts_.systemSettings.open(SystemSettings::Page::notifications); });
@@ -77,10 +78,11 @@ QWidget* BreakTimerView::makeDeniedRow() {
 QWidget* BreakTimerView::makeBreakRow() {
     auto* const widget = new BreakRow;
     widget->setParent(this);
-    auto* const row = layOut<QHBoxLayout>(widget, Theme::kGap);
+    auto* const row = new Row(widget);
     row->setContentsMargins(kBreakPadding, kBreakPadding, kBreakPadding, kBreakPadding);
     row->addWidget(new IconMark(Icon::eye, Theme::kSmallIcon, Tone::green));
-    row->addWidget((new Label(inOwnDigits(text("Look 20 feet away")), TextStyle::caption))->wrapped(), 1);
+    row->addWidget((new Label(inOwnDigits(text("Look 20 feet away")), TextStyle::caption))->wrapped());
+    row->addStretch();
     breakLeft_ = new FigureLabel(TextStyle::caption, Tone::plain);
     row->addWidget(breakLeft_);
     auto* const done = new PushButton(text("Done"), PushButton::Kind::plain);

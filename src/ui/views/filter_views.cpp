@@ -6,6 +6,7 @@
 #include "app/filter_control.h"
 #include "ui/controls/layout.h"
 #include "ui/controls/menu_button.h"
+#include "ui/controls/row.h"
 #include "ui/texts.h"
 
 namespace dravo::ui {
@@ -56,10 +57,11 @@ QuickToggleView::QuickToggleView(const PanelParts& parts) : View(parts) {
     column->addLayout(row);
 
     pausedRow_ = new QWidget(this);
-    auto* const paused = layOut<QHBoxLayout>(pausedRow_, Theme::kGap);
+    auto* const paused = new Row(pausedRow_);
     paused->addWidget(new IconMark(Icon::paused, Theme::kSmallIcon, Tone::secondary));
     paused_ = new Label({}, TextStyle::caption, Tone::secondary);
-    paused->addWidget(paused_->wrapped(), 1);
+    paused->addWidget(paused_->wrapped());
+    paused->addStretch();
     auto* const resume = new PushButton(text("Resume"), PushButton::Kind::plain);
     resume->onClick([this] { parts_.filterState.resume(); });
     paused->addWidget(resume);

@@ -10,7 +10,7 @@ namespace dravo::ui {
 MenuBarView::MenuBarView(const PanelParts& parts)
     : View(parts),
       editing_({parts.filterState, parts.customPresetStore, parts.applicator, parts.grayscale, parts.scheduler}) {
-    setFixedWidth(Theme::kPanelWidth);
+    setFixedWidth(forText(Theme::kPanelWidth));
     auto* const column = layOut<QVBoxLayout>(this, Theme::kBlockGap);
     column->setContentsMargins(0, Theme::kPadding, 0, Theme::kPadding);
 

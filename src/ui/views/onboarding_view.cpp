@@ -28,7 +28,9 @@ OnboardingView::OnboardingView(const PanelParts& parts, std::function<void()> on
     auto* const column = layOut<QVBoxLayout>(this, Theme::kBlockGap);
     column->setContentsMargins(Theme::kPadding, Theme::kPadding, Theme::kPadding, Theme::kPadding);
     column->addWidget(new IconMark(Icon::eye, kSymbol, Tone::accent), 0, Qt::AlignHCenter);
-    column->addWidget(new Label(text("Welcome to Dravo"), TextStyle::headline), 0, Qt::AlignHCenter);
+    auto* const title = (new Label(text("Welcome to Dravo"), TextStyle::headline))->wrapped();
+    title->setAlignment(Qt::AlignHCenter);
+    column->addWidget(title);
 
     auto* const features = bare<QVBoxLayout>(Theme::kGap);
     addFeature(features, Icon::presets, text("Science-backed filters that reduce migraine-triggering wavelengths"));

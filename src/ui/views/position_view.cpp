@@ -2,6 +2,7 @@
 
 #include "schedule/solar_calculator.h"
 #include "ui/controls/layout.h"
+#include "ui/controls/row.h"
 #include "ui/texts.h"
 
 namespace dravo::ui {
@@ -32,44 +33,43 @@ PositionView::PositionView(const PanelParts& parts) : View(parts) {
 
 QWidget* PositionView::makeRow(Icon icon, Label*& label, TextStyle style) {
     auto* const widget = new QWidget(this);
-    auto* const row = layOut<QHBoxLayout>(widget, Theme::kGap);
+    auto* const row = new Row(widget);
     row->addWidget(new IconMark(icon, Theme::kSmallIcon, Tone::secondary));
     label = new Label({}, style, Tone::secondary);
-    row->addWidget(label->wrapped(), 1);
+    row->addWidget(label->wrapped());
     return widget;
 }
 
 QWidget* PositionView::makeSourceRow() {
     auto* const widget = new QWidget(this);
-    auto* const row = layOut<QHBoxLayout>(widget, Theme::kGap);
+    auto* const row = new Row(widget);
     source_ = new Label({}, TextStyle::caption2, Tone::secondary);
-    row->addWidget(source_->wrapped(), 1);
+    row->addWidget(source_->wrapped());
     change_ = new PushButton({}, PushButton::Kind::link, widget);
     change_->onClick([this] { setChoosing(!isChoosing_); });
-    row->addWidget(change_, 0, Qt::AlignTop);
+    row->addWidget(change_);
     return widget;
 }
 
 QWidget* PositionView::makeChoice() {
     auto* const widget = new QWidget(this);
     auto* const column = layOut<QVBoxLayout>(widget, Theme::kGap);
-    auto* const sources = bare<QHBoxLayout>(Theme::kGap);
+    auto* const sources = new Row;
     auto* const service = new PushButton(text("Location Service"), PushButton::Kind::plain);
     service->onClick([this] { take(LocationSource::service); });
     auto* const zone = new PushButton(text("Time Zone"), PushButton::Kind::plain);
     zone->onClick([this] { take(LocationSource::zone); });
     sources->addWidget(service);
     sources->addWidget(zone);
-    sources->addStretch();
     column->addLayout(sources);
-    auto* const typed = bare<QHBoxLayout>(Theme::kGap);
+    auto* const typed = new Row;
     latitude_ = new TextField(text("Latitude"), widget);
     longitude_ = new TextField(text("Longitude"), widget);
     auto* const use = new PushButton(text("Use"), PushButton::Kind::plain);
     use->onClick([this] { takeTyped(); });
     for (auto* const field : {latitude_, longitude_}) {
         connect(field, &QLineEdit::returnPressed, this, [this] { takeTyped(); });
-        typed->addWidget(field, 1);
+        typed->addWidget(field);
     }
     typed->addWidget(use);
     column->addLayout(typed);

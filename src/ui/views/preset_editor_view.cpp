@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kRowGap = 6;
 constexpr int kLabelWidth = 68;
-constexpr int kWidestLabel = 104;
+constexpr int kWidestLine = 104;
 constexpr int kFigureWidth = 44;
 
 }  // namespace
@@ -74,12 +74,12 @@ PresetEditorView::PresetEditorView(const PanelParts& parts, PresetEditing& editi
 
 // One column for all: as wide as English needs, wider where another language needs more for a line or at least a word.
 void PresetEditorView::alignLabels() {
-    int width = kLabelWidth;
+    int width = forText(kLabelWidth);
     for (const auto* const label : labels_) {
         const int whole = label->fontMetrics().horizontalAdvance(label->text());
-        width = std::max(width, whole <= kWidestLabel ? whole : label->longestWord());
+        width = std::max(width, whole <= forText(kWidestLine) ? whole : label->longestWord());
     }
-    for (auto* const label : labels_) label->setFixedWidth(std::min(width, kWidestLabel));
+    for (auto* const label : labels_) label->setFixedWidth(width);
 }
 
 QLayout* PresetEditorView::makeField(const FieldLook& look) {
@@ -93,7 +93,7 @@ QLayout* PresetEditorView::makeField(const FieldLook& look) {
     slider->onInput([this, member](double value) { editing_.setValue(member, value); });
     row->addWidget(slider, 1);
     auto* const value = new FigureLabel(TextStyle::caption, Tone::secondary);
-    value->setFixedWidth(kFigureWidth);
+    value->setFixedWidth(forText(kFigureWidth));
     row->addWidget(value);
     fields_.push_back({member, look.figure, slider, value});
     return row;

@@ -1,12 +1,22 @@
 #include "ui/views/preset_picker_view.h"
 
+#include <algorithm>
+
 #include "ui/controls/layout.h"
+#include "ui/controls/row.h"
 #include "ui/texts.h"
 #include "ui/views/preset_editor_view.h"
 #include "ui/views/preset_files.h"
 #include "ui/views/swatch.h"
 
 namespace dravo::ui {
+
+namespace {
+
+/// What is left for the choice of a preset of one's own, beside two buttons more.
+constexpr int kOwnChoiceWidth = 130;
+
+}  // namespace
 
 PresetPickerView::PresetPickerView(const PanelParts& parts, PresetEditing& editing) : View(parts), editing_(editing) {
     auto* const column = layOut<QVBoxLayout>(this, Theme::kGap);
@@ -22,11 +32,14 @@ PresetPickerView::PresetPickerView(const PanelParts& parts, PresetEditing& editi
 }
 
 QLayout* PresetPickerView::makePickerRow() {
-    auto* const row = bare<QHBoxLayout>(Theme::kGap);
+    auto* const row = new Row;
     row->addWidget(new Label(text("Preset"), TextStyle::body));
+    auto* const widget = new QWidget(this);
+    row->addWidget(widget);
+    auto* const choice = layOut<QHBoxLayout>(widget, Theme::kGap);
     picker_ = new MenuButton(MenuButton::Size::regular, text("Preset"), this);
     picker_->setLines([this] { return presetLines(); });
-    row->addWidget(picker_, 1);
+    choice->addWidget(picker_, 1);
     edit_ = new IconButton(Icon::edit, text("Edit this preset"), this);
     edit_->onClick([this] { editing_.beginChanging(parts_.filterState.selectedPreset); });
     remove_ = new IconButton(Icon::remove, text("Delete this preset"), this);
@@ -38,7 +51,12 @@ QLayout* PresetPickerView::makePickerRow() {
     add_->onClick([this] { toggleEditor(); });
     auto* const buttons = bare<QHBoxLayout>(0);
     for (auto* const button : {edit_, remove_, add_}) buttons->addWidget(button);
-    row->addLayout(buttons);
+    choice->addLayout(buttons);
+    // Of one width for all presets, so that choosing another never moves the rows.
+    int room = forText(kOwnChoiceWidth) + 2 * Theme::kTarget;
+    for (const auto& preset : FilterPreset::builtIn())
+        room = std::max(room, picker_->widthFor(QString::fromStdString(preset.localizedName()), true));
+    widget->setMinimumWidth(room + Theme::kGap + Theme::kTarget);
     return row;
 }
 

@@ -1,6 +1,7 @@
 #include "ui/views/schedule_view.h"
 
 #include "ui/controls/layout.h"
+#include "ui/controls/row.h"
 #include "ui/texts.h"
 #include "ui/views/position_view.h"
 
@@ -37,7 +38,7 @@ ScheduleView::ScheduleView(const PanelParts& parts) : View(parts) {
 
 QWidget* ScheduleView::makeTimesRow() {
     auto* const widget = new QWidget(content_);
-    auto* const row = layOut<QHBoxLayout>(widget, Theme::kGap);
+    auto* const row = new Row(widget);
     start_ = new TimeField(text("From"), widget);
     end_ = new TimeField(text("to"), widget);
     start_->onInput([this](int minutes) {
@@ -48,11 +49,12 @@ QWidget* ScheduleView::makeTimesRow() {
         parts_.preferences.setScheduleEndMinutes(minutes);
         parts_.filterState.refreshState();
     });
-    row->addWidget(new Label(text("From"), TextStyle::caption));
-    row->addWidget(start_);
-    row->addWidget(new Label(text("to"), TextStyle::caption));
-    row->addWidget(end_);
-    row->addStretch();
+    for (auto* const field : {start_, end_}) {
+        auto* const named = bare<QHBoxLayout>(Theme::kGap);
+        named->addWidget(new Label(field->accessibleName(), TextStyle::caption));
+        named->addWidget(field);
+        row->addLayout(named);
+    }
     return widget;
 }
 

@@ -3,6 +3,7 @@
 #include "app/updater_bridge.h"
 #include "ui/controls/label.h"
 #include "ui/controls/layout.h"
+#include "ui/controls/row.h"
 #include "ui/texts.h"
 #include "ui/views/schedule_view.h"
 #include "ui/views/shortcut_recorder_view.h"
@@ -41,11 +42,12 @@ SettingsView::SettingsView(const PanelParts& parts, std::function<void(AppLangua
 }
 
 QLayout* SettingsView::makeLanguageRow() {
-    auto* const row = bare<QHBoxLayout>(Theme::kGap);
+    auto* const row = new Row;
     row->addWidget(new Label(text("Language"), TextStyle::body));
     row->addStretch();
     language_ = new MenuButton(MenuButton::Size::regular, text("Language"), this);
-    language_->setFixedWidth(kLanguageWidth);
+    language_->setMinimumWidth(forText(kLanguageWidth));
+    language_->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     language_->setLines([this] {
         std::vector<MenuLine> lines;
         for (const AppLanguage language : AppLanguage::all()) {
@@ -69,7 +71,7 @@ void SettingsView::choose(AppLanguage language) {
 
 QWidget* SettingsView::makeShortcutRow() {
     auto* const widget = new QWidget(this);
-    auto* const row = layOut<QHBoxLayout>(widget, Theme::kGap);
+    auto* const row = new Row(widget);
     recorder_ = new RecorderButton(parts_, widget);
     row->addWidget(recorder_);
     auto* const reset = new IconButton(Icon::reset, text("Reset to Control Shift E"), widget);
@@ -78,7 +80,6 @@ QWidget* SettingsView::makeShortcutRow() {
         parts_.shortcutManager.resetToDefault();
     });
     row->addWidget(reset);
-    row->addStretch();
     return widget;
 }
 
