@@ -41,7 +41,8 @@ public:
 
     /// In milliseconds, as all of these.
     double untilFirstTable() {
-        return untilFirstTable([this] { need(client_.toggle().hasValue(), "the program does not toggle"); });
+        return untilFirstTable(
+            [this] { need(client_.ask(request::Toggle{}).hasValue(), "the program does not toggle"); });
     }
 
     double shortcut() {

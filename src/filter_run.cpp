@@ -12,7 +12,7 @@
 
 namespace dravo {
 
-cli::ExitCode FilterRun::run(RunKind kind) {
+cli::ExitCode FilterRun::run(RunKind kind, const std::optional<ControlRequest>& first) {
     if (!takeLock(kind)) return failure_;
     auto guard = posix::TerminationGuard::create(
         [this] { return emergency_.open().hasValue(); }, [this] { emergency_.restore(); },
@@ -22,6 +22,7 @@ cli::ExitCode FilterRun::run(RunKind kind) {
     if (!launch()) return giveUp(guard.error());
     if (const auto loaded = loadSystemd(); !loaded) return giveUp(loaded.error());
     listen();
+    if (first && !inherited_) carryOut(*first);
     if (kind != RunKind::headless && (!inherited_ || inherited_->hasPanel)) startDesktop();
     const int code = desktop_ ? desktop_->run(kind) : loop_.run();
     guard_->standStillIfEnding();
@@ -59,7 +60,7 @@ bool FilterRun::takeLock(RunKind kind) {
 
 // Only a person's start asks for the panel: at login the desktop may start it twice, by an entry and by a unit.
 void FilterRun::giveWay(RunKind kind, int holder) {
-    const auto shown = kind == RunKind::byPerson ? dbus::BusControlClient().activate() : Result<void>();
+    const auto shown = kind == RunKind::byPerson ? dbus::BusControlClient().ask(request::Activate{}) : ControlAnswer{};
     if (shown) {
         std::puts(localized("Dravo is running already.").c_str());
         return;
@@ -132,11 +133,16 @@ void FilterRun::listen() {
     });
     quitRequest_.emplace(loop_, SIGUSR2, [this] { quit(); });
     control_.emplace(FilterControlParts{*filterState_, preferences_, customPresets_, breakTimer_, locationProvider_,
-                                        *displays_, loop_, calendar_, [this] { return showPanel(); },
+                                        *displays_, *grayscale_, loop_, calendar_, [this] { return showPanel(); },
                                         [this] { quit(); }, [this] { return restore(); }});
     controlService_.emplace(sessionBus_, loop_);
     controlService_->serve(*control_);
     loop_.post([this] { breakNotifier_.refreshStatus(); });
+}
+
+void FilterRun::carryOut(const ControlRequest& request) {
+    const auto done = control_->carryOut(request);
+    if (!done) std::fprintf(stderr, "dravo: %s\n", done.error().message.c_str());
 }
 
 void FilterRun::startDesktop() {

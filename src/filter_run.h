@@ -57,8 +57,9 @@ inline constexpr const char* kIsOff = "off";
 /// REQUIRES: `TerminationGuard::blockSignals` came first in `main`.
 class FilterRun {
 public:
-    /// Runs until somebody ends it. A second start ends at once; a person's opens the first one's panel.
-    cli::ExitCode run(RunKind kind);
+    /// Runs until somebody ends it, and begins with `first`. A second start ends at once; a person's opens the first
+    /// one's panel.
+    cli::ExitCode run(RunKind kind, const std::optional<ControlRequest>& first = {});
 
 private:
     [[nodiscard]] static std::optional<HandOver> inheritance();
@@ -68,6 +69,7 @@ private:
     bool launch();
     cli::ExitCode giveUp(const Error& why);
     void listen();
+    void carryOut(const ControlRequest& request);
     void startDesktop();
     Result<void> showPanel();
     Result<void> restore();

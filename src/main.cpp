@@ -6,22 +6,22 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <optional>
 
+#include "app/hand_over.h"
 #include "app/interface_locale.h"
 #include "base/data_folder.h"
 #include "base/files.h"
 #include "base/localized.h"
 #include "base/report.h"
 #include "base/unique_fd.h"
-#include "cli/command_context.h"
 #include "cli/command_line.h"
-#include "cli/running_instance.h"
+#include "cli/running.h"
 #include "display/original_gamma_store.h"
 #include "filter/custom_preset_store.h"
 #include "filter/preferences_store.h"
@@ -62,7 +62,7 @@ public:
         if (answer) return refused(*answer);
         if (answer.error().code != ErrorCode::NotFound) return answer.error();
         // A run that could not make its lock is still on the bus.
-        const auto byBus = control_.restore();
+        const auto byBus = control_.ask(request::Restore{});
         if (byBus) return true;
         if (byBus.error().code == ErrorCode::NotFound) return false;
         return byBus.error().code == ErrorCode::Busy ? byBus.error() : refused(byBus.error().message);
@@ -72,10 +72,10 @@ public:
         const pid_t holder = posix::InstanceLock::holder(folder_);
         // Can be read once that process has ended.
         const UniqueFd process(holder > 0 ? static_cast<int>(::syscall(SYS_pidfd_open, holder, 0)) : -1);
-        if (const auto asked = control_.quit(); !asked) {
-            if (asked.error().code != ErrorCode::NotFound || !process) return asked;
+        if (const auto asked = control_.ask(request::Quit{}); !asked) {
+            if (asked.error().code != ErrorCode::NotFound || !process) return asked.error();
             // Without a bus it still hears the signal.
-            if (::kill(holder, SIGUSR2) != 0) return asked;
+            if (::kill(holder, SIGUSR2) != 0) return asked.error();
         }
         constexpr int kPatience = 5000;
         pollfd end{process.get(), POLLIN, 0};
@@ -96,9 +96,11 @@ private:
 };
 
 /// What the commands ask for, made when one of them does.
-class CommandWorld {
+class CommandWorld : public cli::CommandContext {
 public:
-    Result<DisplayServer*> displays() {
+    CommandWorld() : CommandContext(stdout, stderr) {}
+
+    Result<DisplayServer*> displays() override {
         if (!server_) {
             auto server = x11::X11DisplayServer::create("", nullptr);
             if (!server) return server.error();
@@ -107,20 +109,21 @@ public:
         return server_.get();
     }
 
-    Result<std::vector<FilterPreset>> userPresets() {
+    Result<std::vector<FilterPreset>> userPresets() override {
         auto presets = readCustomPresets(folder().home);
         if (!presets && presets.error().code == ErrorCode::NotFound) return std::vector<FilterPreset>{};
         return presets;
     }
 
-    CustomPresetStore& presetStore() { return store_ ? *store_ : store_.emplace(folder().home); }
+    CustomPresetStore& presetStore() override { return store_ ? *store_ : store_.emplace(folder().home); }
 
-    Result<cli::TimeZone> timeZone(std::optional<std::string_view> name) {
+    Result<cli::TimeZone> timeZone(std::optional<std::string_view> name) override {
         if (name) {
             // The C library takes any text for a zone and falls back to UTC.
-            std::error_code ignored;
+            constexpr std::string_view kMagic = "TZif";
             ::setenv("TZ", std::string(*name).c_str(), 1);
-            if (!std::filesystem::is_regular_file(posix::zoneFile(), ignored)) {
+            const auto file = readFile(posix::zoneFile(), kLargestZone);
+            if (!file || !file->starts_with(kMagic)) {
                 return Error{ErrorCode::NotFound, filled(localized("there is no time zone '%@'"), {*name})};
             }
         }
@@ -130,21 +133,32 @@ public:
                              }};
     }
 
-    cli::RunningInstance& runningInstance() { return instance_ ? *instance_ : instance_.emplace(folder(), control_); }
-
-    ControlClient& control() { return control_; }
-
-    /// The person's choice, as the file of preferences has it now.
-    AppLanguage language() {
-        const auto path = files::TomlUserDefaults::defaultPath(folder().home.parent_path());
-        const auto text = readFile(path, files::kMaxPreferencesBytes);
-        const auto stored = text ? files::parsePreferences(*text) : text.error();
-        if (!stored) return AppLanguage::storedAs(std::nullopt);
-        const auto value = stored->find(preference::kAppleLanguages);
-        return AppLanguage::storedAs(value == stored->end() ? std::nullopt : std::optional(value->second));
+    std::optional<Position> knownPosition() override {
+        const auto latitude = storedDegrees(preference::kLastLatitude);
+        const auto longitude = storedDegrees(preference::kLastLongitude);
+        const Position position{latitude.value_or(NAN), longitude.value_or(NAN)};
+        return isOnEarth(position) ? std::optional(position) : std::nullopt;
     }
 
-    Result<OriginalGammaStore*> savedTables(DisplayServer& server) {
+    WallTime now() override { return posix::SdEventLoop().now(); }
+
+    cli::RunningInstance& runningInstance() override {
+        return instance_ ? *instance_ : instance_.emplace(folder(), control_);
+    }
+
+    ControlClient& control() override { return control_; }
+
+    cli::ExitCode start(const ControlRequest& first) override {
+        posix::TerminationGuard::blockSignals();
+        return FilterRun().run(RunKind::atLogin, first);
+    }
+
+    /// The person's choice, as the file of preferences has it now.
+    AppLanguage language() { return AppLanguage::storedAs(stored(preference::kAppleLanguages)); }
+
+    Result<PictureService*> pictures() override { return pictures::loadPictureModule(DRAVO_VERSION); }
+
+    Result<OriginalGammaStore*> savedTables(DisplayServer& server) override {
         OriginalGammaStore& saved = saved_.emplace(server, folder());
         saved.ensureDirectory();
         auto lock = posix::InstanceLock::acquire(folder());
@@ -161,6 +175,24 @@ public:
     }
 
 private:
+    static constexpr std::size_t kLargestZone = 1 << 20;
+
+    std::optional<DefaultsValue> stored(std::string_view key) {
+        const auto path = files::TomlUserDefaults::defaultPath(folder().home.parent_path());
+        const auto text = readFile(path, files::kMaxPreferencesBytes);
+        const auto all = text ? files::parsePreferences(*text) : text.error();
+        if (!all) return std::nullopt;
+        const auto found = all->find(key);
+        return found == all->end() ? std::nullopt : std::optional(found->second);
+    }
+    std::optional<double> storedDegrees(std::string_view key) {
+        const auto value = stored(key);
+        if (const auto* const whole = value ? std::get_if<std::int64_t>(&*value) : nullptr)
+            return static_cast<double>(*whole);
+        const auto* const degrees = value ? std::get_if<double>(&*value) : nullptr;
+        return degrees ? std::optional(*degrees) : std::nullopt;
+    }
+
     const DataFolder& folder() { return folder_ ? *folder_ : folder_.emplace(DataFolder::ofThisUser()); }
 
     std::optional<DataFolder> folder_;
@@ -175,33 +207,20 @@ private:
 
 int runCommand(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
-    cli::Output out(stdout);
-    cli::Output err(stderr);
     CommandWorld world;
     const gettext::CatalogueLocalizer texts(gettext::CatalogueLocalizer::programFolder(),
                                             [&] { return interfaceLocaleFor(world.language(), std::getenv); });
     const InstalledLocalizer installed(texts);
-    cli::CommandContext context{
-        .out = out,
-        .err = err,
-        .displays = [&] { return world.displays(); },
-        .userPresets = [&] { return world.userPresets(); },
-        .presetStore = [&]() -> CustomPresetStore& { return world.presetStore(); },
-        .timeZone = [&](std::optional<std::string_view> name) { return world.timeZone(name); },
-        .now = [] { return posix::SdEventLoop().now(); },
-        .control = [&]() -> ControlClient& { return world.control(); },
-        .runningInstance = [&]() -> cli::RunningInstance& { return world.runningInstance(); },
-        .savedTables = [&](DisplayServer& server) { return world.savedTables(server); },
-        .pictures = [] { return pictures::loadPictureModule(DRAVO_VERSION); },
-    };
-    return static_cast<int>(cli::runCommandLine(argc, argv, context));
+    return static_cast<int>(cli::runCommandLine(argc, argv, world));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     fillStandardDescriptors();
-    const auto kind = cli::asksToFilter(argc, argv);
+    auto kind = cli::asksToFilter(argc, argv);
+    // A run that a command began is started again by the command's words.
+    if (!kind && std::getenv(kHandOverVariable)) kind = RunKind::atLogin;
     if (!kind) return runCommand(argc, argv);
     posix::TerminationGuard::blockSignals();
     return static_cast<int>(FilterRun().run(*kind));

@@ -32,17 +32,13 @@ std::optional<Value> valueIn(const std::array<std::pair<Value, std::string_view>
     return std::nullopt;
 }
 
-Json displaysJson(const std::vector<DisplayDescription>& displays) {
-    auto list = Json::array();
-    for (const auto& display : displays) {
-        const bool isReady = display.problem.empty();
-        list.push_back({{"id", static_cast<std::uint32_t>(display.id)},
-                        {"name", display.name},
-                        {"tableSize", display.tableSize},
-                        {"state", isReady ? "ready" : "unsupported"},
-                        {"problem", isReady ? Json(nullptr) : Json(display.problem)}});
-    }
-    return list;
+/// A name in another encoding is shown with replacement characters; it is never a reason to show nothing.
+std::string textOf(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
+/// The text of an object with more behind its last member.
+std::string extended(std::string object, std::string_view more) {
+    object.pop_back();
+    return object.append(more) + "}";
 }
 
 }  // namespace
@@ -51,6 +47,16 @@ std::string_view nameOf(ScheduleMode mode) { return nameIn(kModes, mode); }
 std::string_view nameOf(LocationSource source) { return nameIn(kSources, source); }
 std::optional<ScheduleMode> scheduleModeNamed(std::string_view name) { return valueIn(kModes, name); }
 std::optional<LocationSource> locationSourceNamed(std::string_view name) { return valueIn(kSources, name); }
+
+std::string displayJson(const DisplayDescription& display, std::string_view more) {
+    const bool isReady = display.problem.empty();
+    const Json json = {{"id", static_cast<std::uint32_t>(display.id)},
+                       {"name", display.name},
+                       {"tableSize", display.tableSize},
+                       {"state", isReady ? "ready" : "unsupported"},
+                       {"problem", isReady ? Json(nullptr) : Json(display.problem)}};
+    return extended(textOf(json), more);
+}
 
 std::string controlStateJson(const ControlState& state) {
     Json nextChange = nullptr;
@@ -74,10 +80,11 @@ std::string controlStateJson(const ControlState& state) {
                        {"breaks",
                         {{"enabled", state.breaks.enabled},
                          {"intervalMinutes", state.breaks.intervalMinutes},
-                         {"secondsRemaining", state.breaks.secondsRemaining}}},
-                       {"displays", displaysJson(state.displays)}};
-    // A name in another encoding is shown with replacement characters; it is never a reason to show nothing.
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+                         {"secondsRemaining", state.breaks.secondsRemaining}}}};
+    std::string displays;
+    for (const auto& display : state.displays) displays += (displays.empty() ? "" : ",") + displayJson(display);
+    return extended(textOf(json), R"(,"displays":[)" + displays + R"(],"lacksGrayscale":)" +
+                                      (state.lacksGrayscale ? "true" : "false"));
 }
 
 }  // namespace dravo

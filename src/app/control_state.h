@@ -57,6 +57,7 @@ struct ControlState {
     } location;
 
     std::vector<DisplayDescription> displays;
+    bool lacksGrayscale = false;  ///< The preset wants everything gray, and this desktop cannot.
 };
 
 /// Names as they are written everywhere outside: "customTimes", "sunsetToSunrise"; "service", "typed", "zone".
@@ -64,6 +65,9 @@ struct ControlState {
 [[nodiscard]] std::string_view nameOf(LocationSource source);
 [[nodiscard]] std::optional<ScheduleMode> scheduleModeNamed(std::string_view name);
 [[nodiscard]] std::optional<LocationSource> locationSourceNamed(std::string_view name);
+
+/// One display as a JSON object; `more` is added inside it and begins with a comma.
+[[nodiscard]] std::string displayJson(const DisplayDescription& display, std::string_view more = {});
 
 /// The state as one JSON object on one line, for scripts: times in UTC as "2026-11-22T18:30:00Z", null for what is not.
 /// Where the machine stands is not in it.

@@ -15,7 +15,7 @@ std::vector<std::string> displayProblems(DisplayServer& displays) {
 
 std::optional<std::string> grayscaleProblem(const FilterPreset& preset, const GrayscaleSwitch& grayscale) {
     if (!preset.isGrayscale || !grayscale.isUnsupported()) return std::nullopt;
-    return localized("problem.grayscale", "This preset needs a grayscale mode, which this desktop does not have.");
+    return localized(kNoGrayscale);
 }
 
 }  // namespace dravo

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/display_problems.h"
 #include "base/localized.h"
 #include "filter/preset_exchange.h"
 #include "filter/preset_json.h"
@@ -32,6 +33,145 @@ std::string_view nameOf(LocationProvider::Status status) {
 
 std::int32_t int32(std::int64_t value) {
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, INT32_MIN, INT32_MAX));
+}
+
+using Answer = Result<ControlAnswer>;
+using Parts = FilterControlParts;
+
+Answer done(const Result<void>& outcome = {}) { return outcome ? Answer(ControlAnswer{}) : outcome.error(); }
+
+Answer perform(const request::Toggle&, Parts& parts) {
+    parts.filterState.toggle();
+    return done();
+}
+
+Answer perform(const request::SwitchOn&, Parts& parts) {
+    parts.filterState.turnOn();
+    return done();
+}
+
+Answer perform(const request::SwitchOff&, Parts& parts) {
+    parts.filterState.turnOff();
+    return done();
+}
+
+Answer pauseUntil(WallTime end, Parts& parts) {
+    auto& filter = parts.filterState;
+    if (!filter.isEnabled && !filter.pausedUntil.get())
+        return Error{ErrorCode::InvalidInput, localized("the filter is off; there is nothing to pause")};
+    if (end <= parts.scheduler.now())
+        return Error{ErrorCode::InvalidInput, localized("the pause would end in the past")};
+    filter.pause(end);
+    return done();
+}
+
+Answer perform(const request::PauseFor& pause, Parts& parts) {
+    return pauseUntil(parts.scheduler.now() + pause.length, parts);
+}
+
+Answer perform(const request::PauseUntil& pause, Parts& parts) { return pauseUntil(pause.end, parts); }
+
+Answer perform(const request::PauseUntilMorning&, Parts& parts) {
+    return pauseUntil(nextMorning(parts.scheduler.now(), parts.calendar), parts);
+}
+
+Answer perform(const request::Resume&, Parts& parts) {
+    if (parts.filterState.pausedUntil.get()) parts.filterState.resume();
+    return done();
+}
+
+Answer perform(const request::SelectPreset& selection, Parts& parts) {
+    const auto preset = parts.filterState.findPreset(selection.id);
+    if (!preset) return Error{ErrorCode::NotFound, filled(localized("no preset has the id \"%@\""), {selection.id})};
+    parts.filterState.selectedPreset = *preset;
+    return done();
+}
+
+Answer perform(const request::SetAdjustments& change, Parts& parts) {
+    auto& filter = parts.filterState;
+    if (change.intensity) filter.intensity = *change.intensity;
+    if (change.dimming) filter.dimming = *change.dimming;
+    if (change.blackPoint) filter.blackPoint = *change.blackPoint;
+    if (change.contrast) filter.contrast = *change.contrast;
+    return done();
+}
+
+Answer perform(const request::RevertToPreset&, Parts& parts) {
+    parts.filterState.revertToPreset();
+    return done();
+}
+
+Answer perform(const request::SetSchedule& change, Parts& parts) {
+    auto& preferences = parts.preferences;
+    if (change.startMinutes) preferences.setScheduleStartMinutes(*change.startMinutes);
+    if (change.endMinutes) preferences.setScheduleEndMinutes(*change.endMinutes);
+    if (change.mode) preferences.setScheduleMode(*change.mode);
+    if (change.enabled) preferences.setScheduleEnabled(*change.enabled);
+    const bool newlyNeedsPosition = change.mode == ScheduleMode::sunsetToSunrise || change.enabled == true;
+    if (newlyNeedsPosition && preferences.scheduleEnabled() &&
+        preferences.scheduleMode() == ScheduleMode::sunsetToSunrise)
+        parts.locationProvider.start();
+    parts.filterState.refreshState();
+    return done();
+}
+
+Answer perform(const request::SetLocation& change, Parts& parts) {
+    auto& provider = parts.locationProvider;
+    if (change.source == LocationSource::typed) return done(provider.useTyped(change.position.value_or(Position{})));
+    if (change.source == LocationSource::zone) {
+        const auto place = provider.useZone();
+        return place ? done() : place.error();
+    }
+    provider.useService();
+    return done();
+}
+
+Answer perform(const request::SetBreaks& change, Parts& parts) {
+    auto& breaks = parts.breakTimer;
+    if (change.intervalMinutes) breaks.setInterval(std::chrono::minutes{*change.intervalMinutes});
+    if (change.enabled == true) breaks.enableAtOnce();
+    if (change.enabled == false) breaks.setEnabled(false);
+    return done();
+}
+
+Answer perform(const request::DismissBreak&, Parts& parts) {
+    parts.breakTimer.dismissBreak();
+    return done();
+}
+
+Answer perform(const request::ImportPresets& import, Parts& parts) {
+    const auto incoming = importPresets(import.text);
+    if (!incoming) return incoming.error();
+    if (auto adopted = parts.customPresetStore.adopt(*incoming); !adopted) return adopted.error();
+    ControlAnswer answer;
+    const std::string selected = parts.filterState.selectedPreset.get().id;
+    for (const auto& preset : *incoming) {
+        answer.ids.push_back(preset.id);
+        if (preset.id == selected) parts.filterState.activateSavedPreset(preset);
+    }
+    return answer;
+}
+
+Answer perform(const request::ExportPresets& wanted, Parts& parts) {
+    const auto& presets = parts.customPresetStore.presets.get();
+    std::vector<FilterPreset> chosen;
+    for (const auto& id : wanted.ids) {
+        const auto found = std::ranges::find(presets, id, &FilterPreset::id);
+        if (found == presets.end())
+            return Error{ErrorCode::NotFound, filled(localized("no preset of yours has the id \"%@\""), {id})};
+        chosen.push_back(*found);
+    }
+    auto json = encodePresets(wanted.ids.empty() ? presets : chosen);
+    return json ? Answer(ControlAnswer{.json = std::move(*json)}) : json.error();
+}
+
+Answer perform(const request::Activate&, Parts& parts) { return done(parts.activate()); }
+
+Answer perform(const request::Restore&, Parts& parts) { return done(parts.restore()); }
+
+Answer perform(const request::Quit&, Parts& parts) {
+    parts.scheduler.post(parts.quit);
+    return done();
 }
 
 }  // namespace
@@ -85,137 +225,13 @@ ControlState FilterControl::controlState() const {
     state.location = {preferences.locationSource(), std::string(nameOf(parts_.locationProvider.status().get())),
                       preferences.lastLatitude(), preferences.lastLongitude()};
     if (auto displays = parts_.displays.describeDisplays()) state.displays = std::move(*displays);
+    state.lacksGrayscale = grayscaleProblem(filter.selectedPreset, parts_.grayscale).has_value();
     return state;
 }
 
-Result<void> FilterControl::toggle() {
-    parts_.filterState.toggle();
-    return {};
-}
-
-Result<void> FilterControl::switchOn() {
-    parts_.filterState.turnOn();
-    return {};
-}
-
-Result<void> FilterControl::switchOff() {
-    parts_.filterState.turnOff();
-    return {};
-}
-
-Result<void> FilterControl::pause(const PauseLength& length) {
-    auto& filter = parts_.filterState;
-    if (!filter.isEnabled && !filter.pausedUntil.get())
-        return Error{ErrorCode::InvalidInput, localized("the filter is off; there is nothing to pause")};
-    const WallTime end = endOf(length);
-    if (end <= parts_.scheduler.now())
-        return Error{ErrorCode::InvalidInput, localized("the pause would end in the past")};
-    filter.pause(end);
-    return {};
-}
-
-WallTime FilterControl::endOf(const PauseLength& length) const {
-    const WallTime now = parts_.scheduler.now();
-    if (const auto* end = std::get_if<WallTime>(&length)) return *end;
-    if (const auto* span = std::get_if<std::chrono::seconds>(&length)) return now + *span;
-    return nextMorning(now, parts_.calendar);
-}
-
-Result<void> FilterControl::resume() {
-    if (parts_.filterState.pausedUntil.get()) parts_.filterState.resume();
-    return {};
-}
-
-Result<void> FilterControl::selectPreset(const std::string& id) {
-    const auto preset = parts_.filterState.findPreset(id);
-    if (!preset) return Error{ErrorCode::NotFound, filled(localized("no preset has the id \"%@\""), {id})};
-    parts_.filterState.selectedPreset = *preset;
-    return {};
-}
-
-Result<void> FilterControl::setAdjustments(const AdjustmentChange& change) {
-    auto& filter = parts_.filterState;
-    if (change.intensity) filter.intensity = *change.intensity;
-    if (change.dimming) filter.dimming = *change.dimming;
-    if (change.blackPoint) filter.blackPoint = *change.blackPoint;
-    if (change.contrast) filter.contrast = *change.contrast;
-    return {};
-}
-
-Result<void> FilterControl::setSchedule(const ScheduleChange& change) {
-    auto& preferences = parts_.preferences;
-    if (change.startMinutes) preferences.setScheduleStartMinutes(*change.startMinutes);
-    if (change.endMinutes) preferences.setScheduleEndMinutes(*change.endMinutes);
-    if (change.mode) preferences.setScheduleMode(*change.mode);
-    if (change.enabled) preferences.setScheduleEnabled(*change.enabled);
-    const bool newlyNeedsPosition = change.mode == ScheduleMode::sunsetToSunrise || change.enabled == true;
-    if (newlyNeedsPosition && preferences.scheduleEnabled() &&
-        preferences.scheduleMode() == ScheduleMode::sunsetToSunrise)
-        parts_.locationProvider.start();
-    parts_.filterState.refreshState();
-    return {};
-}
-
-Result<void> FilterControl::setLocation(const LocationChange& change) {
-    auto& provider = parts_.locationProvider;
-    switch (change.source) {
-        case LocationSource::typed:
-            return provider.useTyped(change.position.value_or(Position{}));
-        case LocationSource::zone: {
-            const auto position = provider.useZone();
-            return position ? Result<void>() : position.error();
-        }
-        case LocationSource::service:
-            provider.useService();
-    }
-    return {};
-}
-
-Result<void> FilterControl::setBreaks(const BreaksChange& change) {
-    auto& breaks = parts_.breakTimer;
-    if (change.intervalMinutes) breaks.setInterval(std::chrono::minutes{*change.intervalMinutes});
-    if (change.enabled) breaks.requestEnabled(*change.enabled);
-    return {};
-}
-
-Result<void> FilterControl::dismissBreak() {
-    parts_.breakTimer.dismissBreak();
-    return {};
-}
-
-Result<std::vector<std::string>> FilterControl::importPresets(const std::string& text) {
-    const auto incoming = dravo::importPresets(text);
-    if (!incoming) return incoming.error();
-    if (auto adopted = parts_.customPresetStore.adopt(*incoming); !adopted) return adopted.error();
-    std::vector<std::string> ids;
-    const std::string selected = parts_.filterState.selectedPreset.get().id;
-    for (const auto& preset : *incoming) {
-        ids.push_back(preset.id);
-        if (preset.id == selected) parts_.filterState.activateSavedPreset(preset);
-    }
-    return ids;
-}
-
-Result<std::string> FilterControl::exportPresets(const std::vector<std::string>& ids) {
-    const auto& presets = parts_.customPresetStore.presets.get();
-    if (ids.empty()) return encodePresets(presets);
-    std::vector<FilterPreset> chosen;
-    for (const auto& id : ids) {
-        const auto found = std::ranges::find(presets, id, &FilterPreset::id);
-        if (found == presets.end())
-            return Error{ErrorCode::NotFound, filled(localized("no preset of yours has the id \"%@\""), {id})};
-        chosen.push_back(*found);
-    }
-    return encodePresets(chosen);
-}
-
-Result<void> FilterControl::activate() { return parts_.activate(); }
-
-Result<void> FilterControl::restore() { return parts_.restore(); }
-
-Result<void> FilterControl::quit() {
-    parts_.scheduler.post(parts_.quit);
-    return {};
+Result<ControlAnswer> FilterControl::carryOut(const ControlRequest& request) {
+    if (auto refused = validate(request); !refused) return refused.error();
+    return std::visit([this](const auto& asked) { return perform(asked, parts_); }, request);
 }
 
 }  // namespace dravo

@@ -3,13 +3,14 @@
 #include <functional>
 #include <vector>
 
-#include "app/control_service.h"
+#include "app/control.h"
 #include "base/calendar.h"
 #include "base/observable.h"
 #include "base/scheduler.h"
 #include "breaks/break_timer.h"
 #include "controller/filter_state.h"
 #include "display/display_server.h"
+#include "display/grayscale_switch.h"
 #include "filter/custom_preset_store.h"
 #include "filter/preferences_store.h"
 #include "schedule/location_provider.h"
@@ -24,11 +25,12 @@ struct FilterControlParts {
     BreakTimer& breakTimer;
     LocationProvider& locationProvider;
     DisplayServer& displays;
+    const GrayscaleSwitch& grayscale;
     Scheduler& scheduler;
     const Calendar& calendar;
-    std::function<Result<void>()> activate;  ///< As `ControlTarget::activate`.
+    std::function<Result<void>()> activate;  ///< As `request::Activate`.
     std::function<void()> quit;              ///< Ends the program; called in a turn of its own.
-    std::function<Result<void>()> restore;   ///< As `ControlTarget::restore`.
+    std::function<Result<void>()> restore;   ///< As `request::Restore`.
 };
 
 /// The filter as control from outside sees it: the controller's operations under the rules that hold for callers who do
@@ -42,26 +44,10 @@ public:
     ControlState controlState() const override;
     Subscription onStateChange(std::function<void()> callback) override;
 
-    Result<void> toggle() override;
-    Result<void> switchOn() override;
-    Result<void> switchOff() override;
-    Result<void> pause(const PauseLength& length) override;
-    Result<void> resume() override;
-    Result<void> selectPreset(const std::string& id) override;
-    Result<void> setAdjustments(const AdjustmentChange& change) override;
-    Result<void> setSchedule(const ScheduleChange& change) override;
-    Result<void> setLocation(const LocationChange& change) override;
-    Result<void> setBreaks(const BreaksChange& change) override;
-    Result<void> dismissBreak() override;
-    Result<std::vector<std::string>> importPresets(const std::string& text) override;
-    Result<std::string> exportPresets(const std::vector<std::string>& ids) override;
-    Result<void> activate() override;
-    Result<void> restore() override;
-    Result<void> quit() override;
+    Result<ControlAnswer> carryOut(const ControlRequest& request) override;
 
 private:
     void somethingWillChange();
-    [[nodiscard]] WallTime endOf(const PauseLength& length) const;
 
     FilterControlParts parts_;
     SubscriberList<> changed_;

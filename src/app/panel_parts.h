@@ -3,7 +3,7 @@
 #include <functional>
 
 #include "app/appearance_service.h"
-#include "app/control_service.h"
+#include "app/control.h"
 #include "app/keyboard_shortcut_manager.h"
 #include "app/launch_at_login.h"
 #include "app/system_settings.h"

@@ -49,6 +49,12 @@ void BreakTimer::requestEnabled(bool enabled) {
     });
 }
 
+void BreakTimer::enableAtOnce() {
+    if (isEnabled_) return;
+    setEnabled(true);
+    notifier_.requestAuthorization([](bool) {});
+}
+
 void BreakTimer::setInterval(std::chrono::minutes interval) {
     interval_ = heldToRange(interval.count());
     preferences_.setBreakIntervalMinutes(interval_.get().count());

@@ -50,6 +50,9 @@ public:
     /// the answer. Of several intents, `setEnabled` included, the last one holds.
     void requestEnabled(bool enabled);
 
+    /// For who cannot wait for an answer: on at once, and asks for permission meanwhile. On while on changes nothing.
+    void enableAtOnce();
+
     /// Stores the interval, held to 1 minute .. 24 hours, and restarts the count while enabled.
     void setInterval(std::chrono::minutes interval);
 

@@ -5,8 +5,10 @@
 #include <string_view>
 #include <vector>
 
+#include "app/control.h"
 #include "base/calendar.h"
 #include "base/result.h"
+#include "cli/exit_code.h"
 #include "cli/output.h"
 #include "display/display_server.h"
 #include "filter/filter_preset.h"
@@ -14,13 +16,12 @@
 
 namespace dravo {
 
-class ControlClient;
 class CustomPresetStore;
 class OriginalGammaStore;
+class PictureService;
 
 namespace cli {
 
-class PictureService;
 class RunningInstance;
 
 /// A time zone as far as the commands care. Lifetime: that of the context.
@@ -30,42 +31,54 @@ struct TimeZone {
     std::function<Result<Position>()> position;
 };
 
-/// What the commands ask of the world. A factory is called only by a command that needs what it makes, so that the
-/// others start at once; what it returns lives until the process ends.
+/// What the commands ask of the world. Nothing is made before a command needs it, so that the others start at once;
+/// what is returned lives until the process ends.
 ///
 /// Lifetime: outlives the command's run.
-struct CommandContext {
-    Output& out;
-    Output& err;
+class CommandContext {
+public:
+    CommandContext(std::FILE* standardOutput, std::FILE* standardError) : out(standardOutput), err(standardError) {}
+    virtual ~CommandContext() = default;
+    CommandContext(const CommandContext&) = delete;
+    CommandContext& operator=(const CommandContext&) = delete;
+
+    Output out;
+    Output err;
 
     /// Errors: `NotFound` (no display server to talk to), `Unsupported` (one that cannot do it), `PermissionDenied`.
-    std::function<Result<DisplayServer*>()> displays;
+    virtual Result<DisplayServer*> displays() = 0;
 
     /// The person's own presets; none if there is no file of them.
     /// Errors: `InvalidInput`, `PermissionDenied`, `Internal` (there is one that cannot be used).
-    std::function<Result<std::vector<FilterPreset>>()> userPresets;
+    virtual Result<std::vector<FilterPreset>> userPresets() = 0;
 
     /// The same as a store to change.
-    std::function<CustomPresetStore&()> presetStore;
+    virtual CustomPresetStore& presetStore() = 0;
 
     /// The zone of that name, or the system's.
     /// Errors: `NotFound` (no such zone).
-    std::function<Result<TimeZone>(std::optional<std::string_view> name)> timeZone;
+    virtual Result<TimeZone> timeZone(std::optional<std::string_view> name) = 0;
 
-    std::function<WallTime()> now;
+    /// Where the person is, as the preferences have it.
+    virtual std::optional<Position> knownPosition() = 0;
+
+    virtual WallTime now() = 0;
 
     /// The way to ask the running Dravo, whether there is one or not.
-    std::function<ControlClient&()> control;
+    virtual ControlClient& control() = 0;
 
     /// Whoever filters already; one that never runs where nothing can.
-    std::function<RunningInstance&()> runningInstance;
+    virtual RunningInstance& runningInstance() = 0;
+
+    /// Becomes the Dravo that filters and carries `first` out; returns when that ends.
+    virtual ExitCode start(const ControlRequest& first) = 0;
 
     /// What an earlier run saved, and the right to change it.
     /// Errors: `Busy` (a Dravo has been started meanwhile), `PermissionDenied`, `Internal`.
-    std::function<Result<OriginalGammaStore*>(DisplayServer&)> savedTables;
+    virtual Result<OriginalGammaStore*> savedTables(DisplayServer& server) = 0;
 
     /// Errors: `NotFound`, `Unsupported`: this installation cannot make pictures.
-    std::function<Result<PictureService*>()> pictures;
+    virtual Result<PictureService*> pictures() = 0;
 };
 
 }  // namespace cli

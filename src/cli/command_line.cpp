@@ -1,9 +1,11 @@
 #include "cli/command_line.h"
 
 #include <string>
+#include <vector>
 
 #include "cli/arguments.h"
 #include "cli/commands.h"
+#include "cli/completion.h"
 #include "cli/help.h"
 #include "cli/text.h"
 
@@ -16,14 +18,18 @@ ExitCode failPlainly(CommandContext& context, ExitCode code, std::string_view me
     return code;
 }
 
+ExitCode misusedPlainly(CommandContext& context, std::string_view message) {
+    return failPlainly(context, ExitCode::WrongUsage, withHint(message, "dravo --help"));
+}
+
 ExitCode runCommand(const Command& command, int count, char** words, CommandContext& context) {
-    const auto arguments = Arguments::parse(command, count, words);
-    if (!arguments) return misused(context, command, arguments.error().message);
-    if (arguments->wantsHelp()) {
-        context.out.write(commandHelp(command));
-        return ExitCode::Ok;
-    }
-    return command.run(*arguments, context);
+    const auto parsed = Arguments::parse(command, count, words);
+    const Arguments arguments = parsed ? *parsed : Arguments{};
+    const Call call{command, arguments, context};
+    if (!parsed) return misused(call, parsed.error().message);
+    if (!arguments.wantsHelp()) return command.run(call);
+    context.out.write(commandHelp(command));
+    return ExitCode::Ok;
 }
 
 ExitCode dispatch(int argc, char** argv, CommandContext& context) {
@@ -31,8 +37,7 @@ ExitCode dispatch(int argc, char** argv, CommandContext& context) {
     const bool isHelp = first == "--help" || first == "-h";
     const bool isVersion = first == "--version" || first == "-V";
     if ((isHelp || isVersion || first == "--headless" || first == "--autostart") && argc > 2) {
-        return failPlainly(context, ExitCode::WrongUsage,
-                           withHint(filled(localized("nothing may follow %@"), {quoted(first)}), "dravo --help"));
+        return misusedPlainly(context, filled(localized("nothing may follow %@"), {quoted(first)}));
     }
     if (isHelp) {
         context.out.write(programHelp());
@@ -42,12 +47,14 @@ ExitCode dispatch(int argc, char** argv, CommandContext& context) {
         context.out.write("dravo " DRAVO_VERSION "\n");
         return ExitCode::Ok;
     }
-    if (first.starts_with('-')) {
-        return failPlainly(context, ExitCode::WrongUsage,
-                           withHint(filled(localized("unknown option %@"), {quoted(first)}), "dravo --help"));
+    if (first == "--complete") {
+        const std::vector<const char*> words(argv + 2, argv + argc);
+        context.out.write(completions(words, context));
+        return ExitCode::Ok;
     }
+    if (first.starts_with('-')) return misusedPlainly(context, filled(localized("unknown option %@"), {quoted(first)}));
     const Command* const command = findCommand(first);
-    if (!command) return failPlainly(context, ExitCode::WrongUsage, withHint(unknownCommand(first), "dravo --help"));
+    if (!command) return misusedPlainly(context, unknownCommand(first));
     return runCommand(*command, argc - 2, argv + 2, context);
 }
 
@@ -70,14 +77,13 @@ ExitCode runCommandLine(int argc, char** argv, CommandContext& context) {
     return code;
 }
 
-ExitCode fail(CommandContext& context, const Command& command, ExitCode code, std::string_view message) {
-    context.err.write("dravo " + std::string(command.name) + ": " + std::string(message) + "\n");
+ExitCode fail(const Call& call, ExitCode code, std::string_view message) {
+    call.context.err.write("dravo " + std::string(call.command.name) + ": " + printable(message) + "\n");
     return code;
 }
 
-ExitCode misused(CommandContext& context, const Command& command, std::string_view message) {
-    return fail(context, command, ExitCode::WrongUsage,
-                withHint(message, "dravo " + std::string(command.name) + " --help"));
+ExitCode misused(const Call& call, std::string_view message) {
+    return fail(call, ExitCode::WrongUsage, withHint(message, "dravo " + std::string(call.command.name) + " --help"));
 }
 
 }  // namespace dravo::cli

@@ -1,10 +1,8 @@
 #pragma once
 
 #include <optional>
-#include <string_view>
 
 #include "app/run_kind.h"
-#include "cli/command.h"
 #include "cli/command_context.h"
 #include "cli/exit_code.h"
 
@@ -16,11 +14,5 @@ namespace dravo::cli {
 /// Runs the command that the command line names. Output and errors go to the context's streams and are complete when
 /// this returns. REQUIRES: not `asksToFilter(argc, argv)`.
 [[nodiscard]] ExitCode runCommandLine(int argc, char** argv, CommandContext& context);
-
-/// Writes "dravo NAME: message" as one line to standard error and returns `code`.
-[[nodiscard]] ExitCode fail(CommandContext& context, const Command& command, ExitCode code, std::string_view message);
-
-/// The same for wrong usage, with a hint at the command's help.
-[[nodiscard]] ExitCode misused(CommandContext& context, const Command& command, std::string_view message);
 
 }  // namespace dravo::cli

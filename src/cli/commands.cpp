@@ -1,26 +1,34 @@
 #include "cli/commands.h"
 
 #include <algorithm>
-#include <string>
 #include <vector>
 
 #include "cli/text.h"
 
 namespace dravo::cli {
 
+namespace {
+
+std::vector<const Command*> allCommands() {
+    std::vector<const Command*> rows;
+    for (const Command& row : controlCommands()) rows.push_back(&row);
+    for (const Command* const row :
+         {&kPresetsCommand, &kTableCommand, &kPreviewCommand, &kDisplaysCommand, &kRestoreCommand, &kSunCommand,
+          &kMelanopicCommand, &kImportCommand, &kExportCommand, &kHelpCommand})
+        rows.push_back(row);
+    return rows;
+}
+
+}  // namespace
+
 std::span<const Command* const> commands() {
-    static constexpr const Command* kRows[] = {
-        &kStatusCommand, &kToggleCommand,    &kOnCommand,       &kOffCommand,      &kPauseCommand,    &kResumeCommand,
-        &kPresetCommand, &kSetCommand,       &kScheduleCommand, &kLocationCommand, &kBreakCommand,    &kPanelCommand,
-        &kQuitCommand,   &kPresetsCommand,   &kTableCommand,    &kPreviewCommand,  &kDisplaysCommand, &kRestoreCommand,
-        &kSunCommand,    &kMelanopicCommand, &kImportCommand,   &kExportCommand,   &kHelpCommand,
-    };
-    return kRows;
+    static const std::vector<const Command*> rows = allCommands();
+    return rows;
 }
 
 const Command* findCommand(std::string_view name) {
     const auto rows = commands();
-    const auto row = std::ranges::find_if(rows, [&](const Command* command) { return command->name == name; });
+    const auto row = std::ranges::find(rows, name, [](const Command* each) { return std::string_view(each->name); });
     return row == rows.end() ? nullptr : *row;
 }
 

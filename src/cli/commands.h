@@ -1,29 +1,20 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "cli/command.h"
 
 namespace dravo::cli {
 
-extern const Command kStatusCommand;
-extern const Command kToggleCommand;
-extern const Command kOnCommand;
-extern const Command kOffCommand;
-extern const Command kPauseCommand;
-extern const Command kResumeCommand;
-extern const Command kPresetCommand;
-extern const Command kSetCommand;
-extern const Command kScheduleCommand;
-extern const Command kLocationCommand;
-extern const Command kBreakCommand;
-extern const Command kPanelCommand;
-extern const Command kQuitCommand;
+/// Those that ask the running Dravo.
+[[nodiscard]] std::span<const Command> controlCommands();
+
 extern const Command kPresetsCommand;
 extern const Command kTableCommand;
-extern const Command kDisplaysCommand;
 extern const Command kPreviewCommand;
+extern const Command kDisplaysCommand;
 extern const Command kRestoreCommand;
 extern const Command kSunCommand;
 extern const Command kMelanopicCommand;

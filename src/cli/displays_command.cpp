@@ -1,13 +1,12 @@
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <string>
 
-#include "cli/arguments.h"
-#include "cli/command_line.h"
+#include "app/control_state.h"
+#include "app/display_problems.h"
+#include "base/shortest_text.h"
 #include "cli/commands.h"
-#include "cli/display_list.h"
-#include "cli/display_list_json.h"
+#include "cli/displays.h"
+#include "cli/running.h"
 #include "cli/text.h"
 
 namespace dravo::cli {
@@ -32,44 +31,102 @@ std::string whiteText(const DisplayRow& row) {
     return filled(localized("white %1$@ (%2$@)"), {hexColour(*row.white), levels});
 }
 
-std::string displaysListing(const DisplayList& list) {
-    std::vector<std::array<std::string, 5>> lines;
-    std::array<std::size_t, 5> widths{};
-    for (const DisplayRow& row : list.rows) {
-        const auto& line = lines.emplace_back(std::array<std::string, 5>{
-            list.backend, row.description.name, "ID " + std::to_string(static_cast<std::uint32_t>(row.description.id)),
-            entriesText(row.description.tableSize), stateText(row)});
-        for (std::size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], columnsOf(line[i]));
+std::string listing(const std::string& backend, const std::vector<DisplayRow>& displays) {
+    if (displays.empty()) return backend + "  " + localized("no display is on") + "\n";
+    std::vector<std::vector<std::string>> lines;
+    for (const DisplayRow& row : displays) {
+        const auto& display = row.description;
+        lines.push_back({backend, display.name, "ID " + std::to_string(static_cast<std::uint32_t>(display.id)),
+                         entriesText(display.tableSize),
+                         display.problem.empty() ? localized("display.ready", "ready")
+                                                 : localized("display.unsupported", "unsupported"),
+                         whiteText(row)});
     }
-    std::string result;
-    for (std::size_t k = 0; k < lines.size(); ++k) {
-        for (std::size_t i = 0; i < widths.size(); ++i) result += padded(lines[k][i], widths[i] + 2);
-        result += whiteText(list.rows[k]) + "\n";
-    }
-    return result.empty() ? list.backend + "  " + localized("no display is on") + "\n" : result;
+    return inColumns(lines);
 }
 
-ExitCode runDisplays(const Arguments& arguments, CommandContext& context) {
-    const auto server = context.displays();
-    if (!server) return failForDisplays(context, kDisplaysCommand, server.error());
-    const auto list = listDisplays(**server);
-    if (!list) return failForDisplays(context, kDisplaysCommand, list.error());
-    context.out.write(arguments.has("json") ? displayListJson(*list) + "\n" : displaysListing(*list));
+/// Levels are 32-bit floats, as in the tables, and written as the shortest number for such a float.
+std::string whiteJson(const std::optional<Rgb>& white) {
+    if (!white) return R"(,"white":null)";
+    const auto level = [](double value) { return shortestText(static_cast<float>(value)); };
+    return R"(,"white":[)" + level(white->red) + "," + level(white->green) + "," + level(white->blue) + "]";
+}
+
+std::string listJson(const std::string& backend, const std::vector<DisplayRow>& displays, bool lacksGrayscale) {
+    std::string list;
+    for (const DisplayRow& row : displays)
+        list += (list.empty() ? "" : ",") + displayJson(row.description, whiteJson(row.white));
+    return R"({"backend":")" + backend + R"(","displays":[)" + list + R"(],"lacksGrayscale":)" +
+           (lacksGrayscale ? "true}\n" : "false}\n");
+}
+
+/// What the running Dravo cannot show on any display.
+bool lacksGrayscale(CommandContext& context) {
+    if (!context.runningInstance().isThere()) return false;
+    const auto state = context.control().state();
+    return state && state->lacksGrayscale;
+}
+
+ExitCode runDisplays(const Call& call) {
+    const auto server = call.context.displays();
+    if (!server) return failForDisplays(call, server.error());
+    const auto displays = listDisplays(**server);
+    if (!displays) return failForDisplays(call, displays.error());
+    const std::string backend = (*server)->backend();
+    const bool isGrayMissing = lacksGrayscale(call.context);
+    if (call.arguments.has("json")) {
+        call.context.out.write(listJson(backend, *displays, isGrayMissing));
+        return ExitCode::Ok;
+    }
+    call.context.out.write(listing(backend, *displays));
+    if (isGrayMissing) call.context.out.write(localized(kNoGrayscale) + "\n");
     return ExitCode::Ok;
 }
 
-constexpr const char* kDisplaysUsages[] = {"[--json]"};
-constexpr Option kDisplaysOptions[] = {kJsonOption};
-
 }  // namespace
+
+Result<std::vector<DisplayRow>> listDisplays(DisplayServer& server) {
+    const auto descriptions = server.describeDisplays();
+    if (!descriptions) return descriptions.error();
+    std::vector<DisplayRow> rows;
+    std::vector<DisplayId> readable;
+    for (const DisplayDescription& description : *descriptions) {
+        rows.push_back({description, {}, {}});
+        if (description.problem.empty()) readable.push_back(description.id);
+    }
+    auto tables = server.readTables(readable);
+    auto table = tables.begin();
+    for (DisplayRow& row : rows) {
+        if (!row.description.problem.empty() || table == tables.end()) continue;
+        const Result<GammaTable>& read = *table++;
+        if (!read) {
+            if (read.error().code == ErrorCode::Disconnected) return read.error();
+            row.description.problem = read.error().message;
+            continue;
+        }
+        row.table = *read;
+        if (row.table.size() > 0) row.white = Rgb{row.table.red.back(), row.table.green.back(), row.table.blue.back()};
+    }
+    return rows;
+}
+
+std::string entriesText(std::size_t count) {
+    return filled(localizedCount("display.entries", "%lld entry", "%lld entries", count), {std::to_string(count)});
+}
+
+ExitCode failForDisplays(const Call& call, const Error& error) {
+    const bool isRefusal = error.code == ErrorCode::PermissionDenied || error.code == ErrorCode::Busy ||
+                           error.code == ErrorCode::Unsupported;
+    return fail(call, isRefusal ? ExitCode::Refused : ExitCode::NoDisplayServer, localized(error.message));
+}
 
 const Command kDisplaysCommand{
     .name = "displays",
     .summary = textKey("List the displays and what they hold now"),
-    .usages = kDisplaysUsages,
+    .usages = {"[--json]"},
     .description = textKey("A line for each display: the kind of display server, the display's name, ID and table "
                            "size, whether it can be filtered, and the colour that it shows for white."),
-    .options = kDisplaysOptions,
+    .options = {kJsonOption},
     .run = runDisplays,
 };
 

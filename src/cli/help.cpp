@@ -1,11 +1,10 @@
 #include "cli/help.h"
 
-#include <algorithm>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "base/shortest_text.h"
+#include "cli/arguments.h"
+#include "cli/command_context.h"
 #include "cli/commands.h"
 #include "cli/text.h"
 
@@ -13,14 +12,11 @@ namespace dravo::cli {
 
 namespace {
 
-using Rows = std::vector<std::pair<std::string, std::string>>;
+using Rows = std::vector<std::vector<std::string>>;
 
-std::string twoColumns(const Rows& rows) {
-    std::size_t width = 0;
-    for (const auto& [left, right] : rows) width = std::max(width, columnsOf(left));
-    std::string result;
-    for (const auto& [left, right] : rows) result += "  " + padded(left, width + 2) + right + "\n";
-    return result;
+std::string indented(Rows rows) {
+    for (auto& row : rows) row.front().insert(0, "  ");
+    return inColumns(rows);
 }
 
 std::string helpText(const Option& option) {
@@ -39,6 +35,14 @@ std::string usageText(const std::vector<std::string>& calls) {
     return result;
 }
 
+ExitCode runHelp(const Call& call) {
+    const auto& operands = call.arguments.operands();
+    const Command* const command = operands.empty() ? nullptr : findCommand(operands[0]);
+    if (!operands.empty() && !command) return misused(call, unknownCommand(operands[0]));
+    call.context.out.write(command ? commandHelp(*command) : programHelp());
+    return ExitCode::Ok;
+}
+
 }  // namespace
 
 std::string programHelp() {
@@ -47,20 +51,20 @@ std::string programHelp() {
         usageText({"dravo [--headless | --autostart]", "dravo COMMAND [ARGUMENTS]"}) + "\n" +
         localized("Without a command it filters every display until it is ended.") + "\n\n" + localized("Options:") +
         "\n" +
-        twoColumns({{"--autostart", localized("The same, and stay in the background: for a start at login")},
-                    {"--headless", localized("Filter in the foreground, without any window")},
-                    {"-h, --help", localized("Show this help")},
-                    {"-V, --version", localized("Show the version")}}) +
+        indented({{"--autostart", localized("The same, and stay in the background: for a start at login")},
+                  {"--headless", localized("Filter in the foreground, without any window")},
+                  {"-h, --help", localized("Show this help")},
+                  {"-V, --version", localized("Show the version")}}) +
         "\n" + localized("Commands:") + "\n";
     Rows rows;
-    for (const Command* const command : commands()) rows.emplace_back(command->name, localized(command->summary));
-    result += twoColumns(rows) + "\n" + localized("Exit codes:") + "\n" +
-              twoColumns({{"0", localized("done")},
-                          {"1", localized("a file, or the output, could not be read or written")},
-                          {"2", localized("wrong usage; nothing was done")},
-                          {"3", localized("no display server, or it went away")},
-                          {"4", localized("the display server, or the running Dravo, refused")},
-                          {"5", localized("no running Dravo to ask")}});
+    for (const Command* const command : commands()) rows.push_back({command->name, localized(command->summary)});
+    result += indented(rows) + "\n" + localized("Exit codes:") + "\n" +
+              indented({{"0", localized("done")},
+                        {"1", localized("a file, or the output, could not be read or written")},
+                        {"2", localized("wrong usage; nothing was done")},
+                        {"3", localized("no display server, or it went away")},
+                        {"4", localized("the display server, or the running Dravo, refused")},
+                        {"5", localized("no running Dravo to ask")}});
     return result + "\n" + localized("'dravo COMMAND --help' says more about a command.") + "\n";
 }
 
@@ -74,11 +78,19 @@ std::string commandHelp(const Command& command) {
     if (!command.description.english.empty()) result += "\n" + wrapped(localized(command.description), kWidth) + "\n";
     Rows rows;
     for (const Option& option : command.options) {
-        rows.emplace_back(std::string("--") + option.name + (*option.valueName ? " " : "") + option.valueName,
-                          helpText(option));
+        rows.push_back(
+            {std::string("--") + option.name + (*option.valueName ? " " : "") + option.valueName, helpText(option)});
     }
-    rows.emplace_back("-h, --help", localized("Show this help"));
-    return result + "\n" + localized("Options:") + "\n" + twoColumns(rows);
+    rows.push_back({"-h, --help", localized("Show this help")});
+    return result + "\n" + localized("Options:") + "\n" + indented(rows);
 }
+
+const Command kHelpCommand{
+    .name = "help",
+    .summary = textKey("Show this help, or a command's"),
+    .usages = {"[COMMAND]"},
+    .mostOperands = 1,
+    .run = runHelp,
+};
 
 }  // namespace dravo::cli

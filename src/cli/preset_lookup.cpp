@@ -4,7 +4,6 @@
 #include <string>
 
 #include "base/files.h"
-#include "cli/command_line.h"
 #include "cli/text.h"
 #include "filter/preset_json.h"
 
@@ -33,19 +32,6 @@ std::string unknownPreset(std::string_view id, const std::vector<FilterPreset>& 
     return filled(localized("no preset %1$@; there are %2$@"), {quoted(id), known});
 }
 
-}  // namespace
-
-PresetList allPresets(const Command& command, CommandContext& context) {
-    PresetList list{FilterPreset::builtIn(), ExitCode::Ok};
-    auto own = context.userPresets();
-    if (own) {
-        std::ranges::move(*own, std::back_inserter(list.presets));
-    } else {
-        list.code = fail(context, command, ExitCode::FileTrouble, own.error().message);
-    }
-    return list;
-}
-
 Result<FilterPreset> presetOf(std::string_view operand, CommandContext& context) {
     if (operand.find('/') != std::string_view::npos || operand.ends_with(".json")) {
         return readPreset(std::string(operand));
@@ -60,13 +46,26 @@ Result<FilterPreset> presetOf(std::string_view operand, CommandContext& context)
     return Error{ErrorCode::NotFound, unknownPreset(operand, presets)};
 }
 
-PresetOutcome choosePreset(const Command& command, std::string_view operand, const Arguments& arguments,
-                           CommandContext& context) {
-    const auto preset = presetOf(operand, context);
+}  // namespace
+
+PresetList allPresets(const Call& call) {
+    PresetList list{FilterPreset::builtIn(), ExitCode::Ok};
+    auto own = call.context.userPresets();
+    if (own) {
+        std::ranges::move(*own, std::back_inserter(list.presets));
+    } else {
+        list.code = fail(call, ExitCode::FileTrouble, own.error().message);
+    }
+    return list;
+}
+
+PresetOutcome choosePreset(const Call& call, std::string_view operand) {
+    const auto& arguments = call.arguments;
+    const auto preset = presetOf(operand, call.context);
     if (!preset) {
         const std::string& message = preset.error().message;
-        if (preset.error().code == ErrorCode::NotFound) return {{}, misused(context, command, message)};
-        return {{}, fail(context, command, ExitCode::FileTrouble, message)};
+        if (preset.error().code == ErrorCode::NotFound) return {{}, misused(call, message)};
+        return {{}, fail(call, ExitCode::FileTrouble, message)};
     }
     const Adjustments adjustments{
         .intensity = arguments.number("intensity").value_or(preset->intensity),

@@ -17,11 +17,7 @@ struct PresetList {
     std::vector<FilterPreset> presets;
     ExitCode code = ExitCode::Ok;
 };
-[[nodiscard]] PresetList allPresets(const Command& command, CommandContext& context);
-
-/// The preset that an operand means: a file with one preset if it has a "/" or ends in ".json", else an id.
-/// Errors: `NotFound` (no such id: wrong usage); any other: trouble with a file.
-[[nodiscard]] Result<FilterPreset> presetOf(std::string_view operand, CommandContext& context);
+[[nodiscard]] PresetList allPresets(const Call& call);
 
 /// A preset and what it is to be adjusted by.
 struct PresetChoice {
@@ -29,14 +25,14 @@ struct PresetChoice {
     Adjustments adjustments;
 };
 
-/// `presetOf`, with the adjustments that the command line gives and the preset's own for the rest. What goes wrong
-/// is written to standard error; then `code` says how to end and the value is empty.
+/// The preset that an operand means: a file with one preset if it has a "/" or ends in ".json", else an id. With the
+/// adjustments that the command line gives, and the preset's own for the rest. What goes wrong is written to standard
+/// error; then `code` says how to end and the value is empty.
 struct PresetOutcome {
     std::optional<PresetChoice> choice;
     ExitCode code = ExitCode::Ok;
 };
-[[nodiscard]] PresetOutcome choosePreset(const Command& command, std::string_view operand, const Arguments& arguments,
-                                         CommandContext& context);
+[[nodiscard]] PresetOutcome choosePreset(const Call& call, std::string_view operand);
 
 /// The table of the choice.
 [[nodiscard]] GammaTable tableOf(const PresetChoice& choice);

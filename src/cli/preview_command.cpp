@@ -3,13 +3,11 @@
 #include <string>
 
 #include "base/files.h"
-#include "cli/arguments.h"
-#include "cli/command_line.h"
 #include "cli/commands.h"
-#include "cli/display_list.h"
-#include "cli/picture_service.h"
+#include "cli/displays.h"
 #include "cli/preset_lookup.h"
 #include "cli/text.h"
+#include "pictures/picture_service.h"
 
 namespace dravo::cli {
 
@@ -59,19 +57,13 @@ DisplayCell displayCell(const DisplayRow& row) {
     return 0666 & ~mask;
 }
 
-ExitCode save(PictureService& pictures, const Picture& picture, std::string_view path, CommandContext& context) {
-    const auto bytes = pictures.encode(picture);
-    if (!bytes) return fail(context, kPreviewCommand, ExitCode::FileTrouble, bytes.error().message);
-    const auto written = writeFileAtomically(path, *bytes, {.mode = ordinaryFileMode(), .sync = false});
-    if (!written) return fail(context, kPreviewCommand, ExitCode::FileTrouble, written.error().message);
-    return ExitCode::Ok;
-}
-
 /// Saves what was drawn, or says why nothing was.
-ExitCode finish(PictureService& pictures, const Result<Picture>& drawn, std::string_view path,
-                CommandContext& context) {
-    if (!drawn) return fail(context, kPreviewCommand, ExitCode::FileTrouble, drawn.error().message);
-    return save(pictures, *drawn, path, context);
+ExitCode save(const Call& call, PictureService& pictures, const Result<Picture>& drawn, std::string_view path) {
+    const auto bytes = drawn ? pictures.encode(*drawn) : drawn.error();
+    if (!bytes) return fail(call, ExitCode::FileTrouble, bytes.error().message);
+    const auto written = writeFileAtomically(path, *bytes, {.mode = ordinaryFileMode(), .sync = false});
+    if (!written) return fail(call, ExitCode::FileTrouble, written.error().message);
+    return ExitCode::Ok;
 }
 
 Result<Picture> readPicture(PictureService& pictures, std::string_view path) {
@@ -82,33 +74,33 @@ Result<Picture> readPicture(PictureService& pictures, std::string_view path) {
     return picture;
 }
 
-ExitCode drawAllPresets(PictureService& pictures, std::string_view path, CommandContext& context) {
+ExitCode drawAllPresets(const Call& call, PictureService& pictures) {
     std::vector<PresetCell> cells;
-    const auto [presets, code] = allPresets(kPreviewCommand, context);
+    const auto [presets, code] = allPresets(call);
     const PictureLanguage language;
     for (const FilterPreset& preset : presets) cells.push_back(presetCell(preset));
-    const ExitCode drawn = finish(pictures, pictures.presetSheet(cells), path, context);
+    const ExitCode drawn = save(call, pictures, pictures.presetSheet(cells), call.arguments.operands()[0]);
     return drawn == ExitCode::Ok ? code : drawn;
 }
 
-ExitCode drawDisplays(PictureService& pictures, std::string_view path, CommandContext& context) {
-    const auto server = context.displays();
-    if (!server) return failForDisplays(context, kPreviewCommand, server.error());
-    const auto list = listDisplays(**server);
-    if (!list) return failForDisplays(context, kPreviewCommand, list.error());
+ExitCode drawDisplays(const Call& call, PictureService& pictures) {
+    const auto server = call.context.displays();
+    if (!server) return failForDisplays(call, server.error());
+    const auto displays = listDisplays(**server);
+    if (!displays) return failForDisplays(call, displays.error());
     std::vector<DisplayCell> cells;
     const PictureLanguage language;
-    for (const DisplayRow& row : list->rows) cells.push_back(displayCell(row));
-    return finish(pictures, pictures.beforeAndAfter(cells), path, context);
+    for (const DisplayRow& row : *displays) cells.push_back(displayCell(row));
+    return save(call, pictures, pictures.beforeAndAfter(cells), call.arguments.operands()[0]);
 }
 
-ExitCode drawPreset(PictureService& pictures, const Arguments& arguments, CommandContext& context) {
-    const auto& operands = arguments.operands();
-    const auto [choice, code] = choosePreset(kPreviewCommand, operands.back(), arguments, context);
+ExitCode drawPreset(const Call& call, PictureService& pictures) {
+    const auto& operands = call.arguments.operands();
+    const auto [choice, code] = choosePreset(call, operands.back());
     if (!choice) return code;
     auto picture = operands.size() == 3 ? readPicture(pictures, operands[0]) : pictures.testCard();
     if (picture) applyTable(*picture, tableOf(*choice));
-    return finish(pictures, picture, operands[operands.size() - 2], context);
+    return save(call, pictures, picture, operands[operands.size() - 2]);
 }
 
 bool isPngName(std::string_view path) { return path.ends_with(".png") || path.ends_with(".PNG"); }
@@ -131,37 +123,30 @@ std::string whatIsWrong(const Arguments& arguments) {
     return filled(localized("the picture is written as PNG: %@ must end in .png"), {quoted(target)});
 }
 
-ExitCode runPreview(const Arguments& arguments, CommandContext& context) {
-    if (const std::string wrong = whatIsWrong(arguments); !wrong.empty()) {
-        return misused(context, kPreviewCommand, wrong);
-    }
-    const auto pictures = context.pictures();
-    if (!pictures) return fail(context, kPreviewCommand, ExitCode::FileTrouble, pictures.error().message);
-    if (arguments.has("all")) return drawAllPresets(**pictures, arguments.operands()[0], context);
-    if (arguments.has("displays")) return drawDisplays(**pictures, arguments.operands()[0], context);
-    return drawPreset(**pictures, arguments, context);
+ExitCode runPreview(const Call& call) {
+    if (const std::string wrong = whatIsWrong(call.arguments); !wrong.empty()) return misused(call, wrong);
+    const auto pictures = call.context.pictures();
+    if (!pictures) return fail(call, ExitCode::FileTrouble, pictures.error().message);
+    if (call.arguments.has("all")) return drawAllPresets(call, **pictures);
+    if (call.arguments.has("displays")) return drawDisplays(call, **pictures);
+    return drawPreset(call, **pictures);
 }
-
-constexpr const char* kPreviewUsages[] = {"[IN] OUT.png PRESET [OPTIONS]", "--all OUT.png", "--displays OUT.png"};
-constexpr Option kPreviewOptions[] = {
-    kIntensityOption,
-    kDimmingOption,
-    kBlackPointOption,
-    kContrastOption,
-    {"all", "", textKey("Draw one sheet with every preset")},
-    {"displays", "", textKey("Draw a test card without and with what each display holds now")},
-};
 
 }  // namespace
 
 const Command kPreviewCommand{
     .name = "preview",
     .summary = textKey("Write a picture as a preset would show it"),
-    .usages = kPreviewUsages,
+    .usages = {"[IN] OUT.png PRESET [OPTIONS]", "--all OUT.png", "--displays OUT.png"},
     .description = textKey("IN is a PNG or JPEG picture; without it a built-in test card is taken. OUT.png may be IN. "
                            "PRESET is an id that 'dravo presets' lists, or the path of a file with one preset. What no "
                            "option adjusts is as the preset has it."),
-    .options = kPreviewOptions,
+    .options = {kIntensityOption,
+                kDimmingOption,
+                kBlackPointOption,
+                kContrastOption,
+                {"all", "", textKey("Draw one sheet with every preset")},
+                {"displays", "", textKey("Draw a test card without and with what each display holds now")}},
     .leastOperands = 1,
     .mostOperands = 3,
     .run = runPreview,

@@ -1,11 +1,9 @@
 #include <algorithm>
 #include <string>
 
-#include "cli/arguments.h"
-#include "cli/command_line.h"
 #include "cli/commands.h"
-#include "cli/display_list.h"
-#include "cli/running_instance.h"
+#include "cli/displays.h"
+#include "cli/running.h"
 #include "cli/text.h"
 #include "display/display_access.h"
 #include "display/original_gamma_store.h"
@@ -19,12 +17,12 @@ bool isNeutral(const GammaTable& table) { return table == resample(GammaTable::i
 /// Gives every display its own table, and reports each. A display that fails does not stop the others.
 class Restoration {
 public:
-    Restoration(DisplayServer& server, OriginalGammaStore& saved, CommandContext& context)
-        : server_(server), saved_(saved), context_(context) {}
+    Restoration(DisplayServer& server, OriginalGammaStore& saved, const Call& call)
+        : server_(server), saved_(saved), call_(call) {}
 
     ExitCode run() {
         const auto displays = server_.describeDisplays();
-        if (!displays) return failForDisplays(context_, kRestoreCommand, displays.error());
+        if (!displays) return failForDisplays(call_, displays.error());
         const bool wasUnclean = saved_.restoreIfNeeded();
         const std::vector<DisplayId> known = saved_.knownDisplays();
         // Whoever asks for this does not trust what is on screen: a display without a saved table is not left as found.
@@ -36,7 +34,7 @@ public:
             if (outcomes[i]) {
                 report(lines_[i]);
             } else {
-                worst_ = failForDisplays(context_, kRestoreCommand, outcomes[i].error());
+                worst_ = failForDisplays(call_, outcomes[i].error());
             }
         }
         // The file stays for a display that is not here: its table is known nowhere else.
@@ -55,7 +53,7 @@ private:
             return report(filled(localized("%1$@: left alone: %2$@"), {display.name, localized(display.problem)}));
         auto table = server_.ownTable(display.id);
         if (!table) {
-            worst_ = failForDisplays(context_, kRestoreCommand, table.error());
+            worst_ = failForDisplays(call_, table.error());
             return;
         }
         const bool isSaved = std::ranges::find(known, display.id) != known.end();
@@ -66,37 +64,36 @@ private:
         loads.push_back({display.id, std::move(*table)});
     }
 
-    void report(const std::string& line) { context_.out.write(line + "\n"); }
+    void report(const std::string& line) { call_.context.out.write(line + "\n"); }
 
     DisplayServer& server_;
     OriginalGammaStore& saved_;
-    CommandContext& context_;
+    const Call& call_;
     std::vector<std::string> lines_;  ///< What to say once the load of the same place has worked.
     ExitCode worst_ = ExitCode::Ok;
 };
 
-ExitCode runRestore(const Arguments&, CommandContext& context) {
+ExitCode runRestore(const Call& call) {
+    auto& context = call.context;
     const auto isOff = context.runningInstance().switchOff();
-    if (!isOff) return fail(context, kRestoreCommand, ExitCode::Refused, isOff.error().message);
+    if (!isOff) return fail(call, ExitCode::Refused, isOff.error().message);
     if (*isOff) {
         context.out.write(localized("The running Dravo has switched the filter off.") + "\n");
         return ExitCode::Ok;
     }
     const auto server = context.displays();
-    if (!server) return failForDisplays(context, kRestoreCommand, server.error());
+    if (!server) return failForDisplays(call, server.error());
     const auto saved = context.savedTables(**server);
-    if (!saved) return fail(context, kRestoreCommand, ExitCode::Refused, saved.error().message);
-    return Restoration(**server, **saved, context).run();
+    if (!saved) return fail(call, ExitCode::Refused, saved.error().message);
+    return Restoration(**server, **saved, call).run();
 }
-
-constexpr const char* kRestoreUsages[] = {""};
 
 }  // namespace
 
 const Command kRestoreCommand{
     .name = "restore",
     .summary = textKey("Give every display back its own table"),
-    .usages = kRestoreUsages,
+    .usages = {""},
     .description =
         textKey("A running Dravo is asked to switch off. When none runs, every display gets the table saved by an "
                 "earlier run that did not end cleanly, else its colour profile's calibration, else a neutral one."),

@@ -1,9 +1,9 @@
 #include "cli/status_text.h"
 
 #include <algorithm>
-#include <utility>
 #include <vector>
 
+#include "app/display_problems.h"
 #include "base/localized.h"
 #include "base/shortest_text.h"
 #include "cli/text.h"
@@ -12,7 +12,7 @@ namespace dravo::cli {
 
 namespace {
 
-using Rows = std::vector<std::pair<std::string, std::string>>;
+using Rows = std::vector<std::vector<std::string>>;  // a label and a value each
 
 /// "20:00", with the day when that is not today.
 std::string instantText(WallTime instant, WallTime now, const Calendar& calendar) {
@@ -31,7 +31,8 @@ std::string filterText(const ControlState& state, WallTime now, const Calendar& 
 }
 
 std::string presetText(const ControlState& state) {
-    return state.isEdited ? filled(localized("status.edited", "%@ (edited)"), {state.preset}) : state.preset;
+    const std::string id = printable(state.preset);
+    return state.isEdited ? filled(localized("status.edited", "%@ (edited)"), {id}) : id;
 }
 
 std::string nextChangeText(const ControlState::NextChange& change, WallTime now, const Calendar& calendar) {
@@ -73,30 +74,25 @@ Rows rowsOf(const ControlState& state, WallTime now, const Calendar& calendar, C
               {localized("Melanopic light"),
                filled(localized("status.reduced", "reduced by %@"), {percentText(state.melanopicReduction)})},
               {localized("Schedule"), hoursText(state)}};
-    if (state.nextChange) rows.emplace_back(localized("Next change"), nextChangeText(*state.nextChange, now, calendar));
+    if (state.lacksGrayscale) rows.insert(rows.begin() + 2, {localized("Preset"), localized(kNoGrayscale)});
+    if (state.nextChange) rows.push_back({localized("Next change"), nextChangeText(*state.nextChange, now, calendar)});
     if (state.schedule.mode == ScheduleMode::sunsetToSunrise)
-        rows.emplace_back(localized("Location"), locationText(state));
-    rows.emplace_back(localized("Breaks"), countdown == Countdown::shown ? breaksText(state) : reminderText(state));
-    for (const auto& display : state.displays) rows.emplace_back(localized("Display"), displayText(display));
+        rows.push_back({localized("Location"), locationText(state)});
+    rows.push_back({localized("Breaks"), countdown == Countdown::shown ? breaksText(state) : reminderText(state)});
+    for (const auto& display : state.displays) rows.push_back({localized("Display"), displayText(display)});
     return rows;
 }
 
 }  // namespace
 
 std::string statusText(const ControlState& state, WallTime now, const Calendar& calendar) {
-    const Rows rows = rowsOf(state, now, calendar, Countdown::shown);
-    std::size_t width = 0;
-    for (const auto& [label, value] : rows) width = std::max(width, columnsOf(label));
-    std::string text;
-    for (const auto& [label, value] : rows) text += padded(label, width + 2) + value + "\n";
-    return text;
+    return inColumns(rowsOf(state, now, calendar, Countdown::shown));
 }
 
 std::string statusLine(const ControlState& state, WallTime now, const Calendar& calendar) {
     std::string line;
-    for (const auto& [label, value] : rowsOf(state, now, calendar, Countdown::leftOut)) {
-        line += (line.empty() ? "" : "; ") + label + " " + value;
-    }
+    for (const auto& row : rowsOf(state, now, calendar, Countdown::leftOut))
+        line += (line.empty() ? "" : "; ") + row[0] + " " + row[1];
     return line;
 }
 

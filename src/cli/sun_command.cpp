@@ -4,7 +4,7 @@
 
 #include "base/utc_text.h"
 #include "cli/arguments.h"
-#include "cli/command_line.h"
+#include "cli/command_context.h"
 #include "cli/commands.h"
 #include "cli/text.h"
 #include "schedule/solar_calculator.h"
@@ -28,7 +28,9 @@ std::optional<std::chrono::year_month_day> parseDate(std::string_view text) {
     };
     const std::chrono::year_month_day date{std::chrono::year(static_cast<int>(number(0, 4))),
                                            std::chrono::month(number(5, 2)), std::chrono::day(number(8, 2))};
-    return date.ok() && date.year() > std::chrono::year(0) ? std::optional(date) : std::nullopt;
+    // The years that the clock's unit reaches from end to end.
+    const bool isWithinReach = date.year() >= std::chrono::year(1678) && date.year() <= std::chrono::year(2261);
+    return date.ok() && isWithinReach ? std::optional(date) : std::nullopt;
 }
 
 /// Noon of the day in the zone: never on another day, whatever the clocks do at night.
@@ -51,51 +53,54 @@ std::string sunText(const std::optional<ScheduleWindow>& window) {
            "\n";
 }
 
-ExitCode runSun(const Arguments& arguments, CommandContext& context) {
-    const auto latitude = arguments.number("latitude");
-    const auto longitude = arguments.number("longitude");
-    if (latitude.has_value() != longitude.has_value()) {
-        return misused(context, kSunCommand, localized("--latitude and --longitude go together"));
-    }
+/// Where the sun is asked for: where the command line says, else where the person is known to be, else in the zone.
+Result<Position> placeOf(const Call& call, const TimeZone& zone) {
+    const auto latitude = call.arguments.number("latitude");
+    if (latitude) return Position{*latitude, *call.arguments.number("longitude")};
+    if (!call.arguments.has("time-zone"))
+        if (const auto known = call.context.knownPosition()) return *known;
+    auto place = zone.position();
+    if (place) return place;
+    return Error{place.error().code, filled(localized("%@; give --latitude and --longitude"), {place.error().message})};
+}
+
+ExitCode runSun(const Call& call) {
+    const auto& arguments = call.arguments;
+    if (arguments.has("latitude") != arguments.has("longitude"))
+        return misused(call, localized("--latitude and --longitude go together"));
     const auto dateText = arguments.text("date");
     const auto date = dateText ? parseDate(*dateText) : std::nullopt;
     if (dateText && !date) {
-        return misused(context, kSunCommand,
-                       filled(localized("--date takes a day as YYYY-MM-DD, not %@"), {quoted(*dateText)}));
+        return misused(
+            call, filled(localized("--date takes a day from 1678-01-01 to 2261-12-31, not %@"), {quoted(*dateText)}));
     }
-    const auto zone = context.timeZone(arguments.text("time-zone"));
-    if (!zone) return misused(context, kSunCommand, zone.error().message);
-    auto position = latitude ? Result<Position>(Position{*latitude, *longitude}) : zone->position();
-    if (!position) {
-        return misused(context, kSunCommand,
-                       filled(localized("%@; give --latitude and --longitude"), {position.error().message}));
-    }
-    const WallTime day = date ? noonOf(*date, zone->calendar) : context.now();
-    const auto window = SolarCalculator::scheduleWindow(day, zone->calendar, position->latitude, position->longitude);
-    const auto times = SolarCalculator::solarTimes(day, position->latitude, position->longitude, zone->calendar);
-    context.out.write(arguments.has("json") ? sunJson(times, window) : sunText(window));
+    const auto zone = call.context.timeZone(arguments.text("time-zone"));
+    if (!zone) return misused(call, zone.error().message);
+    const auto place = placeOf(call, *zone);
+    if (!place) return misused(call, place.error().message);
+    const WallTime day = date ? noonOf(*date, zone->calendar) : call.context.now();
+    const auto window = SolarCalculator::scheduleWindow(day, zone->calendar, place->latitude, place->longitude);
+    const auto times = SolarCalculator::solarTimes(day, place->latitude, place->longitude, zone->calendar);
+    call.context.out.write(arguments.has("json") ? sunJson(times, window) : sunText(window));
     return ExitCode::Ok;
 }
-
-constexpr const char* kSunUsages[] = {"[--latitude X --longitude Y] [OPTIONS]"};
-constexpr Option kSunOptions[] = {
-    {"latitude", "X", textKey("Degrees north"), Option::Kind::Number, -90, 90},
-    {"longitude", "Y", textKey("Degrees east"), Option::Kind::Number, -180, 180},
-    {"date", "YYYY-MM-DD", textKey("The day instead of today"), Option::Kind::Text},
-    {"time-zone", "NAME", textKey("The time zone, e.g. Europe/Berlin, instead of the system's"), Option::Kind::Text},
-    kJsonOption,
-};
 
 }  // namespace
 
 const Command kSunCommand{
     .name = "sun",
     .summary = textKey("Show when the sun rises and sets"),
-    .usages = kSunUsages,
-    .description = textKey("Without a position, that of the time zone's principal place is taken. Times are local; "
-                           "--json gives them in UTC, with the minutes of the local day at which a filter from sunset "
+    .usages = {"[--latitude X --longitude Y] [OPTIONS]"},
+    .description = textKey("Without a position, the one that Dravo knows is taken, else that of the time zone's "
+                           "principal place. Times are local; --json gives them in UTC, with the minutes of the local "
+                           "day at which a filter from sunset "
                            "to sunrise begins and ends, or null when the sun does not cross the horizon."),
-    .options = kSunOptions,
+    .options = {{"latitude", "X", textKey("Degrees north"), Option::Kind::Number, -90, 90},
+                {"longitude", "Y", textKey("Degrees east"), Option::Kind::Number, -180, 180},
+                {"date", "YYYY-MM-DD", textKey("The day instead of today"), Option::Kind::Text},
+                {"time-zone", "NAME", textKey("The time zone, e.g. Europe/Berlin, instead of the system's"),
+                 Option::Kind::Text},
+                kJsonOption},
     .run = runSun,
 };
 

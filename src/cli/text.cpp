@@ -7,7 +7,6 @@
 #include <iterator>
 #include <numeric>
 #include <utility>
-#include <vector>
 
 #include "base/localized.h"
 #include "base/utf8.h"
@@ -106,14 +105,21 @@ std::optional<int> parseClock(std::string_view text) {
     return parts[0] < 24 && parts[1] < 60 ? std::optional(parts[0] * 60 + parts[1]) : std::nullopt;
 }
 
+std::string printable(std::string_view text) {
+    std::string result;
+    while (!text.empty()) {
+        const auto rest = text;
+        const auto character = takeCharacter(text);
+        const bool isControl = !character || *character < 0x20 || (*character >= 0x7f && *character < 0xa0);
+        result += isControl ? "?" : rest.substr(0, rest.size() - text.size());
+    }
+    return result;
+}
+
 std::string quoted(std::string_view text) {
     constexpr std::size_t kLongest = 200;
-    std::string result;
-    for (const char c : text.substr(0, kLongest)) {
-        const auto byte = static_cast<unsigned char>(c);
-        result += byte < 0x20 || byte == 0x7f ? '?' : c;
-    }
-    return filled(localized("cli.quoted", "'%@'"), {text.size() > kLongest ? result + "..." : result});
+    const std::string shown = printable(text.substr(0, kLongest));
+    return filled(localized("cli.quoted", "'%@'"), {text.size() > kLongest ? shown + "..." : shown});
 }
 
 std::string withGuess(std::string_view complaint, std::string_view meant) {
@@ -180,12 +186,27 @@ std::string paddedInFront(std::string_view text, std::size_t width) {
     return std::string(width > columns ? width - columns : 0, ' ') + std::string(text);
 }
 
+std::string inColumns(const std::vector<std::vector<std::string>>& lines) {
+    std::vector<std::size_t> widths;
+    for (const auto& line : lines) {
+        widths.resize(std::max(widths.size(), line.size()));
+        for (std::size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], columnsOf(line[i]));
+    }
+    std::string result;
+    for (const auto& line : lines) {
+        for (std::size_t i = 0; i + 1 < line.size(); ++i) result += padded(line[i], widths[i] + 2);
+        result += line.back() + "\n";
+    }
+    return result;
+}
+
 std::string_view nearest(std::string_view typed, std::span<const std::string_view> candidates) {
     constexpr std::size_t kLongestTyped = 64;
     if (typed.size() > kLongestTyped) return {};
     const std::string wanted = lowered(typed);
     std::string_view best;
-    std::size_t bestDistance = typed.size() / 3 + 2;
+    // One error in a short word, two in one of six letters: more would find something in any word.
+    std::size_t bestDistance = std::max<std::size_t>(typed.size() / 3, 1) + 1;
     for (const std::string_view candidate : candidates) {
         const std::size_t distance = editDistance(wanted, lowered(candidate));
         if (distance < bestDistance) {

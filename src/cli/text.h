@@ -4,6 +4,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace dravo::cli {
 
@@ -22,7 +23,10 @@ namespace dravo::cli {
 /// "20:05", or "7:30", as minutes of the day.
 [[nodiscard]] std::optional<int> parseClock(std::string_view text);
 
-/// `text` in the language's quotes, control characters replaced: whatever a person typed, the message stays one line.
+/// `text` for a terminal: control characters and what is not UTF-8 become "?".
+[[nodiscard]] std::string printable(std::string_view text);
+
+/// The same in the language's quotes, cut after 200 bytes: whatever a person typed, the message stays one line.
 [[nodiscard]] std::string quoted(std::string_view text);
 
 /// A complaint with what was probably meant, and with the command that says more: "...; did you mean 'toggle'?" and
@@ -43,6 +47,9 @@ namespace dravo::cli {
 /// `text` filled up with spaces to `width` columns; the second one in front of it.
 [[nodiscard]] std::string padded(std::string_view text, std::size_t width);
 [[nodiscard]] std::string paddedInFront(std::string_view text, std::size_t width);
+
+/// Lines of cells as columns, two spaces apart; the last cell of each line as it is.
+[[nodiscard]] std::string inColumns(const std::vector<std::vector<std::string>>& lines);
 
 /// The candidate that `typed` was probably meant to be: few typing errors away. Empty when nothing is near.
 [[nodiscard]] std::string_view nearest(std::string_view typed, std::span<const std::string_view> candidates);

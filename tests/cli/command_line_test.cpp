@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
 
 #include "base/shortest_text.h"
 #include "cli/arguments.h"
@@ -23,6 +24,8 @@ TEST(CommandLineTest, RefusesWrongUsageWithOneLineThatSaysWhatIsWrong) {
         {{"--version", "now"}, "nothing may follow '--version'"},
         {{""}, "unknown command ''"},
         {{"tab\nle\x1b[31m"}, "unknown command 'tab?le?[31m'"},
+        {{"foo"}, "unknown command 'foo' (see"},
+        {{"stauts"}, "did you mean 'status'?"},
         {{"help", "me"}, "unknown command 'me'"},
         {{"table"}, "an argument is missing"},
         {{"table", "fl41", "extra"}, "too many arguments, from 'extra' on"},
@@ -57,28 +60,70 @@ TEST(CommandLineTest, RefusesWrongUsageWithOneLineThatSaysWhatIsWrong) {
     }
 }
 
-TEST(CommandLineTest, HelpsWithEveryCommandAndAllItsOptions) {
+TEST(CommandLineTest, HelpsWithEveryCommandAndAllItsOptionsAndCompletesThem) {
     CommandWorld world;
     const std::string overview = world.run({"--help"}).out;
+    const std::string offered = world.run({"--complete", ""}).out;
     EXPECT_EQ(world.run({"help"}).out, overview);
     for (const cli::Command* const command : cli::commands()) {
-        EXPECT_NE(overview.find(std::string("\n  ") + command->name + " "), std::string::npos) << command->name;
-        const Outcome outcome = world.run({command->name, "--help"});
+        const std::string name = command->name;
+        EXPECT_NE(overview.find("\n  " + name + " "), std::string::npos) << name;
+        EXPECT_NE(offered.find(name + "\t" + localized(command->summary) + "\n"), std::string::npos) << name;
+        const Outcome outcome = world.run({name, "--help"});
         EXPECT_EQ(outcome.code, ExitCode::Ok);
-        EXPECT_EQ(outcome.out, world.run({"help", command->name}).out);
+        EXPECT_EQ(outcome.out, world.run({"help", name}).out);
+        const std::string options = world.run({"--complete", name, "--"}).out;
         for (const cli::Option& option : command->options) {
             EXPECT_NE(outcome.out.find(std::string("  --") + option.name), std::string::npos) << option.name;
+            EXPECT_NE(options.find(std::string("--") + option.name + "\t"), std::string::npos) << option.name;
         }
     }
     EXPECT_EQ(world.run({"table", "-h", "and", "then", "some"}).code, ExitCode::Ok) << "help comes before complaints";
 }
 
+TEST(CommandLineTest, CompletesTheWordsThatACommandTakes) {
+    CommandWorld world;
+    for (const char* const id : {"MINE", "MI\nNE", "MI$(NE)"}) {
+        world.ownPresets.push_back(FilterPreset::evening());
+        world.ownPresets.back().id = id;
+    }
+    const struct {
+        std::vector<std::string> words;
+        std::string offers;
+    } rows[] = {
+        {{"pa"}, "pause panel "},
+        {{"pause", ""}, "15m 1h morning "},
+        {{"break", "--json", "o"}, "on off "},
+        {{"set", "dimming=0.1", "b"}, "black-point= "},
+        {{"preset", "M"}, "MINE "},
+        {{"export", ""}, "MINE "},
+        {{"table", "notch"}, "notch480 :files "},
+        {{"preview", "notch"}, "notch480 :files "},
+        {{"import", ""}, ":files "},
+        {{"help", "rest"}, "restore "},
+        {{"sun", "--date", ""}, ""},
+        {{"--head"}, "--headless "},
+        {{"nothing", ""}, ""},
+        {{"location", "z"}, "zone "},
+    };
+    for (const auto& row : rows) {
+        auto words = row.words;
+        words.insert(words.begin(), "--complete");
+        std::istringstream lines(world.run(words).out);
+        std::string offers;
+        for (std::string line; std::getline(lines, line);) offers += line.substr(0, line.find('\t')) + " ";
+        EXPECT_EQ(offers, row.offers) << row.words.front();
+    }
+    EXPECT_EQ(world.run({"--complete"}).out, world.run({"--complete", ""}).out);
+}
+
 /// The operands joined by "|", then "name=value" for each option that was given.
 std::string understood(std::vector<std::string> words) {
-    static constexpr cli::Option kOptions[] = {{"level", "X", {}, cli::Option::Kind::Number, -10, 10},
-                                               {"name", "TEXT", {}, cli::Option::Kind::Text},
-                                               {"flag"}};
-    const cli::Command command{.name = "command", .options = kOptions, .mostOperands = 9};
+    const cli::Command command{.name = "command",
+                               .options = {{"level", "X", {}, cli::Option::Kind::Number, -10, 10},
+                                           {"name", "TEXT", {}, cli::Option::Kind::Text},
+                                           {"flag"}},
+                               .mostOperands = 9};
     std::vector<char*> argv;
     words.insert(words.begin(), "command");
     for (std::string& word : words) argv.push_back(word.data());

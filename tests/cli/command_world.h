@@ -10,8 +10,7 @@
 
 #include "cli/command_context.h"
 #include "cli/command_line.h"
-#include "cli/fake_control_client.h"
-#include "cli/running_instance.h"
+#include "cli/running.h"
 #include "display/original_gamma_store.h"
 #include "filter/custom_preset_store.h"
 #include "support/fixed_offset_calendar.h"
@@ -27,6 +26,30 @@ struct Outcome {
     std::string err;
 };
 
+/// A running program that notes what it is asked for; not running until a test says so.
+class FakeControlClient final : public ControlClient {
+public:
+    /// What every call fails with; nothing while the program runs and agrees.
+    std::optional<Error> failure = Error{ErrorCode::NotFound, "Dravo is not running"};
+    /// What it is at first, and what it becomes while somebody follows.
+    std::vector<ControlState> states{ControlState{}};
+    std::vector<ControlRequest> asked;
+    ControlAnswer answer;
+
+    Result<ControlState> state() override { return failure ? Result<ControlState>(*failure) : states.front(); }
+    Result<void> follow(const std::function<bool(const ControlState&)>& onState) override {
+        if (failure) return *failure;
+        for (const auto& state : states)
+            if (!onState(state)) break;
+        return {};
+    }
+    Result<ControlAnswer> ask(const ControlRequest& request) override {
+        if (failure) return *failure;
+        asked.push_back(request);
+        return answer;
+    }
+};
+
 /// Runs commands in this process, in a world of memory. What a test does not set up is not there.
 class CommandWorld {
 public:
@@ -35,6 +58,8 @@ public:
     std::vector<FilterPreset> ownPresets;
     Result<bool> runningInstanceSays = false;
     FakeControlClient control;
+    std::optional<ControlRequest> startedWith;
+    std::optional<Position> position;
     TemporaryFolder folder;
     FixedOffsetCalendar calendar{std::chrono::hours(1)};
     WallTime now{};
@@ -53,25 +78,7 @@ public:
         argv.push_back(nullptr);
         Capture out;
         Capture err;
-        cli::CommandContext context{
-            .out = out.output,
-            .err = err.output,
-            .displays = [this] { return displays(); },
-            .userPresets = [this] { return ownPresets; },
-            .presetStore = [this]() -> CustomPresetStore& { return store_.emplace(dataFolder().home); },
-            .timeZone = [this](std::optional<std::string_view>) -> Result<cli::TimeZone> {
-                return cli::TimeZone{calendar, []() -> Result<Position> { return Position{51.5, -0.13}; }};
-            },
-            .now = [this] { return now; },
-            .control = [this]() -> ControlClient& { return control; },
-            .runningInstance = [this]() -> cli::RunningInstance& { return instance_; },
-            .savedTables = [this](DisplayServer& server) -> Result<OriginalGammaStore*> {
-                return &saved_.emplace(server, dataFolder());
-            },
-            .pictures = []() -> Result<cli::PictureService*> {
-                return Error{ErrorCode::NotFound, "pictures cannot be made"};
-            },
-        };
+        Context context(*this, out.stream, err.stream);
         const cli::ExitCode code = cli::runCommandLine(static_cast<int>(words.size()), argv.data(), context);
         return {code, out.text(), err.text()};
     }
@@ -89,27 +96,45 @@ private:
         char* buffer = nullptr;
         std::size_t size = 0;
         std::FILE* stream = ::open_memstream(&buffer, &size);
-        cli::Output output{stream};
     };
 
-    struct Instance : cli::RunningInstance {
-        explicit Instance(CommandWorld& owner) : world(owner) {}
+    struct Context : cli::CommandContext, cli::RunningInstance {
+        Context(CommandWorld& owner, std::FILE* toOut, std::FILE* toErr) : CommandContext(toOut, toErr), world(owner) {}
+
+        Result<DisplayServer*> displays() override {
+            if (!world.hasDisplayServer) return Error{ErrorCode::NotFound, "no display server to talk to"};
+            return &server.emplace(world.desk);
+        }
+        Result<std::vector<FilterPreset>> userPresets() override { return world.ownPresets; }
+        CustomPresetStore& presetStore() override { return store.emplace(world.dataFolder().home); }
+        Result<cli::TimeZone> timeZone(std::optional<std::string_view>) override {
+            return cli::TimeZone{world.calendar, []() -> Result<Position> { return Position{51.5, -0.13}; }};
+        }
+        std::optional<Position> knownPosition() override { return world.position; }
+        WallTime now() override { return world.now; }
+        ControlClient& control() override { return world.control; }
+        RunningInstance& runningInstance() override { return *this; }
+        cli::ExitCode start(const ControlRequest& first) override {
+            world.startedWith = first;
+            return cli::ExitCode::Ok;
+        }
+        Result<OriginalGammaStore*> savedTables(DisplayServer& displays) override {
+            return &saved.emplace(displays, world.dataFolder());
+        }
+        Result<PictureService*> pictures() override { return Error{ErrorCode::NotFound, "pictures cannot be made"}; }
+
         Result<bool> switchOff() override { return world.runningInstanceSays; }
-        Result<void> quit() override { return world.control.quit(); }
+        Result<void> quit() override {
+            const auto asked = world.control.ask(request::Quit{});
+            return asked ? Result<void>() : asked.error();
+        }
         bool isThere() override { return !world.runningInstanceSays || *world.runningInstanceSays; }
+
         CommandWorld& world;
+        std::optional<memory::MemoryDisplayServer> server;
+        std::optional<OriginalGammaStore> saved;
+        std::optional<CustomPresetStore> store;
     };
-
-    Result<DisplayServer*> displays() {
-        if (!hasDisplayServer) return Error{ErrorCode::NotFound, "no display server to talk to"};
-        server_ = std::make_unique<memory::MemoryDisplayServer>(desk);
-        return server_.get();
-    }
-
-    Instance instance_{*this};
-    std::unique_ptr<DisplayServer> server_;
-    std::optional<OriginalGammaStore> saved_;
-    std::optional<CustomPresetStore> store_;
 };
 
 }  // namespace dravo::testing

@@ -49,91 +49,115 @@ protected:
 
 TEST_F(ControlCommandsTest, AskForExactlyWhatTheCommandLineSaysAndKeepSilent) {
     runs();
-    const auto until = [](WallTime end) { return "pause until " + FakeControlClient::secondsOf(end); };
-    const struct {
-        std::vector<std::string> words;
-        std::string call;
-    } cases[] = {
-        {{"toggle"}, "toggle"},
-        {{"on"}, "on"},
-        {{"off"}, "off"},
-        {{"resume"}, "resume"},
-        {{"quit"}, "quit"},
-        {{"pause"}, "pause 3600"},
-        {{"pause", "15m"}, "pause 900"},
-        {{"pause", "1h30m"}, "pause 5400"},
-        {{"pause", "1d2h3m4s"}, "pause 93784"},
-        {{"pause", "366d"}, "pause 31622400"},
-        {{"pause", "morning"}, "pause morning"},
-        {{"pause", "19:31"}, until(kEvening + 1min)},
-        {{"pause", "19:30"}, until(kEvening + 24h)},
-        {{"pause", "7:05"}, until(kEvening + 11h + 35min)},
-        {{"preset", "rose"}, "preset rose"},
-        {{"set", "intensity=0.6", "dimming=.1"}, "set 0.6 0.1 - -"},
-        {{"set", "black-point=0.2", "contrast=-0.5", "contrast=+0.5"}, "set - - 0.2 0.5"},
-        {{"set", "blackPoint=0"}, "set - - 0 -"},
-        {{"schedule", "off"}, "schedule 0 - - -"},
-        {{"schedule", "sun"}, "schedule 1 sunsetToSunrise - -"},
-        {{"schedule", "20:00-7:05"}, "schedule 1 customTimes 1200 425"},
-        {{"location", "-33.9", "18.4"}, "location typed -33.9 18.4"},
-        {{"location", "40.7", "-.5"}, "location typed 40.7 -0.5"},
-        {{"location", "zone"}, "location zone"},
-        {{"location", "service"}, "location service"},
-        {{"break", "on"}, "breaks 1 -"},
-        {{"break", "off"}, "breaks 0 -"},
-        {{"break", "45"}, "breaks 1 45"},
-        {{"break", "done"}, "dismiss"},
+    using namespace request;
+    const std::pair<const char*, ControlRequest> cases[] = {
+        {"toggle", Toggle{}},
+        {"on", SwitchOn{}},
+        {"off", SwitchOff{}},
+        {"resume", Resume{}},
+        {"quit", Quit{}},
+        {"panel", Activate{}},
+        {"pause", PauseFor{1h}},
+        {"pause --start", PauseFor{1h}},
+        {"pause 1h30m", PauseFor{90min}},
+        {"pause 1d2h3m4s", PauseFor{26h + 3min + 4s}},
+        {"pause 366d", PauseFor{366 * 24h}},
+        {"pause morning", PauseUntilMorning{}},
+        {"pause 19:31", PauseUntil{kEvening + 1min}},
+        {"pause 19:30", PauseUntil{kEvening + 24h}},
+        {"pause 7:05", PauseUntil{kEvening + 11h + 35min}},
+        {"preset rose", SelectPreset{"rose"}},
+        {"set intensity=0.6 dimming=.1", SetAdjustments{.intensity = 0.6, .dimming = 0.1}},
+        {"set black-point=0.2 contrast=-0.5 contrast=+0.5", SetAdjustments{.blackPoint = 0.2, .contrast = 0.5}},
+        {"set blackPoint=0", SetAdjustments{.blackPoint = 0}},
+        {"revert", RevertToPreset{}},
+        {"schedule off", SetSchedule{.enabled = false}},
+        {"schedule sun", SetSchedule{.enabled = true, .mode = ScheduleMode::sunsetToSunrise}},
+        {"schedule 20:00-7:05", SetSchedule{true, ScheduleMode::customTimes, 1200, 425}},
+        {"location 40.7 -.5", SetLocation{LocationSource::typed, Position{40.7, -0.5}}},
+        {"location zone", SetLocation{LocationSource::zone, {}}},
+        {"location service", SetLocation{LocationSource::service, {}}},
+        {"break on", SetBreaks{.enabled = true}},
+        {"break off", SetBreaks{.enabled = false}},
+        {"break 45", SetBreaks{.enabled = true, .intervalMinutes = 45}},
+        {"break done", DismissBreak{}},
     };
-    for (const auto& [words, call] : cases) {
-        world.control.calls.clear();
-        const Outcome outcome = world.run(words);
-        EXPECT_EQ(outcome.code, ExitCode::Ok) << call << outcome.err;
-        EXPECT_EQ(world.control.calls, std::vector{call});
-        EXPECT_EQ(outcome.out + outcome.err, "") << call;
+    for (const auto& [line, request] : cases) {
+        world.control.asked.clear();
+        const Outcome outcome = world.run(split(line));
+        EXPECT_EQ(outcome.code, ExitCode::Ok) << line << outcome.err;
+        EXPECT_TRUE(world.control.asked == std::vector<ControlRequest>{request}) << line;
+        EXPECT_EQ(outcome.out + outcome.err, "") << line;
     }
 }
 
 TEST_F(ControlCommandsTest, RefuseWhatMakesNoSenseBeforeAskingAnybody) {
     runs();
-    const struct {
-        std::vector<std::string> words;
-        std::string says;
-    } cases[] = {
-        {{"pause", "20"}, "not '20'"},
-        {{"pause", "24:00"}, "not '24:00'"},
-        {{"pause", "30m1h"}, "not '30m1h'"},
-        {{"pause", "h"}, "not 'h'"},
-        {{"pause", "99999999999h"}, "not '99999999999h'"},
-        {{"pause", "0s"}, "a pause lasts from one second to 366 days"},
-        {{"preset", "nothing"}, "no preset has the id \"nothing\""},
-        {{"set"}, "an argument is missing"},
-        {{"set", "intensity"}, "adjustments are given as intensity=0.6, not 'intensity'"},
-        {{"set", "gamma=1"}, "nothing to adjust is called 'gamma'"},
-        {{"set", "intensity=1", "dimming=0.81"}, "dimming lies from 0 to 0.8"},
-        {{"set", "intensity=nan"}, "this is no number: 'intensity=nan'"},
-        {{"set", "intensity=60%"}, "this is no number: 'intensity=60%'"},
-        {{"schedule", "20:00"}, "not '20:00'"},
-        {{"schedule", "20:00-25:00"}, "not '20:00-25:00'"},
-        {{"location", "90.1", "0"}, "90"},
-        {{"location", "0", "inf"}, "this is no number of degrees: 'inf'"},
-        {{"location", "typed"}, "not 'typed'"},
-        {{"break", "25"}, "not '25'"},
-        {{"toggle", "now"}, "too many arguments"},
+    const std::pair<const char*, const char*> cases[] = {
+        {"pause 20", "not '20'"},
+        {"pause 24:00", "not '24:00'"},
+        {"pause 30m1h", "not '30m1h'"},
+        {"pause h", "not 'h'"},
+        {"pause 99999999999h", "not '99999999999h'"},
+        {"pause 0s", "a pause lasts from one second to 366 days"},
+        {"set", "an argument is missing"},
+        {"set intensity", "adjustments are given as intensity=0.6, not 'intensity'"},
+        {"set gamma=1", "nothing to adjust is called 'gamma'"},
+        {"set intensity=1 dimming=0.81", "dimming lies from 0 to 0.8"},
+        {"set intensity=nan", "this is no number: 'intensity=nan'"},
+        {"set intensity=60%", "this is no number: 'intensity=60%'"},
+        {"schedule 20:00", "not '20:00'"},
+        {"schedule 20:00-25:00", "not '20:00-25:00'"},
+        {"location 90.1 0", "90"},
+        {"location 0 inf", "this is no number of degrees: 'inf'"},
+        {"location typed", "not 'typed'"},
+        {"break 25", "not '25'"},
+        {"toggle now", "too many arguments"},
     };
-    for (const auto& [words, says] : cases) {
-        const Outcome outcome = world.run(words);
-        EXPECT_EQ(outcome.code, ExitCode::WrongUsage) << says;
+    for (const auto& [line, says] : cases) {
+        const Outcome outcome = world.run(split(line));
+        EXPECT_EQ(outcome.code, ExitCode::WrongUsage) << line;
         EXPECT_NE(outcome.err.find(says), std::string::npos) << outcome.err;
         EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 1) << outcome.err;
     }
-    EXPECT_TRUE(world.control.calls.empty()) << world.control.calls.front();
+    EXPECT_TRUE(world.control.asked.empty());
+}
+
+TEST_F(ControlCommandsTest, StartWhatDoesNotRunIfAskedTo) {
+    EXPECT_EQ(world.run({"toggle", "--start"}).code, ExitCode::Ok);
+    EXPECT_TRUE(world.startedWith == ControlRequest(request::SwitchOn{})) << "what does not run is off";
+    EXPECT_EQ(world.run({"pause", "15m", "--start"}).code, ExitCode::Ok);
+    EXPECT_TRUE(world.startedWith == ControlRequest(request::PauseFor{15min}));
+    world.startedWith.reset();
+    EXPECT_EQ(world.run({"toggle"}).code, ExitCode::NoInstance);
+    world.runningInstanceSays = true;
+    EXPECT_EQ(world.run({"toggle", "--start"}).code, ExitCode::NoInstance) << "it runs where nobody can ask it";
+    runs();
+    EXPECT_EQ(world.run({"toggle", "--start"}).code, ExitCode::Ok);
+    EXPECT_FALSE(world.startedWith);
+}
+
+TEST_F(ControlCommandsTest, PutNothingOnATerminalThatItWouldObey) {
+    runs();
+    world.control.failure = Error{ErrorCode::InvalidInput, "no preset has the id \"a\x1b]0;b\xc2\x9b\xff\n\""};
+    EXPECT_EQ(world.run({"preset", "a"}).err,
+              "dravo preset: no preset has the id \"a?]0;b???\" (see 'dravo preset --help')\n");
+    world.control.failure.reset();
+    world.control.states.front().preset = "a\x1b[31m";
+    world.control.answer.ids = {"a\rb"};
+    EXPECT_EQ(world.run({"preset"}).out, "a?[31m\n");
+    EXPECT_NE(world.run({"status"}).out.find("a?[31m (edited)\n"), std::string::npos);
+    world.ownPresets = {FilterPreset::evening()};
+    world.ownPresets.front().id = "c\x07";
+    const std::string file = world.save("one.json", R"([])");
+    EXPECT_EQ(world.run({"import", file}).out, "Imported 1 preset: a?b\n");
+    EXPECT_NE(world.run({"presets"}).out.find("\nc?  "), std::string::npos);
+    EXPECT_NE(world.run({"table", "nothing-like-it"}).err.find(" c? (see"), std::string::npos);
 }
 
 TEST_F(ControlCommandsTest, SayWhyNobodyAnsweredOrWhatWasRefused) {
-    const char* const all[] = {"status",        "status --follow", "toggle",       "on",       "off",
-                               "pause",         "pause 1h",        "resume",       "preset",   "preset a",
-                               "set dimming=0", "schedule",        "schedule off", "location", "location zone",
-                               "break",         "break on",        "quit"};
+    const char* const all[] = {"status",        "status --follow", "toggle",        "pause 1h", "preset", "preset a",
+                               "set dimming=0", "schedule",        "location zone", "break on", "revert", "quit"};
     for (const std::string words : all) {
         const std::string command = words.substr(0, words.find(' '));
         world.control.failure = Error{ErrorCode::NotFound, "Dravo is not running"};
@@ -179,6 +203,12 @@ TEST_F(ControlCommandsTest, ShowTheStateToAPerson) {
     EXPECT_NE(paused.find("Location         unknown (location service, which gives no position)\n"), std::string::npos)
         << paused;
     EXPECT_NE(paused.find("Breaks           rest now, 7 s\n"), std::string::npos) << paused;
+    EXPECT_EQ(paused.find("grayscale"), std::string::npos) << paused;
+    state.lacksGrayscale = true;
+    EXPECT_NE(world.run({"status"})
+                  .out.find("fl41 (edited)\nPreset           This preset needs a grayscale mode, which this desktop "
+                            "does not have.\n"),
+              std::string::npos);
 }
 
 TEST_F(ControlCommandsTest, ShowTheStateToAProgram) {

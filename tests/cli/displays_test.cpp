@@ -38,6 +38,7 @@ TEST_F(DisplayCommandsTest, ListsWhatEachDisplayHoldsInOneLineEach) {
 
     const auto json = nlohmann::json::parse(world.run({"displays", "--json"}).out);
     EXPECT_EQ(json["backend"], "memory");
+    EXPECT_EQ(json["lacksGrayscale"], false);
     ASSERT_EQ(json["displays"].size(), 3U);
     for (const auto& display : json["displays"]) {
         ASSERT_EQ(display.size(), 6U);
@@ -51,6 +52,15 @@ TEST_F(DisplayCommandsTest, ListsWhatEachDisplayHoldsInOneLineEach) {
             EXPECT_EQ(display["white"][1].get<float>(), 0x8000 / 65535.0f);
         }
     }
+}
+
+TEST_F(DisplayCommandsTest, SayThatThePresetInUseNeedsTheGrayThatIsMissing) {
+    world.runningInstanceSays = true;
+    world.control.failure.reset();
+    world.control.states.front().lacksGrayscale = true;
+    EXPECT_TRUE(world.run({"displays"})
+                    .out.ends_with("\nThis preset needs a grayscale mode, which this desktop does not have.\n"));
+    EXPECT_EQ(nlohmann::json::parse(world.run({"displays", "--json"}).out)["lacksGrayscale"], true);
 }
 
 TEST_F(DisplayCommandsTest, TellMissingLostAndRefusingServersApart) {

@@ -22,9 +22,18 @@ TEST(SunCommandTest, GivesUtcTimesAndLocalMinutesOfTheAskedDay) {
     world.now = world.calendar.instant({2024, 6, 21, 23, 30, 0});
     EXPECT_EQ(world.run({"sun", "--json"}).out, solstice);
     EXPECT_EQ(world.run({"sun"}).out, "Sunrise 04:44, sunset 21:22\n");
-    EXPECT_EQ(world.run({"sun", "--latitude", "78", "--longitude", "15", "--json"}).out, "null\n");
-    for (const char* const day : {"2023-02-29", "2024-6-21", "today", "0000-01-01", "2024-06-21T"}) {
+    world.position = Position{78, 15};
+    EXPECT_EQ(world.run({"sun", "--json"}).out, "null\n") << "where the person is known to be";
+    EXPECT_EQ(world.run({"sun", "--time-zone", "Europe/London", "--json"}).out, solstice) << "asked for another place";
+    EXPECT_EQ(world.run({"sun", "--latitude", "51.5", "--longitude", "-0.13", "--json"}).out, solstice);
+    for (const char* const day :
+         {"2023-02-29", "2024-6-21", "today", "0000-01-01", "2024-06-21T", "1677-12-31", "2262-01-01", "9999-12-31"}) {
         EXPECT_EQ(world.run({"sun", "--date", day}).code, ExitCode::WrongUsage) << day;
+    }
+    world.position.reset();
+    for (const char* const day : {"1678-01-01", "2261-12-31"}) {
+        const std::string times = world.run({"sun", "--date", day, "--json"}).out;
+        EXPECT_EQ(times.find(R"({"sunrise":")" + std::string(day) + "T08:0"), 0U) << times;
     }
     EXPECT_EQ(world.run({"sun", "--latitude", "51.5"}).code, ExitCode::WrongUsage);
     EXPECT_EQ(world.run({"sun", "--latitude", "90.1", "--longitude", "0"}).code, ExitCode::WrongUsage);
@@ -77,9 +86,11 @@ TEST_F(ExchangeCommandsTest, ImportsAllOrNothing) {
 TEST_F(ExchangeCommandsTest, LeavesTheFileToARunningInstance) {
     const std::string file = save(*encodePreset(preset("A")));
     world.control.failure.reset();
+    world.control.answer = {{"BY-INSTANCE"}, "[]"};
     EXPECT_EQ(world.run({"import", file}).out, "Imported 1 preset: BY-INSTANCE\n");
     EXPECT_EQ(world.run({"export", "B"}).out, "[]\n");
-    EXPECT_EQ(world.control.calls, (std::vector<std::string>{"import", "export 1"}));
+    EXPECT_TRUE(world.control.asked == (std::vector<ControlRequest>{request::ImportPresets{*encodePreset(preset("A"))},
+                                                                    request::ExportPresets{{"B"}}}));
     world.control.failure = Error{ErrorCode::Busy, "it does not answer"};
     EXPECT_EQ(world.run({"import", file}).code, ExitCode::Refused);
     EXPECT_EQ(world.run({"export"}).code, ExitCode::Refused);

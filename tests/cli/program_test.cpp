@@ -139,35 +139,22 @@ TEST_F(ProgramTest, ListsOnesOwnPresetsAndComplainsOnceAboutADamagedFile) {
     EXPECT_EQ(std::ranges::count(damaged.err, '\n'), 1) << damaged.err;
 }
 
-TEST_F(ProgramTest, CompletesCommandsOptionsAndPresetsInBash) {
-    // What is offered for the last of the words.
-    const auto offered = [&](std::vector<std::string> words) {
-        std::vector<std::string> arguments{"-c",
-                                           "source '" DRAVO_COMPLETIONS
-                                           "/dravo.bash'; program=$1; shift; COMP_WORDS=(dravo \"$@\"); COMP_CWORD=$#; "
-                                           "_dravo \"$program\" \"${!#}\"; printf '%s\\n' \"${COMPREPLY[@]}\"",
-                                           "bash", DRAVO_PROGRAM};
-        std::ranges::move(words, std::back_inserter(arguments));
-        auto environment = home_.environment();
-        environment.emplace("PATH", "/usr/bin:/bin");
-        ChildProcess bash("/bin/bash", {.arguments = arguments, .environment = environment});
-        EXPECT_EQ(bash.waitForExit(), ExitStatus::exited(0)) << bash.standardError();
-        return "\n" + bash.standardOutput();
+TEST_F(ProgramTest, TakesOnlyAZoneForAZoneAndKnowsWhereThePersonIs) {
+    const auto sun = [&](std::vector<std::string> words) {
+        words.insert(words.begin(), {"sun", "--date", "2024-06-21", "--json"});
+        const auto outcome = run(words);
+        return outcome.status == ExitStatus::exited(0) ? outcome.out : outcome.err;
     };
-    const std::string names = offered({""});
-    for (const cli::Command* const command : cli::commands()) {
-        EXPECT_NE(names.find(std::string("\n") + command->name + "\n"), std::string::npos) << names;
-        const std::string options = offered({command->name, "--"});
-        for (const cli::Option& option : command->options) {
-            EXPECT_NE(options.find(std::string("\n--") + option.name + "\n"), std::string::npos) << options;
-        }
+    home_.writePreferences("lastLatitude = 51.5\nlastLongitude = 0\n");
+    EXPECT_EQ(sun({}).find(R"({"sunrise":"2024-06-21T03:4)"), 0U) << sun({});
+    EXPECT_NE(sun({"--time-zone", "Asia/Tokyo"}), sun({}));
+    for (const std::string none : {"/etc/passwd", "zone1970.tab", "Nowhere/Atall", "CET-1CEST", ""}) {
+        EXPECT_NE(sun({"--time-zone", none, "--latitude=1", "--longitude=1"}).find("there is no time zone '" + none),
+                  std::string::npos)
+            << none;
     }
-    EXPECT_EQ(offered({"table", "--json", "notch"}), "\nnotch480\n");
-    EXPECT_EQ(offered({"help", "rest"}), "\nrestore\n");
-    EXPECT_EQ(offered({"preset", "notch"}), "\nnotch480\n");
-    EXPECT_EQ(offered({"pause", ""}), "\n15m\n1h\nmorning\n");
-    EXPECT_EQ(offered({"break", "o"}), "\non\noff\n");
-    EXPECT_EQ(offered({"set", "b"}), "\nblack-point=\n");
+    home_.writePreferences("lastLatitude = 91\nlastLongitude = 0\n");
+    EXPECT_NE(sun({}).find("give --latitude and --longitude"), std::string::npos) << "UTC has no place";
 }
 
 TEST(ManualTest, NamesEveryCommandAndOption) {

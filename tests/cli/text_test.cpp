@@ -38,6 +38,9 @@ TEST(TextTest, BreaksLinesBetweenWordsOrWideCharacters) {
 
 TEST(TextTest, KeepsWhatAPersonTypedOnOneLine) {
     EXPECT_EQ(quoted("a\nb\x1b[0m\x7f"), "'a?b?[0m?'");
+    EXPECT_EQ(printable("é\xc2\x9b灰"), "é?灰") << "the other control characters";
+    for (const std::string broken : {"\xe9", "\xc0\x80", "\xed\xa0\x80", "\xf0\x9f", "\xf5\x80\x80\x80"})
+        EXPECT_EQ(printable("é" + broken + "灰"), "é" + std::string(broken.size(), '?') + "灰");
     EXPECT_EQ(cli::quoted(std::string(300, 'x')), "'" + std::string(200, 'x') + "...'");
     EXPECT_EQ(quoted("%@"), "'%@'");
 }

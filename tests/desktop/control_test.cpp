@@ -1,4 +1,6 @@
+#include <iterator>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "desktop/filter_run_test.h"
 #include "support/private_bus.h"
@@ -67,83 +69,45 @@ TEST_F(ControlTest, SwitchesAndAdjustsWhatTheDisplaysShow) {
     EXPECT_EQ(command({"pause"}, 4), "dravo pause: the filter is off; there is nothing to pause\n");
     command({"on"});
     EXPECT_TRUE(soonAllShow(filtered(kStrong)));
-    command({"off"});
-    EXPECT_TRUE(soonShowTheirOwn());
-    EXPECT_EQ(status()["isEnabled"], false);
-    command({"toggle"});
-    EXPECT_TRUE(soonAllShow(filtered(kStrong)));
-
-    command({"pause", "15m"});
-    EXPECT_TRUE(soonShowTheirOwn());
-    EXPECT_TRUE(status()["pausedUntil"].is_string());
-    command({"resume"});
-    EXPECT_TRUE(soonAllShow(filtered(kStrong)));
-    EXPECT_TRUE(status()["pausedUntil"].is_null());
-
     const FilterPreset& evening = FilterPreset::evening();
     command({"preset", evening.id});
     EXPECT_TRUE(soonAllShow(shown(evening)));
-    EXPECT_EQ(command({"preset"}), evening.id + "\n");
     command({"set", "intensity=0.6", "dimming=0.1", "black-point=0.05", "contrast=-0.25"});
     EXPECT_TRUE(soonAllShow(shown(evening, 0.6, 0.1, 0.05, -0.25)));
-    EXPECT_EQ(status()["isEdited"], true);
-    EXPECT_NE(command({"set", "dimming=0.9"}, 2).find("dimming lies from 0 to 0.8"), std::string::npos);
     EXPECT_NE(command({"preset", "none"}, 2).find("none"), std::string::npos);
-    EXPECT_EQ(status()["dimming"], 0.1);
+    command({"revert"});
+    EXPECT_TRUE(soonAllShow(shown(evening)));
 }
 
-TEST_F(ControlTest, KeepsScheduleLocationAndBreaks) {
-    const Run run = startToControl();
-    command({"location", "-33.9", "18.4"});
-    EXPECT_EQ(nlohmann::json::parse(command({"location", "--json"})),
-              nlohmann::json::parse(R"({"source":"typed","status":"available","latitude":-33.9,"longitude":18.4})"));
-    command({"schedule", "sun"});
-    EXPECT_EQ(status()["schedule"]["mode"], "sunsetToSunrise");
-    EXPECT_TRUE(status()["nextChange"].is_object());
-    command({"schedule", "20:00-07:05"});
-    EXPECT_EQ(command({"schedule"}), "20:00-07:05\n");
-    command({"schedule", "off"});
-    EXPECT_EQ(status()["schedule"],
-              nlohmann::json::parse(R"({"enabled":false,"mode":"customTimes","startMinutes":1200,"endMinutes":425})"));
-    command({"break", "45"});
-    EXPECT_EQ(status()["breaks"]["intervalMinutes"], 45);
-    command({"break", "done"});
-    command({"break", "off"});
-    EXPECT_EQ(status()["breaks"]["enabled"], false);
-
-    // What was asked for is kept for the next run.
-    EXPECT_EQ(command({"quit"}), "");
-    EXPECT_EQ(run->exitStatus(), ExitStatus::exited(0)) << "it has ended when the command has";
-    EXPECT_EQ(tables(), ownTables());
-    const std::string kept = contentOf(home().path() / ".config/dravo/preferences.toml");
-    for (const char* line : {"locationSource = \"typed\"", "lastLatitude = -33.9", "scheduleEndMinutes = 425"}) {
-        EXPECT_NE(kept.find(line), std::string::npos) << kept;
+TEST_F(ControlTest, TheDesktopEntrysActionsStartWhatDoesNotRun) {
+    std::vector<std::vector<std::string>> actions;
+    std::istringstream lines(contentOf(DRAVO_DESKTOP_ENTRY));
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::vector<std::string> all{std::istream_iterator<std::string>(words), {}};
+        if (!all.empty() && all[0] == "Exec=dravo" && all.size() > 1) actions.emplace_back(all.begin() + 1, all.end());
     }
-}
+    ASSERT_EQ(actions.size(), 2U);
+    ASSERT_EQ(actions[0][0], "toggle");
 
-TEST_F(ControlTest, ImportsIntoTheRunningProgram) {
-    const Run run = startToControl();
-    FilterPreset mine = FilterPreset::evening();
-    mine.id = "MINE";
-    mine.redFactor = 0.5;
-    nlohmann::json own;
-    for (auto& preset : nlohmann::json::parse(command({"presets", "--json"}))) {
-        if (preset["id"] == FilterPreset::evening().id) own = preset;
-    }
-    own["id"] = mine.id;
-    own["redFactor"] = mine.redFactor;
-    home().write("mine.json", own.dump());
-    EXPECT_EQ(command({"import", (home().path() / "mine.json").string()}), "Imported 1 preset: MINE\n");
-    command({"preset", "MINE"});
-    EXPECT_TRUE(soonAllShow(shown(mine)));
+    prefer(kStrong, false);
+    const Run toggled = start(actions[0]);
+    EXPECT_TRUE(soonAllShow(filtered(kStrong))) << "it was off: " << toggled->standardError();
+    ASSERT_TRUE(waitUntil([&] { return canBeAsked(); }));
+    EXPECT_EQ(command(actions[0]), "");
+    EXPECT_TRUE(soonShowTheirOwn());
+    EXPECT_TRUE(isInCharge(*toggled));
+    command({"quit"});
+    EXPECT_EQ(toggled->waitForExit(), ExitStatus::exited(0)) << toggled->standardError();
 
-    mine.redFactor = 0.25;
-    own["redFactor"] = mine.redFactor;
-    home().write("mine.json", own.dump());
-    command({"import", (home().path() / "mine.json").string()});
-    EXPECT_TRUE(soonAllShow(shown(mine))) << "the selected preset was replaced";
-    EXPECT_EQ(nlohmann::json::parse(command({"export", "MINE"}))[0]["redFactor"], 0.25);
-    EXPECT_NE(command({"export", "evening"}, 2).find("evening"), std::string::npos);
+    prefer(kStrong);
+    const Run paused = start(actions[1]);
+    ASSERT_TRUE(waitUntil([&] { return canBeAsked() && status()["pausedUntil"].is_string(); }))
+        << paused->standardError();
+    EXPECT_TRUE(soonShowTheirOwn());
+    command({"resume"});
+    EXPECT_TRUE(soonAllShow(filtered(kStrong)));
+    quit(*paused);
 }
 
 TEST_F(ControlTest, FollowsUntilTheProgramEnds) {
@@ -163,8 +127,8 @@ TEST_F(ControlTest, FollowsUntilTheProgramEnds) {
     command({"set", "dimming=0.5"});
     EXPECT_TRUE(waitUntil([&] { return lines().back()["dimming"] == 0.5; }));
 
-    command({"quit"});
-    EXPECT_EQ(run->waitForExit(), ExitStatus::exited(0)) << run->standardError();
+    EXPECT_EQ(command({"quit"}), "");
+    EXPECT_EQ(run->exitStatus(), ExitStatus::exited(0)) << "it has ended when the command has";
     EXPECT_EQ(follower->waitForExit(), ExitStatus::exited(0)) << follower->standardError();
     EXPECT_EQ(tables(), ownTables());
     EXPECT_EQ(command({"status"}, 5), "dravo status: Dravo is not running\n");

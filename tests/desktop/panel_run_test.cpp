@@ -42,8 +42,8 @@ void PanelRunTest::SetUp() {
     ASSERT_TRUE(soon([&] { return windows_->areManaged(); })) << manager_->standardError();
 }
 
-PanelRunTest::Run PanelRunTest::startWithIcon() {
-    Run run = startProgram();
+PanelRunTest::Run PanelRunTest::startWithIcon(std::vector<std::string> arguments) {
+    Run run = startProgram(std::move(arguments));
     EXPECT_TRUE(soon([&] { return iconPlace().has_value(); })) << "no icon\n" << run->standardError();
     EXPECT_TRUE(soonFiltered()) << run->standardError();
     return run;

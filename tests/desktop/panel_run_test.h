@@ -47,7 +47,7 @@ protected:
     /// The program, once it filters and its panel is open. Needs no tray.
     [[nodiscard]] Run startWithPanel(const std::filesystem::path& program = programUnderTest());
     /// The program, once it filters and its icon is in the tray.
-    [[nodiscard]] Run startWithIcon();
+    [[nodiscard]] Run startWithIcon(std::vector<std::string> arguments = {});
     /// Runs a command to its end; what it printed on both outputs.
     std::string command(std::vector<std::string> words, int code = 0);
 

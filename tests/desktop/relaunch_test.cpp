@@ -64,7 +64,7 @@ std::string laterToday() {
 
 TEST_F(RelaunchTest, KeepsTheScreenAndTheControllersStateAndSpeaksTheNewLanguage) {
     startTray(TrayHost::Kind::xembed);
-    const Run run = startWithIcon();
+    const Run run = startWithIcon({"toggle", "--start"});
     command({"schedule", laterToday()});
     command({"on"});
     command({"set", "intensity=0.4"});

@@ -27,7 +27,7 @@ struct PanelWorld : FilterWorld {
         : FilterWorld(std::move(stored)) {
         start();
         control.emplace(FilterControlParts{*state, preferences, customPresets, breakTimer, locationProvider, server,
-                                           scheduler, calendar, [] { return Result<void>(); }, [] {},
+                                           grayscaleSwitch, scheduler, calendar, [] { return Result<void>(); }, [] {},
                                            [] { return Result<void>(); }});
         parts.emplace(PanelParts{*state, preferences, customPresets, breakTimer, notifier, locationProvider, applicator,
                                  grayscaleSwitch, server, *control, shortcutManager, launchAtLogin, scheduler, calendar,

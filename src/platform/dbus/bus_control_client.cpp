@@ -36,14 +36,6 @@ Error fromReply(const sd_bus_error& error) {
     }
 }
 
-template <typename Value>
-void appendChange(sd_bus_message* call, const char* key, const char* type, const std::optional<Value>& value) {
-    if (value) sd_bus_message_append(call, "{sv}", key, type, *value);
-}
-
-// Booleans travel as whole numbers.
-std::optional<int> flag(const std::optional<bool>& value) { return value ? std::optional<int>(*value) : std::nullopt; }
-
 }  // namespace
 
 Result<void> BusControlClient::connect() {
@@ -79,15 +71,16 @@ Result<Message> BusControlClient::send(const Message& call) {
     return failure;
 }
 
-Result<void> BusControlClient::order(const char* member) { return order(member, ""); }
-
-template <typename... Arguments>
-Result<void> BusControlClient::order(const char* member, const char* signature, Arguments... arguments) {
-    auto call = newCall(control::kInterface, member);
+Result<ControlAnswer> BusControlClient::ask(const ControlRequest& request) {
+    if (const auto refused = validate(request); !refused) return refused.error();
+    const auto& method = control::methods()[request.index()];
+    const auto call = newCall(control::kInterface, method.name);
     if (!call) return call.error();
-    if (*signature != '\0') sd_bus_message_append(call->get(), signature, arguments...);
+    if (method.append(call->get(), request) < 0)
+        return Error{ErrorCode::InvalidInput, localized("this is no text in UTF-8")};
     const auto reply = send(*call);
-    return reply ? Result<void>() : reply.error();
+    if (!reply) return reply.error();
+    return control::readAnswer(method, reply->get());
 }
 
 Result<ControlState> BusControlClient::state() {
@@ -139,92 +132,6 @@ Result<void> BusControlClient::follow(const std::function<bool(const ControlStat
     sd_bus_slot_unref(changes);
     sd_bus_slot_unref(owners);
     return outcome;
-}
-
-Result<void> BusControlClient::pause(const PauseLength& length) {
-    if (const auto* span = std::get_if<std::chrono::seconds>(&length)) {
-        if (auto refused = validate(length); !refused) return refused;
-        return order("PauseFor", "u", static_cast<std::uint32_t>(span->count()));
-    }
-    if (const auto* until = std::get_if<WallTime>(&length)) {
-        const auto microseconds = std::chrono::floor<std::chrono::microseconds>(until->time_since_epoch()).count();
-        return order("PauseUntil", "x", static_cast<std::int64_t>(microseconds));
-    }
-    return order("PauseUntilMorning");
-}
-
-Result<void> BusControlClient::selectPreset(const std::string& id) { return order("SelectPreset", "s", id.c_str()); }
-
-Result<void> BusControlClient::setAdjustments(const AdjustmentChange& change) {
-    auto call = newCall(control::kInterface, "SetAdjustments");
-    if (!call) return call.error();
-    auto* message = call->get();
-    sd_bus_message_open_container(message, 'a', "{sv}");
-    appendChange(message, "intensity", "d", change.intensity);
-    appendChange(message, "dimming", "d", change.dimming);
-    appendChange(message, "blackPoint", "d", change.blackPoint);
-    appendChange(message, "contrast", "d", change.contrast);
-    sd_bus_message_close_container(message);
-    const auto reply = send(*call);
-    return reply ? Result<void>() : reply.error();
-}
-
-Result<void> BusControlClient::setSchedule(const ScheduleChange& change) {
-    auto call = newCall(control::kInterface, "SetSchedule");
-    if (!call) return call.error();
-    auto* message = call->get();
-    sd_bus_message_open_container(message, 'a', "{sv}");
-    appendChange(message, "enabled", "b", flag(change.enabled));
-    if (change.mode) sd_bus_message_append(message, "{sv}", "mode", "s", nameOf(*change.mode).data());
-    appendChange(message, "startMinutes", "i", change.startMinutes);
-    appendChange(message, "endMinutes", "i", change.endMinutes);
-    sd_bus_message_close_container(message);
-    const auto reply = send(*call);
-    return reply ? Result<void>() : reply.error();
-}
-
-Result<void> BusControlClient::setLocation(const LocationChange& change) {
-    if (auto refused = validate(change); !refused) return refused;
-    const auto position = change.position.value_or(Position{});
-    return order("SetLocation", "sdd", nameOf(change.source).data(), position.latitude, position.longitude);
-}
-
-Result<void> BusControlClient::setBreaks(const BreaksChange& change) {
-    auto call = newCall(control::kInterface, "SetBreaks");
-    if (!call) return call.error();
-    auto* message = call->get();
-    sd_bus_message_open_container(message, 'a', "{sv}");
-    appendChange(message, "enabled", "b", flag(change.enabled));
-    appendChange(message, "intervalMinutes", "i", change.intervalMinutes);
-    sd_bus_message_close_container(message);
-    const auto reply = send(*call);
-    return reply ? Result<void>() : reply.error();
-}
-
-Result<std::vector<std::string>> BusControlClient::importPresets(const std::string& text) {
-    auto call = newCall(control::kInterface, "ImportPresets");
-    if (!call) return call.error();
-    if (sd_bus_message_append(call->get(), "s", text.c_str()) < 0)
-        return Error{ErrorCode::InvalidInput, "this is no text"};
-    const auto reply = send(*call);
-    if (!reply) return reply.error();
-    std::vector<std::string> ids;
-    sd_bus_message_enter_container(reply->get(), 'a', "s");
-    for (const char* id = nullptr; sd_bus_message_read(reply->get(), "s", &id) > 0;) ids.emplace_back(id);
-    return ids;
-}
-
-Result<std::string> BusControlClient::exportPresets(const std::vector<std::string>& ids) {
-    auto call = newCall(control::kInterface, "ExportPresets");
-    if (!call) return call.error();
-    sd_bus_message_open_container(call->get(), 'a', "s");
-    for (const auto& id : ids) sd_bus_message_append(call->get(), "s", id.c_str());
-    sd_bus_message_close_container(call->get());
-    const auto reply = send(*call);
-    if (!reply) return reply.error();
-    const char* text = "";
-    sd_bus_message_read(reply->get(), "s", &text);
-    return std::string(text);
 }
 
 }  // namespace dravo::dbus

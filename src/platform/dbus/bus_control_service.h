@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "app/control_service.h"
+#include "app/control.h"
 #include "base/rate_limit.h"
 #include "platform/dbus/bus.h"
 #include "platform/systemd/systemd.h"
@@ -26,9 +26,7 @@ private:
         void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
     };
     using Slot = std::unique_ptr<sd_bus_slot, SlotDeleter>;
-    using Operation = Result<void> (*)(ControlTarget& target, sd_bus_message* call, sd_bus_message* reply);
 
-    template <Operation operation>
     static int onCall(sd_bus_message* call, void* self, sd_bus_error* error);
     static int onGet(sd_bus* bus, const char* path, const char* interface, const char* name, sd_bus_message* reply,
                      void* self, sd_bus_error* error);
@@ -36,7 +34,6 @@ private:
 
     void connect();
     void announce();
-    int carryOut(Operation operation, sd_bus_message* call, sd_bus_error* error);
 
     Bus& bus_;
     Scheduler& scheduler_;

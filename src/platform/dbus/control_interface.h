@@ -4,6 +4,7 @@
 #include <span>
 #include <string_view>
 
+#include "app/control_request.h"
 #include "app/control_state.h"
 #include "base/result.h"
 #include "platform/systemd/systemd.h"
@@ -29,6 +30,29 @@ struct Property {
 
 /// The property with this name; null when there is none.
 [[nodiscard]] const Property* propertyNamed(std::string_view name);
+
+/// One method of the interface: how a request travels, and its answer back. Other processes write requests and read
+/// answers, the running program the other way round.
+struct Method {
+    const char* name;
+    const char* arguments;  ///< Signatures, and the names of both one after the other as the bus library takes them.
+    const char* answer;
+    const char* names;
+    /// REQUIRES: a request of this method. Negative when a text in it is not UTF-8.
+    int (*append)(sd_bus_message* call, const ControlRequest& request);
+    /// Errors: `InvalidInput`.
+    Result<ControlRequest> (*read)(sd_bus_message* call);
+};
+
+/// In the order of the kinds of request.
+[[nodiscard]] std::span<const Method> methods();
+
+/// The method with this name; null when there is none.
+[[nodiscard]] const Method* methodNamed(std::string_view name);
+
+/// An answer in the form of the method's signature.
+void appendAnswer(const Method& method, sd_bus_message* reply, const ControlAnswer& answer);
+[[nodiscard]] ControlAnswer readAnswer(const Method& method, sd_bus_message* reply);
 
 /// Errors as they travel, "org.dravo.Dravo.Error.InvalidInput".
 [[nodiscard]] const char* errorName(ErrorCode code);

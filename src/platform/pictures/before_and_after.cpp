@@ -16,9 +16,9 @@ constexpr double kRowHeight = kRowHeader + kHalfHeight + kSmallCurves + 3 * kCar
 constexpr double kFlatRowHeight = kRowHeader + kCardPadding;
 constexpr double kTitleHeight = 84;
 
-double rowHeight(const cli::DisplayCell& cell) { return cell.table ? kRowHeight : kFlatRowHeight; }
+double rowHeight(const DisplayCell& cell) { return cell.table ? kRowHeight : kFlatRowHeight; }
 
-void drawRow(Canvas& canvas, double y, const cli::DisplayCell& cell, const cli::Picture& testCard) {
+void drawRow(Canvas& canvas, double y, const DisplayCell& cell, const Picture& testCard) {
     drawCard(canvas, {kOuterPadding, y, kWholeWidth - 2 * kOuterPadding, rowHeight(cell)});
     const double left = kOuterPadding + kCardPadding;
     const double right = left + kHalfWidth + kGap;
@@ -26,8 +26,8 @@ void drawRow(Canvas& canvas, double y, const cli::DisplayCell& cell, const cli::
     canvas.textRight(right + kHalfWidth, y + 27, cell.note, 11.5, Weight::Normal, kSecondaryText);
     if (!cell.table) return;
     const double top = y + kRowHeader + kCardPadding / 2;
-    cli::Picture filtered = testCard;
-    cli::applyTable(filtered, *cell.table);
+    Picture filtered = testCard;
+    applyTable(filtered, *cell.table);
     canvas.picture(testCard, {left, top, kHalfWidth, kHalfHeight}, kPictureRadius);
     canvas.picture(filtered, {right, top, kHalfWidth, kHalfHeight}, kPictureRadius);
     const double curves = top + kHalfHeight + kCardPadding;
@@ -37,11 +37,11 @@ void drawRow(Canvas& canvas, double y, const cli::DisplayCell& cell, const cli::
 
 }  // namespace
 
-Result<cli::Picture> drawBeforeAndAfter(std::span<const cli::DisplayCell> cells) {
+Result<Picture> drawBeforeAndAfter(std::span<const DisplayCell> cells) {
     const auto testCard = drawTestCard(kHalfWidth * kSheetScale / kTestCardWidth);
     if (!testCard) return testCard.error();
     double height = kTitleHeight + kOuterPadding;
-    for (const cli::DisplayCell& cell : cells) height += rowHeight(cell) + kGap;
+    for (const DisplayCell& cell : cells) height += rowHeight(cell) + kGap;
     height += kOuterPadding - kGap;
     Canvas canvas(kWholeWidth, height, kSheetScale);
     canvas.fill({0, 0, kWholeWidth, height}, kBackground);
@@ -53,7 +53,7 @@ Result<cli::Picture> drawBeforeAndAfter(std::span<const cli::DisplayCell> cells)
                           "tables that the display server holds now: left as sent, right as shown."),
                 13, Weight::Normal, kSecondaryText, kWholeWidth - 2 * kOuterPadding);
     double y = kTitleHeight + kOuterPadding;
-    for (const cli::DisplayCell& cell : cells) {
+    for (const DisplayCell& cell : cells) {
         drawRow(canvas, y, cell, *testCard);
         y += rowHeight(cell) + kGap;
     }

@@ -108,7 +108,7 @@ void Canvas::textRight(double x, double y, const std::string& text, double size,
     this->text(x - advance(text), y, text, size, weight, ink);
 }
 
-void Canvas::picture(const cli::Picture& picture, const Box& box, double radius) {
+void Canvas::picture(const Picture& picture, const Box& box, double radius) {
     const int width = static_cast<int>(picture.width);
     const int height = static_cast<int>(picture.height);
     const std::unique_ptr<cairo_surface_t, Deleter> source(
@@ -135,14 +135,14 @@ void Canvas::picture(const cli::Picture& picture, const Box& box, double radius)
     cairo_restore(context());
 }
 
-Result<cli::Picture> Canvas::picture() {
+Result<Picture> Canvas::picture() {
     cairo_surface_flush(surface_.get());
     const unsigned char* const source = cairo_image_surface_get_data(surface_.get());
     if (!source || cairo_status(context()) != CAIRO_STATUS_SUCCESS) {
         return Error{ErrorCode::Internal,
                      std::string("drawing failed: ") + cairo_status_to_string(cairo_status(context()))};
     }
-    cli::Picture result;
+    Picture result;
     result.width = static_cast<std::uint32_t>(cairo_image_surface_get_width(surface_.get()));
     result.height = static_cast<std::uint32_t>(cairo_image_surface_get_height(surface_.get()));
     result.pixels.reserve(std::size_t{4} * result.width * result.height);

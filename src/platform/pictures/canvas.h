@@ -6,7 +6,7 @@
 #include <string>
 
 #include "base/result.h"
-#include "cli/picture.h"
+#include "pictures/picture.h"
 
 namespace dravo::pictures {
 
@@ -47,11 +47,11 @@ public:
     void textRight(double x, double y, const std::string& text, double size, Weight weight, const Ink& ink);
 
     /// `picture` scaled into `box` with rounded corners.
-    void picture(const cli::Picture& picture, const Box& box, double radius);
+    void picture(const Picture& picture, const Box& box, double radius);
 
     /// What was drawn, without alpha.
     /// Errors: `Internal`.
-    [[nodiscard]] Result<cli::Picture> picture();
+    [[nodiscard]] Result<Picture> picture();
 
 private:
     struct Deleter {

@@ -26,7 +26,7 @@ Error damaged(const Handle& handle) {
 
 bool isJpeg(std::string_view file) { return file.starts_with("\xff\xd8\xff"); }
 
-Result<cli::Picture> decodeJpeg(std::string_view file) {
+Result<Picture> decodeJpeg(std::string_view file) {
     const Handle handle(tjInitDecompress());
     if (!handle) return Error{ErrorCode::Internal, "the JPEG library does not start"};
     const auto* const bytes = reinterpret_cast<const unsigned char*>(file.data());
@@ -41,7 +41,7 @@ Result<cli::Picture> decodeJpeg(std::string_view file) {
         return Error{ErrorCode::InvalidInput,
                      localized("the JPEG picture has printing colours (CMYK), which a screen has not")};
     }
-    cli::Picture picture{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), false, {}};
+    Picture picture{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), false, {}};
     if (const auto fits = checkSize(picture.width, picture.height); !fits) return fits.error();
     picture.pixels.resize(std::size_t{4} * picture.width * picture.height);
     // A few kilobytes can hold thousands of passes over a large picture.

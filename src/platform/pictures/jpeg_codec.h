@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "base/result.h"
-#include "cli/picture.h"
+#include "pictures/picture.h"
 
 namespace dravo::pictures {
 
@@ -11,6 +11,6 @@ namespace dravo::pictures {
 
 /// Any JPEG in colour or grey; one that is damaged anywhere is refused as a whole.
 /// Errors: `InvalidInput`.
-[[nodiscard]] Result<cli::Picture> decodeJpeg(std::string_view file);
+[[nodiscard]] Result<Picture> decodeJpeg(std::string_view file);
 
 }  // namespace dravo::pictures

@@ -4,14 +4,13 @@
 
 #include "base/localized.h"
 #include "base/result.h"
-#include "cli/picture.h"
+#include "pictures/picture.h"
 
 namespace dravo::pictures {
 
 /// Whether a picture of that size may be read. Comes before any memory is taken for it.
 [[nodiscard]] inline Result<void> checkSize(std::uint64_t width, std::uint64_t height) {
-    if (width <= cli::kLongestPictureSide && height <= cli::kLongestPictureSide &&
-        width * height * 4 <= cli::kMostPictureBytes) {
+    if (width <= kLongestPictureSide && height <= kLongestPictureSide && width * height * 4 <= kMostPictureBytes) {
         return {};
     }
     return Error{ErrorCode::InvalidInput, filled(localized("the picture is too large: %1$@ x %2$@ pixels"),

@@ -1,7 +1,7 @@
 #include <string_view>
 
 #include "base/localized.h"
-#include "cli/picture_service.h"
+#include "pictures/picture_service.h"
 #include "platform/pictures/jpeg_codec.h"
 #include "platform/pictures/png_codec.h"
 #include "platform/pictures/sheets.h"
@@ -11,19 +11,17 @@ namespace dravo::pictures {
 
 namespace {
 
-class Service : public cli::PictureService {
+class Service : public PictureService {
 public:
-    Result<cli::Picture> decode(std::string_view file) override {
+    Result<Picture> decode(std::string_view file) override {
         if (isPng(file)) return decodePng(file);
         if (isJpeg(file)) return decodeJpeg(file);
         return Error{ErrorCode::InvalidInput, localized("this is neither a PNG nor a JPEG picture")};
     }
-    Result<std::string> encode(const cli::Picture& picture) override { return encodePng(picture); }
-    Result<cli::Picture> testCard() override { return drawTestCard(1); }
-    Result<cli::Picture> presetSheet(std::span<const cli::PresetCell> cells) override { return drawPresetSheet(cells); }
-    Result<cli::Picture> beforeAndAfter(std::span<const cli::DisplayCell> cells) override {
-        return drawBeforeAndAfter(cells);
-    }
+    Result<std::string> encode(const Picture& picture) override { return encodePng(picture); }
+    Result<Picture> testCard() override { return drawTestCard(1); }
+    Result<Picture> presetSheet(std::span<const PresetCell> cells) override { return drawPresetSheet(cells); }
+    Result<Picture> beforeAndAfter(std::span<const DisplayCell> cells) override { return drawBeforeAndAfter(cells); }
 };
 
 }  // namespace
@@ -31,7 +29,7 @@ public:
 }  // namespace dravo::pictures
 
 /// The only name that the program looks up in this module.
-extern "C" __attribute__((visibility("default"))) dravo::cli::PictureService* dravoPictures(const char* version) {
+extern "C" __attribute__((visibility("default"))) dravo::PictureService* dravoPictures(const char* version) {
     static dravo::pictures::Service service;
     return std::string_view(version) == DRAVO_VERSION ? &service : nullptr;
 }

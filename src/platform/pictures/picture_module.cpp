@@ -5,12 +5,12 @@
 
 namespace dravo::pictures {
 
-Result<cli::PictureService*> loadPictureModule(const std::string& version) {
-    const auto found = posix::findInModule("dravo-pictures.so", cli::kPictureModuleEntry);
+Result<PictureService*> loadPictureModule(const std::string& version) {
+    const auto found = posix::findInModule("dravo-pictures.so", kPictureModuleEntry);
     if (!found)
         return Error{found.error().code, filled(localized("pictures cannot be made: %@"), {found.error().message})};
-    const auto entry = reinterpret_cast<cli::PictureModuleEntry>(*found);
-    if (cli::PictureService* const service = entry(version.c_str())) return service;
+    const auto entry = reinterpret_cast<PictureModuleEntry>(*found);
+    if (PictureService* const service = entry(version.c_str())) return service;
     return Error{ErrorCode::Unsupported,
                  filled(localized("pictures cannot be made: %@"),
                         {filled(localized("%@ belongs to another version of Dravo"), {"dravo-pictures.so"})})};

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "base/result.h"
-#include "cli/picture_service.h"
+#include "pictures/picture_service.h"
 
 namespace dravo::pictures {
 
@@ -11,6 +11,6 @@ namespace dravo::pictures {
 /// libraries that it needs cost nobody else's start. It is never unloaded.
 ///
 /// Errors: `NotFound` (no such module, or one that does not load), `Unsupported` (it belongs to another version).
-[[nodiscard]] Result<cli::PictureService*> loadPictureModule(const std::string& version);
+[[nodiscard]] Result<PictureService*> loadPictureModule(const std::string& version);
 
 }  // namespace dravo::pictures

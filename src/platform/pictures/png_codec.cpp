@@ -49,9 +49,9 @@ void readBytes(png_structp png, png_bytep target, std::size_t count) {
     rest.remove_prefix(count);
 }
 
-bool readHeader(Reading& reading, cli::Picture& picture) {
+bool readHeader(Reading& reading, Picture& picture) {
     if (setjmp(png_jmpbuf(reading.png))) return false;
-    png_set_user_limits(reading.png, cli::kLongestPictureSide, cli::kLongestPictureSide);
+    png_set_user_limits(reading.png, kLongestPictureSide, kLongestPictureSide);
     png_set_read_fn(reading.png, &reading, readBytes);
     png_read_info(reading.png, reading.info);
     picture.width = png_get_image_width(reading.png, reading.info);
@@ -61,7 +61,7 @@ bool readHeader(Reading& reading, cli::Picture& picture) {
     return true;
 }
 
-bool readPixels(Reading& reading, cli::Picture& picture, png_bytep* rows) {
+bool readPixels(Reading& reading, Picture& picture, png_bytep* rows) {
     if (setjmp(png_jmpbuf(reading.png))) return false;
     png_set_expand(reading.png);
     png_set_scale_16(reading.png);
@@ -103,7 +103,7 @@ void writeBytes(png_structp png, png_bytep source, std::size_t count) {
 
 void flushNothing(png_structp) {}
 
-bool writeAll(Writing& writing, const cli::Picture& picture) {
+bool writeAll(Writing& writing, const Picture& picture) {
     if (setjmp(png_jmpbuf(writing.png))) return false;
     constexpr int kBitsPerChannel = 8;
     png_set_write_fn(writing.png, &writing, writeBytes, flushNothing);
@@ -127,10 +127,10 @@ bool isPng(std::string_view file) {
            png_sig_cmp(reinterpret_cast<png_const_bytep>(file.data()), 0, kSignatureLength) == 0;
 }
 
-Result<cli::Picture> decodePng(std::string_view file) {
+Result<Picture> decodePng(std::string_view file) {
     Reading reading(file);
     if (!reading.info) return Error{ErrorCode::Internal, "the PNG library does not start"};
-    cli::Picture picture;
+    Picture picture;
     if (!readHeader(reading, picture)) return damaged(reading.fault);
     if (const auto fits = checkSize(picture.width, picture.height); !fits) return fits.error();
     const std::size_t stride = std::size_t{4} * picture.width;
@@ -141,7 +141,7 @@ Result<cli::Picture> decodePng(std::string_view file) {
     return picture;
 }
 
-Result<std::string> encodePng(const cli::Picture& picture) {
+Result<std::string> encodePng(const Picture& picture) {
     Writing writing;
     if (!writing.info) return Error{ErrorCode::Internal, "the PNG library does not start"};
     if (!writeAll(writing, picture)) {

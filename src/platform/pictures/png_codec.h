@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "base/result.h"
-#include "cli/picture.h"
+#include "pictures/picture.h"
 
 namespace dravo::pictures {
 
@@ -12,9 +12,9 @@ namespace dravo::pictures {
 
 /// Any PNG as 8 bits a channel; levels are taken as they stand, without regard to a gamma or colour profile.
 /// Errors: `InvalidInput`.
-[[nodiscard]] Result<cli::Picture> decodePng(std::string_view file);
+[[nodiscard]] Result<Picture> decodePng(std::string_view file);
 
 /// Errors: `Internal`.
-[[nodiscard]] Result<std::string> encodePng(const cli::Picture& picture);
+[[nodiscard]] Result<std::string> encodePng(const Picture& picture);
 
 }  // namespace dravo::pictures

@@ -28,9 +28,9 @@ unsigned packed(const Rgb& colour) {
     return result;
 }
 
-void drawCell(Canvas& canvas, double x, double y, const cli::PresetCell& cell, const cli::Picture& testCard) {
-    cli::Picture filtered = testCard;
-    cli::applyTable(filtered, cell.table);
+void drawCell(Canvas& canvas, double x, double y, const PresetCell& cell, const Picture& testCard) {
+    Picture filtered = testCard;
+    applyTable(filtered, cell.table);
     drawCard(canvas, {x, y, kCardWidth, kCardHeight});
     const double left = x + kCardPadding;
     canvas.picture(filtered, {left, y + kCardPadding, kPictureWidth, kPictureHeight}, kPictureRadius);
@@ -54,7 +54,7 @@ void drawHeader(Canvas& canvas) {
 
 }  // namespace
 
-Result<cli::Picture> drawPresetSheet(std::span<const cli::PresetCell> cells) {
+Result<Picture> drawPresetSheet(std::span<const PresetCell> cells) {
     const auto testCard = drawTestCard(kPictureWidth * kSheetScale / kTestCardWidth);
     if (!testCard) return testCard.error();
     const std::size_t rows = (cells.size() + kColumns - 1) / kColumns;

@@ -3,12 +3,12 @@
 #include <span>
 
 #include "base/result.h"
-#include "cli/picture_service.h"
+#include "pictures/picture_service.h"
 
 namespace dravo::pictures {
 
-/// See `cli::PictureService`. Errors: `Internal`.
-[[nodiscard]] Result<cli::Picture> drawPresetSheet(std::span<const cli::PresetCell> cells);
-[[nodiscard]] Result<cli::Picture> drawBeforeAndAfter(std::span<const cli::DisplayCell> cells);
+/// See `PictureService`. Errors: `Internal`.
+[[nodiscard]] Result<Picture> drawPresetSheet(std::span<const PresetCell> cells);
+[[nodiscard]] Result<Picture> drawBeforeAndAfter(std::span<const DisplayCell> cells);
 
 }  // namespace dravo::pictures

@@ -124,7 +124,7 @@ void drawColours(Canvas& canvas, const Box& box) {
 
 }  // namespace
 
-Result<cli::Picture> drawTestCard(double scale) {
+Result<Picture> drawTestCard(double scale) {
     Canvas canvas(kTestCardWidth, kTestCardHeight, scale);
     fillGradient(canvas, {0, 0, kTestCardWidth, kTestCardHeight}, kTestCardWidth, kTestCardHeight,
                  {{0, 0xbfe0ff}, {0.5, 0xffffff}, {1, 0xffdcb0}});

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/result.h"
-#include "cli/picture.h"
+#include "pictures/picture.h"
 
 namespace dravo::pictures {
 
@@ -11,6 +11,6 @@ inline constexpr double kTestCardHeight = 600;
 
 /// A bright screen as people have it before them: white paper with text, a photograph, colours, greys.
 /// Errors: `Internal`.
-[[nodiscard]] Result<cli::Picture> drawTestCard(double scale);
+[[nodiscard]] Result<Picture> drawTestCard(double scale);
 
 }  // namespace dravo::pictures

@@ -168,9 +168,9 @@ void PresetPickerView::deleteSelected() {
 
 void PresetPickerView::importFile() {
     askForPresetsToRead(window(), [this](const Result<std::string>& read) {
-        const auto imported = read ? parts_.control.importPresets(*read) : read.error();
+        const auto imported = read ? parts_.control.carryOut(request::ImportPresets{*read}) : read.error();
         if (imported) {
-            tell(countText("import.done", "Imported %lld preset", "Imported %lld presets", imported->size()), {});
+            tell(countText("import.done", "Imported %lld preset", "Imported %lld presets", imported->ids.size()), {});
         } else {
             tell(text("preset.import_failed", "Nothing was imported"),
                  QString::fromStdString(imported.error().message));
@@ -179,9 +179,9 @@ void PresetPickerView::importFile() {
 }
 
 void PresetPickerView::exportFile() {
-    const auto presets = parts_.control.exportPresets({});
+    const auto presets = parts_.control.carryOut(request::ExportPresets{});
     if (!presets) return;
-    askForFileToWrite(window(), *presets, [this](const Error& error) {
+    askForFileToWrite(window(), presets->json, [this](const Error& error) {
         tell(text("preset.export_failed", "The presets were not exported"), QString::fromStdString(error.message));
     });
 }

@@ -3,6 +3,8 @@
 #include <limits>
 #include <mutex>
 #include <optional>
+#include <regex>
+#include <set>
 #include <thread>
 
 #include "bus_fixture.h"
@@ -10,7 +12,7 @@
 #include "platform/dbus/bus_control_client.h"
 #include "platform/dbus/bus_control_service.h"
 #include "platform/dbus/control_interface.h"
-#include "support/noted_control.h"
+#include "support/temporary_folder.h"
 
 namespace dravo::dbus {
 namespace {
@@ -43,35 +45,19 @@ void expectSame(const ControlState& got, const ControlState& wanted) {
 }
 
 /// A running program that notes what it is asked for.
-class FakeTarget final : public dravo::testing::NotedControl<ControlTarget> {
+class FakeTarget final : public ControlTarget {
 public:
     ControlState controlState() const override { return state; }
     Subscription onStateChange(std::function<void()> callback) override { return changes.add(std::move(callback)); }
-    Result<std::vector<std::string>> importPresets(const std::string& text) override {
-        EXPECT_TRUE(note("import " + text));
-        return std::vector<std::string>{"one", "two"};
-    }
-    Result<std::string> exportPresets(const std::vector<std::string>& ids) override {
-        return ids.empty() ? "[]" : "[" + ids.back() + "]";
-    }
-
-    std::string lastCall() {
-        const std::lock_guard lock(mutex_);
-        return std::exchange(last_, {});
+    Result<ControlAnswer> carryOut(const ControlRequest& request) override {
+        asked = request;
+        return answer;
     }
 
     ControlState state = fullState();
     SubscriberList<> changes;
-
-private:
-    Result<void> note(std::string call) override {
-        const std::lock_guard lock(mutex_);
-        last_ = std::move(call);
-        return {};
-    }
-
-    std::mutex mutex_;
-    std::string last_;
+    std::optional<ControlRequest> asked;
+    Result<ControlAnswer> answer = ControlAnswer{{"one", "zwö"}, "[]"};
 };
 
 /// The program on a thread of its own, for clients that wait for answers.
@@ -149,63 +135,64 @@ TEST_F(BusControlTest, TheWholeStateTravels) {
     expectSame(*state, {});
 }
 
-TEST_F(BusControlTest, EveryOperationArrivesWithItsArguments) {
+TEST_F(BusControlTest, EveryRequestArrivesAsItWasAndIsAnswered) {
     Program program;
-    static constexpr ScheduleChange kSun{true, ScheduleMode::sunsetToSunrise, 5, 6};
-    static constexpr LocationChange kTyped{LocationSource::typed, Position{12.5, 0}};
-    struct Row {
-        std::function<Result<void>(ControlClient&)> call;
-        std::string arrives;
+    using namespace request;
+    const ControlRequest requests[] = {
+        Toggle{},
+        SwitchOn{},
+        SwitchOff{},
+        PauseFor{15min},
+        PauseUntil{kNoon + 90s},
+        PauseUntilMorning{},
+        Resume{},
+        SelectPreset{"fl41"},
+        SetAdjustments{.dimming = 0.5, .contrast = -0.25},
+        SetAdjustments{0.1, 0.2, 0.15, 0.4},
+        RevertToPreset{},
+        SetSchedule{.enabled = false},
+        SetSchedule{true, ScheduleMode::sunsetToSunrise, 5, 6},
+        SetLocation{LocationSource::typed, Position{12.5, 0}},
+        SetLocation{LocationSource::zone, {}},
+        SetBreaks{.enabled = true, .intervalMinutes = 45},
+        DismissBreak{},
+        ImportPresets{"[\"ü\"]"},
+        ExportPresets{},
+        ExportPresets{{"a", "ö"}},
+        Activate{},
+        Restore{},
+        Quit{},
     };
-    const Row rows[] = {
-        {[](auto& c) { return c.toggle(); }, "toggle"},
-        {[](auto& c) { return c.switchOn(); }, "on"},
-        {[](auto& c) { return c.switchOff(); }, "off"},
-        {[](auto& c) { return c.pause(15min); }, "pause 900"},
-        {[](auto& c) { return c.pause(kNoon + 90s); }, "pause until " + FakeTarget::secondsOf(kNoon + 90s)},
-        {[](auto& c) { return c.pause(UntilMorning{}); }, "pause morning"},
-        {[](auto& c) { return c.resume(); }, "resume"},
-        {[](auto& c) { return c.selectPreset("fl41"); }, "preset fl41"},
-        {[](auto& c) { return c.setAdjustments({.dimming = 0.5, .contrast = -0.25}); }, "set - 0.5 - -0.25"},
-        {[](auto& c) { return c.setSchedule({.enabled = false}); }, "schedule 0 - - -"},
-        {[](auto& c) { return c.setSchedule(kSun); }, "schedule 1 sunsetToSunrise 5 6"},
-        {[](auto& c) { return c.setLocation(kTyped); }, "location typed 12.5 0"},
-        {[](auto& c) { return c.setLocation({.source = LocationSource::zone}); }, "location zone"},
-        {[](auto& c) { return c.setBreaks({.enabled = true, .intervalMinutes = 45}); }, "breaks 1 45"},
-        {[](auto& c) { return c.dismissBreak(); }, "dismiss"},
-        {[](auto& c) { return c.activate(); }, "activate"},
-        {[](auto& c) { return c.restore(); }, "restore"},
-        {[](auto& c) { return c.quit(); }, "quit"},
-    };
-    for (const auto& row : rows) {
-        const auto result = row.call(client);
-        EXPECT_TRUE(result) << row.arrives << ": " << result.error().message;
-        EXPECT_EQ(program.target.lastCall(), row.arrives);
+    std::set<std::size_t> kinds;
+    for (const auto& request : requests) {
+        const std::string name = control::methods()[request.index()].name;
+        const auto answer = client.ask(request);
+        ASSERT_TRUE(answer) << name << ": " << answer.error().message;
+        program.inLoop([&] { EXPECT_TRUE(program.target.asked == request) << name; });
+        EXPECT_EQ(answer->ids.size(), name == "ImportPresets" ? 2U : 0U) << name;
+        EXPECT_EQ(answer->json, name == "ExportPresets" ? "[]" : "") << name;
+        kinds.insert(request.index());
     }
-    const auto ids = client.importPresets("[\"ü\"]");
-    ASSERT_TRUE(ids);
-    EXPECT_EQ(*ids, (std::vector<std::string>{"one", "two"}));
-    EXPECT_EQ(program.target.lastCall(), "import [\"ü\"]");
-    EXPECT_EQ(client.exportPresets({}).value(), "[]");
-    EXPECT_EQ(client.exportPresets({"a", "b"}).value(), "[b]");
+    EXPECT_EQ(kinds.size(), std::variant_size_v<ControlRequest>);
 }
 
-TEST_F(BusControlTest, RefusalsCarryTheirSentenceAndReachNothing) {
+TEST_F(BusControlTest, RefusalsCarryTheirSentence) {
     Program program;
-    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-    const auto expectRefused = [&](const Result<void>& result, std::string_view sentence) {
-        ASSERT_FALSE(result) << sentence;
-        EXPECT_EQ(result.error().code, ErrorCode::InvalidInput);
-        EXPECT_EQ(result.error().message, sentence);
-        EXPECT_EQ(program.target.lastCall(), "");
+    const auto refusalOf = [&](const ControlRequest& request) {
+        const auto answer = client.ask(request);
+        return answer ? Error{} : answer.error();
     };
-    expectRefused(client.selectPreset("nobody"), "no preset has the id \"nobody\"");
-    expectRefused(client.setAdjustments({.intensity = 0.5, .contrast = kNaN}), "contrast lies from -0.5 to 0.5");
-    expectRefused(client.setSchedule({.startMinutes = 1440}), "startMinutes lies from 0 to 1439");
-    expectRefused(client.setBreaks({.intervalMinutes = 0}), "intervalMinutes lies from 1 to 1440");
-    expectRefused(client.pause(-1s), "a pause lasts from one second to 366 days");
-    expectRefused(client.setLocation({LocationSource::typed, Position{91, 0}}),
-                  "latitude lies from -90 to 90 and longitude from -180 to 180 degrees");
+    program.target.answer = Error{ErrorCode::NotFound, "no such preset"};
+    EXPECT_EQ(refusalOf(request::SelectPreset{"x"}).code, ErrorCode::InvalidInput) << "not found is kept for Dravo";
+    EXPECT_EQ(refusalOf(request::SelectPreset{"x"}).message, "no such preset");
+    program.target.answer = Error{ErrorCode::Unsupported, "no panel"};
+    EXPECT_EQ(refusalOf(request::Activate{}).code, ErrorCode::Unsupported);
+    program.target.asked.reset();
+    for (const ControlRequest& request : std::initializer_list<ControlRequest>{
+             request::SetAdjustments{.contrast = 1}, request::PauseFor{-1s}, request::SelectPreset{"\xff"},
+             request::ExportPresets{{"a", "caf\xe9"}}, request::ImportPresets{"\xc3"}})
+        EXPECT_EQ(refusalOf(request).code, ErrorCode::InvalidInput) << request.index();
+    program.inLoop([&] { EXPECT_FALSE(program.target.asked); });
 }
 
 /// Calls as a script makes them, without our client in front.
@@ -244,7 +231,7 @@ TEST_F(RawCallTest, RefusesUnknownKeysWrongTypesAndPlaces) {
     EXPECT_EQ(errorOf("PauseUntil", "x", std::numeric_limits<std::int64_t>::max()),
               "a pause ends at an instant in microseconds since 1970");
     EXPECT_NE(errorOf("PauseFor", "s", "soon"), "done");
-    EXPECT_EQ(program.target.lastCall(), "");
+    program.inLoop([&] { EXPECT_FALSE(program.target.asked); });
     EXPECT_EQ(errorOf("SetLocation", "sdd", "zone", 1000.0, 0.0), "done");
     EXPECT_EQ(errorOf("SetAdjustments", "a{sv}", 0), "done");
 }
@@ -267,18 +254,22 @@ TEST_F(RawCallTest, SignalsWhatChangedTogetherAndCountdownsNever) {
             program.target.changes.deliver();
         });
     };
-    change([](ControlState& state) { --state.breaks.secondsRemaining; });
+    change([](ControlState& state) {
+        --state.breaks.secondsRemaining;
+        --state.breaks.breakSecondsLeft;
+    });
     change([](ControlState& state) {
         state.isEnabled = false;
         state.nextChange.reset();
     });
     ASSERT_TRUE(runUntil([&] { return !signals.empty(); }));
     EXPECT_EQ(signals[0], (std::vector<std::string>{"IsEnabled", "NextChange"}));
-    change([](ControlState& state) { state.preset = "last"; });
-    EXPECT_TRUE(runUntil([&] { return signals.size() == 2; }));
+    change([](ControlState& state) { state.breaks.breakSecondsLeft = 0; });
+    ASSERT_TRUE(runUntil([&] { return signals.size() == 2; }));
+    EXPECT_EQ(signals[1], std::vector<std::string>{"IsOnBreak"});
 }
 
-TEST_F(RawCallTest, DescribesItselfWithNamesForEveryArgument) {
+TEST_F(RawCallTest, DescribesItselfAsThePageDoes) {
     Program program;
     auto call =
         bus->newCall(control::kBusName, control::kObjectPath, "org.freedesktop.DBus.Introspectable", "Introspect");
@@ -291,15 +282,18 @@ TEST_F(RawCallTest, DescribesItselfWithNamesForEveryArgument) {
     ASSERT_TRUE(runUntil([&] { return !xml.empty(); }));
     EXPECT_NE(xml.find("<arg type=\"d\" name=\"longitude\" direction=\"in\"/>"), xml.npos) << xml;
     EXPECT_NE(xml.find("<arg type=\"as\" name=\"ids\" direction=\"out\"/>"), xml.npos);
-    for (const auto& property : control::properties())
-        EXPECT_NE(xml.find("name=\"" + std::string(property.name) + "\""), xml.npos) << property.name;
+    const std::string page = dravo::testing::contentOf(DRAVO_BUS_PAGE);
+    const std::string own = xml.substr(xml.find(control::kInterface));
+    static const std::regex kMember("<(property|method) name=\"([A-Za-z]+)\"");
+    for (std::sregex_iterator member(own.begin(), own.end(), kMember), end; member != end; ++member)
+        EXPECT_NE(page.find("`" + (*member)[2].str() + "`"), page.npos) << (*member)[2];
 }
 
 TEST_F(BusControlTest, SaysThatNothingRunsWithoutOwnerBusOrAddress) {
-    EXPECT_EQ(client.toggle().error().code, ErrorCode::NotFound);
+    EXPECT_EQ(client.ask(request::Toggle{}).error().code, ErrorCode::NotFound);
     EXPECT_EQ(client.follow([](const auto&) { return true; }).error().code, ErrorCode::NotFound);
     daemon->kill();
-    EXPECT_EQ(client.toggle().error().code, ErrorCode::NotFound);
+    EXPECT_EQ(client.ask(request::Toggle{}).error().code, ErrorCode::NotFound);
     for (const char* address : {"unix:path=/nonexistent/bus", "", "autolaunch:"}) {
         ::setenv("DBUS_SESSION_BUS_ADDRESS", address, 1);
         BusControlClient other;
@@ -311,7 +305,7 @@ TEST_F(BusControlTest, AProgramThatDoesNotAnswerIsBusyNotGone) {
     const testing::BusPeer silent(loop.event(), daemon->address(), control::kBusName,
                                   [](std::string_view, sd_bus_message*) { return true; });
     BusControlClient impatient(50ms);
-    const auto result = impatient.toggle();
+    const auto result = impatient.ask(request::Toggle{});
     ASSERT_FALSE(result);
     EXPECT_EQ(result.error().code, ErrorCode::Busy) << result.error().message;
 }

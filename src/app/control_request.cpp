@@ -1,4 +1,4 @@
-#include "app/control_service.h"
+#include "app/control_request.h"
 
 #include <string_view>
 
@@ -16,11 +16,13 @@ constexpr auto kLongestPause = std::chrono::seconds{366 * 24h};
 constexpr AdjustmentRange kMinutesOfDay{0, 24 * 60 - 1};
 constexpr AdjustmentRange kBreakInterval{1, 24 * 60};
 
+Error refused(std::string sentence) { return {ErrorCode::InvalidInput, std::move(sentence)}; }
+
 template <typename Number>
 Result<void> within(std::string_view name, const std::optional<Number>& value, const AdjustmentRange& range) {
     if (!value || range.contains(static_cast<double>(*value))) return {};
-    return Error{ErrorCode::InvalidInput, filled(localized("%1$@ lies from %2$@ to %3$@"),
-                                                 {name, shortestText(range.lowest), shortestText(range.highest)})};
+    return refused(filled(localized("%1$@ lies from %2$@ to %3$@"),
+                          {name, shortestText(range.lowest), shortestText(range.highest)}));
 }
 
 /// The first refusal, if there is one.
@@ -30,34 +32,42 @@ Result<void> allOf(std::initializer_list<Result<void>> results) {
     return {};
 }
 
-}  // namespace
-
-Result<void> validate(const PauseLength& length) {
-    const auto* span = std::get_if<std::chrono::seconds>(&length);
-    if (!span || (*span >= 1s && *span <= kLongestPause)) return {};
-    return Error{ErrorCode::InvalidInput, localized("a pause lasts from one second to 366 days")};
+template <typename Request>
+Result<void> check(const Request&) {
+    return {};
 }
 
-Result<void> validate(const AdjustmentChange& change) {
+Result<void> check(const request::PauseFor& pause) {
+    if (pause.length >= 1s && pause.length <= kLongestPause) return {};
+    return refused(localized("a pause lasts from one second to 366 days"));
+}
+
+Result<void> check(const request::SetAdjustments& change) {
     return allOf({within("intensity", change.intensity, kIntensityRange),
                   within("dimming", change.dimming, kDimmingRange),
                   within("blackPoint", change.blackPoint, kBlackPointRange),
                   within("contrast", change.contrast, kContrastRange)});
 }
 
-Result<void> validate(const ScheduleChange& change) {
+Result<void> check(const request::SetSchedule& change) {
     return allOf({within("startMinutes", change.startMinutes, kMinutesOfDay),
                   within("endMinutes", change.endMinutes, kMinutesOfDay)});
 }
 
-Result<void> validate(const BreaksChange& change) {
+Result<void> check(const request::SetBreaks& change) {
     return within("intervalMinutes", change.intervalMinutes, kBreakInterval);
 }
 
-Result<void> validate(const LocationChange& change) {
+Result<void> check(const request::SetLocation& change) {
     if (change.position.has_value() != (change.source == LocationSource::typed))
-        return Error{ErrorCode::InvalidInput, "a position is given with the source typed, and only with it"};
+        return refused("a position is given with the source typed, and only with it");
     return change.position ? requireOnEarth(*change.position) : Result<void>();
+}
+
+}  // namespace
+
+Result<void> validate(const ControlRequest& request) {
+    return std::visit([](const auto& asked) { return check(asked); }, request);
 }
 
 }  // namespace dravo

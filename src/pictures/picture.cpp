@@ -1,11 +1,11 @@
-#include "cli/picture.h"
+#include "pictures/picture.h"
 
 #include <algorithm>
 #include <array>
 #include <cassert>
 #include <cmath>
 
-namespace dravo::cli {
+namespace dravo {
 
 namespace {
 
@@ -33,4 +33,4 @@ void applyTable(Picture& picture, const GammaTable& table) {
     }
 }
 
-}  // namespace dravo::cli
+}  // namespace dravo

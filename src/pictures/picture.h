@@ -5,7 +5,7 @@
 
 #include "display/gamma_table.h"
 
-namespace dravo::cli {
+namespace dravo {
 
 /// An uncompressed picture: rows from the top, four bytes a pixel (red, green, blue, alpha, not premultiplied).
 struct Picture {
@@ -23,4 +23,4 @@ inline constexpr std::uint64_t kMostPictureBytes = std::uint64_t{256} << 20;
 /// REQUIRES: 256 entries.
 void applyTable(Picture& picture, const GammaTable& table);
 
-}  // namespace dravo::cli
+}  // namespace dravo

@@ -6,10 +6,10 @@
 #include <string_view>
 
 #include "base/result.h"
-#include "cli/picture.h"
 #include "display/gamma_table.h"
+#include "pictures/picture.h"
 
-namespace dravo::cli {
+namespace dravo {
 
 /// One preset on the sheet of all presets.
 struct PresetCell {
@@ -57,4 +57,4 @@ public:
 inline constexpr const char* kPictureModuleEntry = "dravoPictures";
 using PictureModuleEntry = PictureService* (*)(const char* version);
 
-}  // namespace dravo::cli
+}  // namespace dravo
