@@ -6,8 +6,10 @@
 #include <vector>
 
 #include "display/ramp_levels.h"
+#include "display/remembered_displays.h"
 #include "figures.h"
-#include "platform/x11/x11_display_server.h"
+#include "platform/x11/x11_table_device.h"
+#include "support/memory/virtual_scheduler.h"
 #include "support/private_x_server.h"
 
 namespace dravo::bench {
@@ -57,16 +59,15 @@ private:
 
 void measure() {
     testing::PrivateXServer xServer(kDisplays);
-    const auto server = need(x11::X11DisplayServer::create(xServer.address(), nullptr), "the display server");
-    const auto ids = need(server->onlineDisplays(kMaxDisplays), "the displays");
-    need(ids.size() == kDisplays, "not every display is on");
+    const auto device = need(x11::X11TableDevice::create(xServer.address(), nullptr), "the display server");
+    memory::VirtualScheduler scheduler;
+    OriginalGammaStore store({});
+    RememberedDisplays displays(*device, store, scheduler);
+    displays.begin(RememberedDisplays::Beginning::looking);
+    need(need(displays.list(), "the displays").size() == kDisplays, "not every display is on");
     PlainClient plain(xServer.address());
 
-    std::array<std::vector<DisplayTable>, 2> tables;
-    for (const auto id : ids) {
-        tables[0].push_back({id, darkTable(0.6)});
-        tables[1].push_back({id, darkTable(0.7)});
-    }
+    const std::array tables{darkTable(0.6), darkTable(0.7)};
     const RampLevels plainLevels = toLevels(darkTable(0.8), kEntries);
     const RampLevels otherLevels = toLevels(darkTable(0.9), kEntries);
 
@@ -74,9 +75,9 @@ void measure() {
     Figures together;
     Figures oneByOne;
     for (std::size_t round = 0; round < kRounds; ++round) {
-        std::vector<Result<void>> outcomes;
-        ours.push_back(microsecondsOf([&] { outcomes = server->loadTables(tables[round % 2]); }));
-        for (const auto& outcome : outcomes) need(outcome.hasValue(), "a display was not loaded");
+        ours.push_back(microsecondsOf([&] { displays.show(tables[round % 2], Fade::none); }));
+        for (const auto& display : need(displays.list(), "the displays"))
+            need(display.problem.empty(), "a display was not loaded");
         together.push_back(microsecondsOf([&] { plain.loadTogether(plainLevels); }));
         oneByOne.push_back(microsecondsOf([&] { plain.loadOneByOne(otherLevels); }));
     }

@@ -9,9 +9,10 @@
 #include <vector>
 
 #include "display/gamma_applicator.h"
+#include "display/remembered_displays.h"
 #include "figures.h"
 #include "platform/posix/sd_event_loop.h"
-#include "platform/x11/x11_display_server.h"
+#include "platform/x11/x11_table_device.h"
 #include "support/memory/memory_services.h"
 #include "support/private_x_server.h"
 
@@ -27,44 +28,40 @@ constexpr auto kFrameTime = 30ms;
 constexpr std::size_t kDisplays = 3;
 
 /// Passes everything on and notes when a load was confirmed by the server, with the loaded white.
-class Witness final : public DisplayServer {
+class Witness final : public TableDevice {
 public:
     struct Load {
         steady_clock::time_point confirmed;
         float white;
     };
 
-    explicit Witness(DisplayServer& server) : server_(server) {}
+    explicit Witness(TableDevice& device) : device_(device) {}
     std::vector<Load> takeLoads() { return std::exchange(loads_, {}); }
 
-    std::vector<Result<void>> loadTables(std::span<const DisplayTable> tables) override {
-        auto outcomes = server_.loadTables(tables);
-        for (const auto& outcome : outcomes) need(outcome.hasValue(), "a frame was not loaded");
-        loads_.push_back({steady_clock::now(), tables.front().table.red.back()});
-        return outcomes;
+    void write(std::span<const CrtcLevels> ramps, std::function<void(Outcomes)> done) override {
+        const float white = toTable(ramps.front().levels).red.back();
+        device_.write(ramps, [this, white, done = std::move(done)](Outcomes outcomes) {
+            for (const auto& outcome : outcomes) need(outcome.hasValue(), "a frame was not loaded");
+            loads_.push_back({steady_clock::now(), white});
+            done(std::move(outcomes));
+        });
     }
 
-    std::string backend() const override { return server_.backend(); }
-    Result<std::vector<DisplayId>> onlineDisplays(std::size_t capacity) override {
-        return server_.onlineDisplays(capacity);
+    std::string backend() const override { return device_.backend(); }
+    const DeviceTopology& topology() const override { return device_.topology(); }
+    Result<void> refresh() override { return device_.refresh(); }
+    void read(std::span<const CrtcId> crtcs, std::function<void(Result<Levels>)> done) override {
+        device_.read(crtcs, std::move(done));
     }
-    Result<std::vector<DisplayDescription>> describeDisplays() override { return server_.describeDisplays(); }
-    std::vector<Result<GammaTable>> readTables(std::span<const DisplayId> displays) override {
-        return server_.readTables(displays);
+    std::optional<std::vector<bool>> lookAt(std::span<const CrtcLevels> wanted) override {
+        return device_.lookAt(wanted);
     }
-    void keepTables(std::span<const DisplayTable> tables) override { server_.keepTables(tables); }
-    Result<void> restoreCalibration() override { return server_.restoreCalibration(); }
-    Result<GammaTable> ownTable(DisplayId display) override { return server_.ownTable(display); }
-    void declareOwnTables(const std::map<DisplayId, GammaTable>& tables) override { server_.declareOwnTables(tables); }
-    void distrustFoundTables() override { server_.distrustFoundTables(); }
-    Subscription onDisplayChange(std::function<void()> callback) override {
-        return server_.onDisplayChange(std::move(callback));
-    }
-    Subscription onLoss(std::function<void()> callback) override { return server_.onLoss(std::move(callback)); }
-    void forgetContents() override { server_.forgetContents(); }
+    void guard(std::vector<CrtcLevels> own) override { device_.guard(std::move(own)); }
+    Subscription onChange(std::function<void()> callback) override { return device_.onChange(std::move(callback)); }
+    Subscription onLoss(std::function<void()> callback) override { return device_.onLoss(std::move(callback)); }
 
 private:
-    DisplayServer& server_;
+    TableDevice& device_;
     std::vector<Load> loads_;
 };
 
@@ -95,13 +92,15 @@ Figures latenesses(const std::vector<Witness::Load>& loads, steady_clock::time_p
 }
 
 Figures fade(const std::string& address) {
-    const auto server = need(x11::X11DisplayServer::create(address, nullptr), "the display server");
+    const auto device = need(x11::X11TableDevice::create(address, nullptr), "the display server");
     posix::SdEventLoop loop;
-    server->listen(loop, loop);
+    device->listen(loop, loop);
     memory::MemoryWakeSource wake;
-    Witness witness(*server);
-    OriginalGammaStore store(witness, {});
-    GammaApplicator applicator(witness, wake, loop, store);
+    Witness witness(*device);
+    OriginalGammaStore store({});
+    RememberedDisplays displays(witness, store, loop);
+    displays.begin(RememberedDisplays::Beginning::looking);
+    GammaApplicator applicator(displays, wake, loop);
     applicator.apply(grayTable(kBright), Fade::none);
     witness.takeLoads();
 

@@ -74,44 +74,44 @@ void FilterRun::giveWay(RunKind kind, int holder) {
 }
 
 bool FilterRun::connect() {
-    auto server = x11::X11DisplayServer::create("", &emergency_);
-    if (server) {
-        server_ = std::move(*server);
+    auto device = x11::X11TableDevice::create("", &emergency_);
+    if (device) {
+        device_ = std::move(*device);
         return true;
     }
-    std::fprintf(stderr, "dravo: %s\n", localized(server.error().message).c_str());
+    std::fprintf(stderr, "dravo: %s\n", localized(device.error().message).c_str());
     failure_ = cli::ExitCode::NoDisplayServer;
     return false;
 }
 
 // False without a guard: nothing is then written but the displays' own tables.
 bool FilterRun::launch() {
-    displays_.emplace(*server_);
-    originalGamma_.emplace(*displays_, folder_);
+    originalGamma_.emplace(folder_);
     originalGamma_->onUnsynced = [this](const std::filesystem::path& path) {
         loop_.post([this, path] { backgroundSync_.sync(path); });
     };
-    grayscale_.emplace(server_->grayscale());
-    applicator_.emplace(*displays_, wakeSource_, loop_, *originalGamma_);
+    displays_.emplace(*device_, *originalGamma_, loop_);
+    grayscale_.emplace(device_->grayscale(), *originalGamma_);
+    applicator_.emplace(*displays_, wakeSource_, loop_);
     defaults_.setMayWrite([this] { return !applicator_->isRamping(); });
-    // Before the controller is built: what it finds on the displays has to be theirs.
-    if (inherited_) {
-        originalGamma_->continueRun();
-        if (inherited_->hasGrayOn) grayscale_->takeOver();
-    } else if (originalGamma_->restoreIfNeeded()) {
+    using Beginning = RememberedDisplays::Beginning;
+    const bool wasUnclean = displays_->begin(inherited_ ? Beginning::goingOn : Beginning::afresh);
+    if (inherited_ && inherited_->hasGrayOn) {
+        grayscale_->takeOver();
+    } else {
+        grayscale_->undoUncleanRun();
+    }
+    if (wasUnclean && !inherited_) {
         std::puts("Restored gamma from previous crash");
         std::fflush(stdout);
-        server_->grayscale().undoUncleanRun();
     }
     if (!guard_) return false;
-    originalGamma_->saveIfAbsent();
     guard_->waitUntilReady();
     if (!emergency_.isOpen())
         reportOnce("unguarded", localized("not filtered until the X server grants another connection"));
     filterState_.emplace(FilterStateParts{loop_, calendar_, preferences_, customPresets_, breakTimer_,
-                                          locationProvider_, *applicator_, *originalGamma_, *grayscale_, wakeSource_,
+                                          locationProvider_, *applicator_, *grayscale_, wakeSource_,
                                           inherited_ ? std::optional(inherited_->state) : std::nullopt});
-    displays_->commit();
     guard_->takeCharge();
     return true;
 }
@@ -123,8 +123,8 @@ cli::ExitCode FilterRun::giveUp(const Error& why) {
 }
 
 void FilterRun::listen() {
-    server_->listen(loop_, loop_);
-    loss_ = server_->onLoss([this] { serverIsGone(); });
+    device_->listen(loop_, loop_);
+    loss_ = displays_->onLoss([this] { serverIsGone(); });
     shortcutManager_.onToggle = [this] { filterState_->toggle(); };
     shortcutManager_.registerIfEnabled();
     offRequest_.emplace(loop_, SIGUSR1, [this] {
@@ -194,7 +194,7 @@ void FilterRun::giveBack() {
     if (filterState_) filterState_->saveNow();
     grayscale_->set(false);
     // Unconfirmed, the saved tables stay: the next start gives the displays back.
-    if (applicator_->shutDown()) originalGamma_->clear();
+    if (applicator_->shutDown() && !grayscale_->isOurs()) originalGamma_->clear();
     defaults_.flush();
 }
 
@@ -218,13 +218,17 @@ int FilterRun::startSuccessor(posix::ProgramReplacement& successor) {
 }
 
 void FilterRun::relaunch() {
+    const auto failed = [](const Error& error) {
+        const std::string told = filled(localized("cannot start again: %@"), {error.message});
+        std::fprintf(stderr, "dravo: %s\n", told.c_str());
+    };
+    // What is on the displays would be the successor's only knowledge of them.
+    if (const auto prepared = displays_->prepareHandOver(); !prepared) return failed(prepared.error());
     filterState_->saveNow();
     defaults_.flush();
     auto successor = makeSuccessor(true);
     std::fflush(nullptr);
-    const auto failure = successor.failure(startSuccessor(successor));
-    const std::string told = filled(localized("cannot start again: %@"), {failure.message});
-    std::fprintf(stderr, "dravo: %s\n", told.c_str());
+    failed(successor.failure(startSuccessor(successor)));
 }
 
 void FilterRun::serverIsGone() {

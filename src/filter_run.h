@@ -18,8 +18,8 @@
 #include "desktop_run.h"
 #include "display/gamma_applicator.h"
 #include "display/grayscale_switch.h"
-#include "display/launch_batch.h"
 #include "display/original_gamma_store.h"
+#include "display/remembered_displays.h"
 #include "filter/custom_preset_store.h"
 #include "filter/preferences_store.h"
 #include "platform/curl/curl_update_feed.h"
@@ -42,8 +42,8 @@
 #include "platform/posix/system_calendar.h"
 #include "platform/posix/termination_guard.h"
 #include "platform/posix/zone_position.h"
-#include "platform/x11/x11_display_server.h"
 #include "platform/x11/x11_hot_key_service.h"
+#include "platform/x11/x11_table_device.h"
 
 namespace dravo {
 
@@ -113,9 +113,9 @@ private:
     LocationProvider locationProvider_{loop_, preferences_, locationService_, zones_, calendar_};
 
     // Built once the display server is there.
-    std::unique_ptr<x11::X11DisplayServer> server_;
-    std::optional<LaunchBatch> displays_;
+    std::unique_ptr<x11::X11TableDevice> device_;
     std::optional<OriginalGammaStore> originalGamma_;
+    std::optional<RememberedDisplays> displays_;
     std::optional<GrayscaleSwitch> grayscale_;
     std::optional<GammaApplicator> applicator_;
     std::optional<FilterState> filterState_;

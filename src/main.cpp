@@ -22,7 +22,8 @@
 #include "base/unique_fd.h"
 #include "cli/command_line.h"
 #include "cli/running.h"
-#include "display/original_gamma_store.h"
+#include "display/grayscale_switch.h"
+#include "display/remembered_displays.h"
 #include "filter/custom_preset_store.h"
 #include "filter/preferences_store.h"
 #include "filter_run.h"
@@ -36,7 +37,7 @@
 #include "platform/posix/system_calendar.h"
 #include "platform/posix/termination_guard.h"
 #include "platform/posix/zone_position.h"
-#include "platform/x11/x11_display_server.h"
+#include "platform/x11/x11_table_device.h"
 
 namespace {
 
@@ -100,13 +101,11 @@ class CommandWorld : public cli::CommandContext {
 public:
     CommandWorld() : CommandContext(stdout, stderr) {}
 
-    Result<DisplayServer*> displays() override {
-        if (!server_) {
-            auto server = x11::X11DisplayServer::create("", nullptr);
-            if (!server) return server.error();
-            server_ = std::move(*server);
-        }
-        return server_.get();
+    Result<Displays*> displays() override {
+        const auto displays = connect();
+        if (!displays) return displays.error();
+        (*displays)->begin(RememberedDisplays::Beginning::looking);
+        return *displays;
     }
 
     Result<std::vector<FilterPreset>> userPresets() override {
@@ -140,7 +139,7 @@ public:
         return isOnEarth(position) ? std::optional(position) : std::nullopt;
     }
 
-    WallTime now() override { return posix::SdEventLoop().now(); }
+    WallTime now() override { return loop_.now(); }
 
     cli::RunningInstance& runningInstance() override {
         return instance_ ? *instance_ : instance_.emplace(folder(), control_);
@@ -158,9 +157,10 @@ public:
 
     Result<PictureService*> pictures() override { return pictures::loadPictureModule(DRAVO_VERSION); }
 
-    Result<OriginalGammaStore*> savedTables(DisplayServer& server) override {
-        OriginalGammaStore& saved = saved_.emplace(server, folder());
-        saved.ensureDirectory();
+    Result<RememberedDisplays*> displaysToRestore() override {
+        const auto displays = connect();
+        if (!displays) return displays.error();
+        saved_->ensureDirectory();
         auto lock = posix::InstanceLock::acquire(folder());
         if (lock) {
             lock_.emplace(std::move(*lock));
@@ -171,11 +171,23 @@ public:
             reportOnce("no-lock",
                        filled(localized("%@; a Dravo started now would not be noticed"), {lock.error().message}));
         }
-        return &saved;
+        (*displays)->begin(RememberedDisplays::Beginning::doubtful);
+        GrayscaleSwitch(device_->grayscale(), *saved_).undoUncleanRun();
+        return *displays;
     }
 
 private:
     static constexpr std::size_t kLargestZone = 1 << 20;
+
+    Result<RememberedDisplays*> connect() {
+        if (!displays_) {
+            auto device = x11::X11TableDevice::create("", nullptr);
+            if (!device) return device.error();
+            device_ = std::move(*device);
+            displays_.emplace(*device_, saved_.emplace(folder()), loop_);
+        }
+        return &*displays_;
+    }
 
     std::optional<DefaultsValue> stored(std::string_view key) {
         const auto path = files::TomlUserDefaults::defaultPath(folder().home.parent_path());
@@ -199,8 +211,10 @@ private:
     dbus::BusControlClient control_;
     std::optional<LockHolder> instance_;
     std::optional<posix::InstanceLock> lock_;
-    std::unique_ptr<DisplayServer> server_;
+    posix::SdEventLoop loop_;
+    std::unique_ptr<x11::X11TableDevice> device_;
     std::optional<OriginalGammaStore> saved_;
+    std::optional<RememberedDisplays> displays_;
     std::optional<CustomPresetStore> store_;
     posix::SystemCalendar calendar_;
 };

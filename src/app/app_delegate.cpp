@@ -30,7 +30,7 @@ void AppDelegate::finishLaunching(RunKind kind) {
     subscriptions_.push_back(parts_.statusItem.onClick([this](StatusItem::Button button) { onClick(button); }));
     subscriptions_.push_back(parts_.filterState.isEnabled.onNewValue([this](bool) { markStale(); }));
     subscriptions_.push_back(parts_.filterState.pausedUntil.onNewValue([this](const auto&) { markStale(); }));
-    subscriptions_.push_back(parts_.displays.onDisplayChange([this] { markStale(); }));
+    subscriptions_.push_back(parts_.displays.onListChange([this] { markStale(); }));
     updateStatusIcon();
 
     if (!parts_.preferences.hasSeenOnboarding()) {

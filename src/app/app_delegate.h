@@ -9,7 +9,7 @@
 #include "app/status_item.h"
 #include "base/scheduler.h"
 #include "controller/filter_state.h"
-#include "display/display_server.h"
+#include "display/displays.h"
 #include "filter/preferences_store.h"
 
 namespace dravo {
@@ -18,7 +18,7 @@ namespace dravo {
 struct AppDelegateParts {
     FilterState& filterState;
     PreferencesStore& preferences;
-    DisplayServer& displays;
+    Displays& displays;
     StatusItem& statusItem;
     Popover& popover;
     Scheduler& scheduler;

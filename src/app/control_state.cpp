@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "base/localized.h"
 #include "base/utc_text.h"
 
 namespace dravo {
@@ -48,7 +49,11 @@ std::string_view nameOf(LocationSource source) { return nameIn(kSources, source)
 std::optional<ScheduleMode> scheduleModeNamed(std::string_view name) { return valueIn(kModes, name); }
 std::optional<LocationSource> locationSourceNamed(std::string_view name) { return valueIn(kSources, name); }
 
-std::string displayJson(const DisplayDescription& display, std::string_view more) {
+ControlledDisplay controlled(const DisplayDescription& display) {
+    return {display.id, display.name, display.tableSize, inEnglish(display.problem)};
+}
+
+std::string displayJson(const ControlledDisplay& display, std::string_view more) {
     const bool isReady = display.problem.empty();
     const Json json = {{"id", static_cast<std::uint32_t>(display.id)},
                        {"name", display.name},

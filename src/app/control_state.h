@@ -7,10 +7,20 @@
 #include <vector>
 
 #include "base/scheduler.h"
-#include "display/display_server.h"
+#include "display/displays.h"
 #include "filter/preferences_store.h"
 
 namespace dravo {
+
+/// A display as control from outside sees it.
+struct ControlledDisplay {
+    DisplayId id{};
+    std::string name;
+    std::size_t tableSize = 0;
+    std::string problem;  ///< Why it cannot be filtered, in English, also the key of its translation; empty when it can.
+    bool operator==(const ControlledDisplay&) const = default;
+};
+[[nodiscard]] ControlledDisplay controlled(const DisplayDescription& display);
 
 /// What the program tells about itself to the outside, at one moment. A plain copy; nothing is computed here.
 struct ControlState {
@@ -56,7 +66,7 @@ struct ControlState {
         bool operator==(const Location&) const = default;
     } location;
 
-    std::vector<DisplayDescription> displays;
+    std::vector<ControlledDisplay> displays;
     bool lacksGrayscale = false;  ///< The preset wants everything gray, and this desktop cannot.
 };
 
@@ -67,7 +77,7 @@ struct ControlState {
 [[nodiscard]] std::optional<LocationSource> locationSourceNamed(std::string_view name);
 
 /// One display as a JSON object; `more` is added inside it and begins with a comma.
-[[nodiscard]] std::string displayJson(const DisplayDescription& display, std::string_view more = {});
+[[nodiscard]] std::string displayJson(const ControlledDisplay& display, std::string_view more = {});
 
 /// The state as one JSON object on one line, for scripts: times in UTC as "2026-11-22T18:30:00Z", null for what is not.
 /// Where the machine stands is not in it.

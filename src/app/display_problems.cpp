@@ -4,9 +4,9 @@
 
 namespace dravo {
 
-std::vector<std::string> displayProblems(DisplayServer& displays) {
+std::vector<std::string> displayProblems(Displays& displays) {
     std::vector<std::string> lines;
-    const auto descriptions = displays.describeDisplays();
+    const auto descriptions = displays.list();
     if (!descriptions) return lines;
     for (const auto& display : *descriptions)
         if (!display.problem.empty()) lines.push_back(display.name + ": " + localized(display.problem));

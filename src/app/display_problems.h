@@ -5,14 +5,14 @@
 #include <vector>
 
 #include "base/localized.h"
-#include "display/display_server.h"
+#include "display/displays.h"
 #include "display/grayscale_switch.h"
 #include "filter/filter_preset.h"
 
 namespace dravo {
 
 /// A line for each display that is on and cannot be filtered: its name and why. Empty when all can, or nobody answers.
-[[nodiscard]] std::vector<std::string> displayProblems(DisplayServer& displays);
+[[nodiscard]] std::vector<std::string> displayProblems(Displays& displays);
 
 inline constexpr TextKey kNoGrayscale =
     textKey("problem.grayscale", "This preset needs a grayscale mode, which this desktop does not have.");

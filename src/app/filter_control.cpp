@@ -192,7 +192,7 @@ FilterControl::FilterControl(FilterControlParts parts) : parts_(std::move(parts)
     subscriptions_.push_back(parts_.filterState.changes().onWillChange(willChange));
     subscriptions_.push_back(parts_.preferences.changes().onWillChange(willChange));
     subscriptions_.push_back(parts_.locationProvider.changes().onWillChange(willChange));
-    subscriptions_.push_back(parts_.displays.onDisplayChange(willChange));
+    subscriptions_.push_back(parts_.displays.onListChange(willChange));
 }
 
 // Changes are announced before they happen; whoever asks for the state gets it afterwards, once for many changes.
@@ -224,7 +224,8 @@ ControlState FilterControl::controlState() const {
                     int32(breaks.breakLeft().get().count())};
     state.location = {preferences.locationSource(), std::string(nameOf(parts_.locationProvider.status().get())),
                       preferences.lastLatitude(), preferences.lastLongitude()};
-    if (auto displays = parts_.displays.describeDisplays()) state.displays = std::move(*displays);
+    if (const auto displays = parts_.displays.list())
+        for (const auto& display : *displays) state.displays.push_back(controlled(display));
     state.lacksGrayscale = grayscaleProblem(filter.selectedPreset, parts_.grayscale).has_value();
     return state;
 }

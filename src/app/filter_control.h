@@ -9,7 +9,7 @@
 #include "base/scheduler.h"
 #include "breaks/break_timer.h"
 #include "controller/filter_state.h"
-#include "display/display_server.h"
+#include "display/displays.h"
 #include "display/grayscale_switch.h"
 #include "filter/custom_preset_store.h"
 #include "filter/preferences_store.h"
@@ -24,7 +24,7 @@ struct FilterControlParts {
     CustomPresetStore& customPresetStore;
     BreakTimer& breakTimer;
     LocationProvider& locationProvider;
-    DisplayServer& displays;
+    Displays& displays;
     const GrayscaleSwitch& grayscale;
     Scheduler& scheduler;
     const Calendar& calendar;

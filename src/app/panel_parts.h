@@ -13,7 +13,7 @@
 #include "breaks/break_notifier.h"
 #include "breaks/break_timer.h"
 #include "controller/filter_state.h"
-#include "display/display_server.h"
+#include "display/displays.h"
 #include "display/gamma_applicator.h"
 #include "display/grayscale_switch.h"
 #include "filter/custom_preset_store.h"
@@ -32,7 +32,7 @@ struct PanelParts {
     LocationProvider& locationProvider;
     GammaApplicator& applicator;
     GrayscaleSwitch& grayscale;
-    DisplayServer& displays;
+    Displays& displays;
     ControlTarget& control;  ///< For presets that come and go as files.
     KeyboardShortcutManager& shortcutManager;
     LaunchAtLogin& launchAtLogin;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 
 namespace dravo {
 
@@ -30,17 +31,8 @@ Placeholder placeholderAt(std::string_view text) {
     return {};
 }
 
-}  // namespace
-
-std::string localized(std::string_view key, std::string_view english) {
-    return english.empty() ? std::string() : localizer().text(key, english);
-}
-
-std::string localizedCount(std::string_view key, std::string_view one, std::string_view other, std::uint64_t count) {
-    return localizer().count(key, one, other, count);
-}
-
-std::string filled(std::string_view text, std::initializer_list<std::string_view> values) {
+template <typename Values>
+std::string fill(std::string_view text, const Values& values) {
     std::string result;
     std::size_t next = 0;
     while (!text.empty()) {
@@ -52,11 +44,27 @@ std::string filled(std::string_view text, std::initializer_list<std::string_view
         const bool isFilled = length > 0 && value < values.size();
         if (isFilled && index < 0) ++next;
         const std::size_t taken = std::min(std::max<std::size_t>(length, 1), text.size());
-        result += isFilled ? *(values.begin() + value) : text.substr(0, taken);
+        result += isFilled ? *(values.begin() + static_cast<std::ptrdiff_t>(value)) : text.substr(0, taken);
         text.remove_prefix(taken);
     }
     return result;
 }
+
+}  // namespace
+
+std::string localized(std::string_view key, std::string_view english) {
+    return english.empty() ? std::string() : localizer().text(key, english);
+}
+
+std::string localizedCount(std::string_view key, std::string_view one, std::string_view other, std::uint64_t count) {
+    return localizer().count(key, one, other, count);
+}
+
+std::string localized(const Sentence& sentence) { return fill(localized(sentence.text), sentence.values); }
+
+std::string inEnglish(const Sentence& sentence) { return fill(sentence.text.english, sentence.values); }
+
+std::string filled(std::string_view text, std::initializer_list<std::string_view> values) { return fill(text, values); }
 
 InterfaceLocale interfaceLocale() { return localizer().locale(); }
 

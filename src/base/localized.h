@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace dravo {
 
@@ -12,6 +13,7 @@ namespace dravo {
 struct TextKey {
     std::string_view key = {};
     std::string_view english = {};
+    bool operator==(const TextKey&) const = default;
 };
 
 /// For texts that stand in a table and are looked up elsewhere: marks them for the tool that collects the texts to
@@ -24,6 +26,15 @@ using PluralRule = std::size_t (*)(std::uint64_t);
 
 /// English: one form for 1, another for the rest.
 [[nodiscard]] constexpr std::size_t formOfOneAndOthers(std::uint64_t n) { return n == 1 ? 0 : 1; }
+
+/// A sentence for a person, kept as its key and what fills its places: it is put into their language where it is shown.
+struct Sentence {
+    TextKey text;
+    std::vector<std::string> values = {};
+
+    [[nodiscard]] bool empty() const { return text.english.empty(); }
+    bool operator==(const Sentence&) const = default;
+};
 
 /// The locales of the interface: a POSIX name for the language of its texts ("de", "pt_BR", "zh_CN"), and ICU's names
 /// for the forms of its numbers and times, which follow settings of their own ("de_AT"). And how the language counts.
@@ -63,6 +74,10 @@ public:
 
 /// For a text from a table; an empty one stays empty.
 [[nodiscard]] inline std::string localized(const TextKey& text) { return localized(text.key, text.english); }
+
+[[nodiscard]] std::string localized(const Sentence& sentence);
+/// For what programs read.
+[[nodiscard]] std::string inEnglish(const Sentence& sentence);
 
 /// The form of a text for `count` things, its placeholder still in it: "%lld preset", "%lld presets".
 [[nodiscard]] std::string localizedCount(std::string_view key, std::string_view one, std::string_view other,

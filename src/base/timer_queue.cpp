@@ -23,9 +23,10 @@ struct TimerQueue::State {
     std::deque<std::function<void()>> posted;
     std::uint64_t nextOrder = 0;
     std::function<void()> onChange;
+    bool isClosed = false;
 
     void changed() const {
-        if (onChange) onChange();
+        if (onChange && !isClosed) onChange();
     }
 };
 
@@ -74,6 +75,7 @@ void TimerQueue::runDue(SteadyTime now) {
     const auto state = state_;  // a callback may destroy this queue
     const std::uint64_t firstNewOrder = state->nextOrder;
     const auto nextDue = [&]() -> std::shared_ptr<Entry> {
+        if (state->isClosed) return nullptr;
         for (const auto& [key, entry] : state->timers) {
             if (key.first > now) return nullptr;
             if (key.second < firstNewOrder) return entry;
@@ -96,13 +98,15 @@ void TimerQueue::runDue(SteadyTime now) {
 
 void TimerQueue::runPosted() {
     const auto state = state_;
-    for (auto count = state->posted.size(); count > 0 && !state->posted.empty(); --count) {
+    for (auto count = state->posted.size(); count > 0 && !state->posted.empty() && !state->isClosed; --count) {
         const auto action = std::move(state->posted.front());
         state->posted.pop_front();
         action();
     }
     state->changed();
 }
+
+void TimerQueue::close() { state_->isClosed = true; }
 
 void TimerQueue::setOnChange(std::function<void()> onChange) { state_->onChange = std::move(onChange); }
 

@@ -36,6 +36,9 @@ public:
     /// Runs what was posted before this call, in order.
     void runPosted();
 
+    /// From now on nothing more is run, whatever is due, posted or added.
+    void close();
+
     /// Called after any change that may have moved `nextDeadline()` or `hasPosted()`.
     void setOnChange(std::function<void()> onChange);
 

@@ -10,15 +10,15 @@
 #include "base/result.h"
 #include "cli/exit_code.h"
 #include "cli/output.h"
-#include "display/display_server.h"
+#include "display/displays.h"
 #include "filter/filter_preset.h"
 #include "schedule/location_service.h"
 
 namespace dravo {
 
 class CustomPresetStore;
-class OriginalGammaStore;
 class PictureService;
+class RememberedDisplays;
 
 namespace cli {
 
@@ -46,7 +46,7 @@ public:
     Output err;
 
     /// Errors: `NotFound` (no display server to talk to), `Unsupported` (one that cannot do it), `PermissionDenied`.
-    virtual Result<DisplayServer*> displays() = 0;
+    virtual Result<Displays*> displays() = 0;
 
     /// The person's own presets; none if there is no file of them.
     /// Errors: `InvalidInput`, `PermissionDenied`, `Internal` (there is one that cannot be used).
@@ -73,9 +73,10 @@ public:
     /// Becomes the Dravo that filters and carries `first` out; returns when that ends.
     virtual ExitCode start(const ControlRequest& first) = 0;
 
-    /// What an earlier run saved, and the right to change it.
-    /// Errors: `Busy` (a Dravo has been started meanwhile), `PermissionDenied`, `Internal`.
-    virtual Result<OriginalGammaStore*> savedTables(DisplayServer& server) = 0;
+    /// The displays with what an earlier run saved of them, and the right to change both; what that run left gray is not
+    /// gray any more.
+    /// Errors: those of `displays`, and `Busy` (a Dravo has been started meanwhile).
+    virtual Result<RememberedDisplays*> displaysToRestore() = 0;
 
     /// Errors: `NotFound`, `Unsupported`: this installation cannot make pictures.
     virtual Result<PictureService*> pictures() = 0;

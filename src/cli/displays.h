@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "cli/command.h"
-#include "display/display_server.h"
+#include "display/displays.h"
 
 namespace dravo::cli {
 
@@ -19,7 +19,7 @@ struct DisplayRow {
 /// Every display that is on, with what it holds now, read in one go. A display that cannot be read is listed with the
 /// reason as its problem.
 /// Errors: `Disconnected`.
-[[nodiscard]] Result<std::vector<DisplayRow>> listDisplays(DisplayServer& server);
+[[nodiscard]] Result<std::vector<DisplayRow>> listDisplays(Displays& displays);
 
 /// "256 entries".
 [[nodiscard]] std::string entriesText(std::size_t count);

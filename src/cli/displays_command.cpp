@@ -55,7 +55,7 @@ std::string whiteJson(const std::optional<Rgb>& white) {
 std::string listJson(const std::string& backend, const std::vector<DisplayRow>& displays, bool lacksGrayscale) {
     std::string list;
     for (const DisplayRow& row : displays)
-        list += (list.empty() ? "" : ",") + displayJson(row.description, whiteJson(row.white));
+        list += (list.empty() ? "" : ",") + displayJson(controlled(row.description), whiteJson(row.white));
     return R"({"backend":")" + backend + R"(","displays":[)" + list + R"(],"lacksGrayscale":)" +
            (lacksGrayscale ? "true}\n" : "false}\n");
 }
@@ -85,8 +85,8 @@ ExitCode runDisplays(const Call& call) {
 
 }  // namespace
 
-Result<std::vector<DisplayRow>> listDisplays(DisplayServer& server) {
-    const auto descriptions = server.describeDisplays();
+Result<std::vector<DisplayRow>> listDisplays(Displays& displays) {
+    const auto descriptions = displays.list();
     if (!descriptions) return descriptions.error();
     std::vector<DisplayRow> rows;
     std::vector<DisplayId> readable;
@@ -94,14 +94,14 @@ Result<std::vector<DisplayRow>> listDisplays(DisplayServer& server) {
         rows.push_back({description, {}, {}});
         if (description.problem.empty()) readable.push_back(description.id);
     }
-    auto tables = server.readTables(readable);
+    auto tables = displays.held(readable);
     auto table = tables.begin();
     for (DisplayRow& row : rows) {
         if (!row.description.problem.empty() || table == tables.end()) continue;
         const Result<GammaTable>& read = *table++;
         if (!read) {
             if (read.error().code == ErrorCode::Disconnected) return read.error();
-            row.description.problem = read.error().message;
+            row.description.problem = Sentence{textKey("it cannot be read")};
             continue;
         }
         row.table = *read;

@@ -47,7 +47,7 @@ std::string hoursText(const ControlState& state) {
     return schedule.mode == ScheduleMode::sunsetToSunrise ? localized("status.sun", "sun") : scheduleText(state);
 }
 
-std::string displayText(const DisplayDescription& display) {
+std::string displayText(const ControlledDisplay& display) {
     if (display.problem.empty()) return filled(localized("status.display_ready", "%@ ready"), {display.name});
     return filled(localized("status.display_unsupported", "%1$@ unsupported: %2$@"),
                   {display.name, localized(display.problem)});

@@ -35,11 +35,7 @@ FilterState::FilterState(const FilterStateParts& parts)
     } else {
         restoreInitialState();
     }
-    if (isEnabled) {
-        applyEnabledState(Fade::none);
-    } else {
-        parts_.grayscale.set(false);
-    }
+    applyEnabledState(Fade::none);
     startHousekeeping();
     parts_.locationProvider.setOnUpdate([this] { refreshState(); });
     if (parts_.preferences.scheduleEnabled() && parts_.preferences.scheduleMode() == ScheduleMode::sunsetToSunrise)
@@ -169,7 +165,6 @@ void FilterState::apply(Fade fade) {
 
 void FilterState::applyEnabledState(Fade fade) {
     if (isEnabled) {
-        parts_.originalGamma.saveIfAbsent();
         apply(fade);
     } else {
         parts_.grayscale.set(false);

@@ -12,7 +12,6 @@
 #include "controller/running_state.h"
 #include "display/gamma_applicator.h"
 #include "display/grayscale_switch.h"
-#include "display/original_gamma_store.h"
 #include "display/wake_source.h"
 #include "filter/custom_preset_store.h"
 #include "filter/filter_preset.h"
@@ -30,7 +29,6 @@ struct FilterStateParts {
     BreakTimer& breakTimer;
     LocationProvider& locationProvider;
     GammaApplicator& applicator;
-    OriginalGammaStore& originalGamma;
     GrayscaleSwitch& grayscale;
     WakeSource& wakeSource;
     std::optional<RunningState> continued{};  ///< Goes on with this instead of what is stored.

@@ -45,14 +45,17 @@ std::string_view nameOf(ErrorCode code) {
 
 std::string DisplayGammaError::description() const { return std::string(prefixOf(failed)).append(nameOf(code)); }
 
-Result<std::vector<DisplayId>, DisplayGammaError> onlineDisplayIDs(DisplayServer& server) {
-    auto displays = server.onlineDisplays(kMaxDisplays);
-    if (!displays) return DisplayGammaError{DisplayGammaError::Case::getOnlineDisplayListFailed, displays.error().code};
-    return std::move(*displays);
+Result<std::vector<DisplayId>, DisplayGammaError> onlineDisplayIDs(Displays& displays) {
+    const auto list = displays.list();
+    if (!list) return DisplayGammaError{DisplayGammaError::Case::getOnlineDisplayListFailed, list.error().code};
+    std::vector<DisplayId> ids;
+    for (const auto& display : *list)
+        if (display.state != DisplayState::noTable && ids.size() < kMaxDisplays) ids.push_back(display.id);
+    return ids;
 }
 
-Result<GammaTable, DisplayGammaError> readTransfer(DisplayServer& server, DisplayId display) {
-    const auto tables = server.readTables(std::array{display});
+Result<GammaTable, DisplayGammaError> readTransfer(Displays& displays, DisplayId display) {
+    const auto tables = displays.held(std::array{display});
     if (!tables.front())
         return DisplayGammaError{DisplayGammaError::Case::getTransferFailed, tables.front().error().code};
     const GammaTable& table = *tables.front();

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "base/result.h"
-#include "display/display_server.h"
+#include "display/displays.h"
 #include "display/gamma_table.h"
 
 namespace dravo {
@@ -21,9 +21,9 @@ struct DisplayGammaError {
 };
 
 /// The displays that are on and can be filtered, in the server's order, at most `kMaxDisplays`.
-[[nodiscard]] Result<std::vector<DisplayId>, DisplayGammaError> onlineDisplayIDs(DisplayServer& server);
+[[nodiscard]] Result<std::vector<DisplayId>, DisplayGammaError> onlineDisplayIDs(Displays& displays);
 
 /// What a display holds now: at most 256 entries, taken over the whole range of a longer hardware table.
-[[nodiscard]] Result<GammaTable, DisplayGammaError> readTransfer(DisplayServer& server, DisplayId display);
+[[nodiscard]] Result<GammaTable, DisplayGammaError> readTransfer(Displays& displays, DisplayId display);
 
 }  // namespace dravo

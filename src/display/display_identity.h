@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "display/display_server.h"
+#include "display/displays.h"
 
 namespace dravo {
 

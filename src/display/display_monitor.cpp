@@ -11,13 +11,13 @@ constexpr std::array<Duration, 5> kQuickLooks{50ms, 100ms, 250ms, 500ms, 1s};
 
 }  // namespace
 
-DisplayMonitor::DisplayMonitor(DisplayServer& server, WakeSource& wakeSource, Scheduler& scheduler)
-    : server_(server), wakeSource_(wakeSource), scheduler_(scheduler) {}
+DisplayMonitor::DisplayMonitor(Displays& displays, WakeSource& wakeSource, Scheduler& scheduler)
+    : displays_(displays), wakeSource_(wakeSource), scheduler_(scheduler) {}
 
 void DisplayMonitor::start() {
     if (isMonitoring_) return;
     isMonitoring_ = true;
-    displayChanges_ = server_.onDisplayChange([this] { report(false); });
+    displayChanges_ = displays_.onLoadNeeded([this] { report(false); });
     wakes_ = wakeSource_.onWake([this] { report(true); });
 }
 
@@ -35,7 +35,7 @@ void DisplayMonitor::report(bool woke) {
     eventTime_ = scheduler_.steadyNow();
     nextLook_ = 0;
     awaitNextLook();
-    if (sinceWake_) server_.forgetContents();
+    if (sinceWake_) displays_.forgetContents();
     if (onDisplayChange) onDisplayChange();
 }
 
@@ -45,7 +45,7 @@ void DisplayMonitor::awaitNextLook() {
     look_ = scheduler_.after(due - scheduler_.steadyNow(), [this] {
         awaitNextLook();
         // After a wake the server's copy proves nothing about the hardware: these looks write.
-        if (sinceWake_) server_.forgetContents();
+        if (sinceWake_) displays_.forgetContents();
         if (onDisplayChange) onDisplayChange();
     });
 }

@@ -5,7 +5,7 @@
 
 #include "base/scheduler.h"
 #include "base/subscription.h"
-#include "display/display_server.h"
+#include "display/displays.h"
 #include "display/wake_source.h"
 
 namespace dravo {
@@ -19,7 +19,7 @@ namespace dravo {
 /// Thread: main thread. Lifetime: releasing it stops it.
 class DisplayMonitor {
 public:
-    DisplayMonitor(DisplayServer& server, WakeSource& wakeSource, Scheduler& scheduler);
+    DisplayMonitor(Displays& displays, WakeSource& wakeSource, Scheduler& scheduler);
     DisplayMonitor(const DisplayMonitor&) = delete;
     DisplayMonitor& operator=(const DisplayMonitor&) = delete;
 
@@ -34,7 +34,7 @@ private:
     void report(bool woke);
     void awaitNextLook();
 
-    DisplayServer& server_;
+    Displays& displays_;
     WakeSource& wakeSource_;
     Scheduler& scheduler_;
     bool isMonitoring_ = false;

@@ -18,8 +18,7 @@ public:
     /// Errors: `Unsupported`, `PermissionDenied`, `Disconnected`: the caller goes on without.
     virtual Result<void> setEnabled(bool enabled) = 0;
 
-    /// An earlier run of ours did not end cleanly: switches off what it left on, as far as that can be told from what
-    /// the person chose.
+    /// An earlier run of ours did not end cleanly and may have left it on: switches off what is exactly ours.
     virtual void undoUncleanRun() {}
 };
 

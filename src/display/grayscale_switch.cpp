@@ -14,6 +14,12 @@ bool GrayscaleSwitch::isUnsupported() const {
     return !mode && mode.error().code == ErrorCode::Unsupported;
 }
 
+void GrayscaleSwitch::undoUncleanRun() {
+    if (!store_.mayHaveLeftGray()) return;
+    service_.undoUncleanRun();
+    store_.setGrayIsOurs(false);
+}
+
 void GrayscaleSwitch::takeOver() {
     isOurs_ = service_.setEnabled(true).hasValue();
     settled_ = true;
@@ -24,8 +30,10 @@ Result<void> GrayscaleSwitch::switchOn() {
     const auto before = service_.isEnabled();
     if (!before) return before.error();
     if (*before) return {};
+    store_.setGrayIsOurs(true);
     auto done = service_.setEnabled(true);
     isOurs_ = done.hasValue();
+    if (!done) store_.setGrayIsOurs(false);
     return done;
 }
 
@@ -33,6 +41,7 @@ Result<void> GrayscaleSwitch::switchOff() {
     if (!isOurs_) return {};
     auto done = service_.setEnabled(false);
     isOurs_ = !done.hasValue();
+    if (done) store_.setGrayIsOurs(false);
     return done;
 }
 

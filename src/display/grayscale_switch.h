@@ -3,16 +3,23 @@
 #include <optional>
 
 #include "display/grayscale_service.h"
+#include "display/original_gamma_store.h"
 
 namespace dravo {
 
 /// Switches the desktop's grayscale mode on for a preset that wants it, and undoes only what it switched on itself:
 /// a person who had everything gray before keeps it.
 ///
-/// Thread: main thread.
+/// It is noted in the saved tables before it is done, so that a later start or a restore knows what to undo.
+///
+/// Thread: main thread. Lifetime: service and store outlive it.
 class GrayscaleSwitch {
 public:
-    explicit GrayscaleSwitch(GrayscaleService& service) : service_(service) {}
+    GrayscaleSwitch(GrayscaleService& service, OriginalGammaStore& store) : service_(service), store_(store) {}
+
+    /// Switches off what an earlier run left on that ended uncleanly, as the saved tables tell. Comes after they were
+    /// read.
+    void undoUncleanRun();
 
     /// Equal requests in a row cost nothing. One that the service refused is made again by the next call; a desktop
     /// without a grayscale mode is asked once.
@@ -30,6 +37,7 @@ private:
     Result<void> switchOff();
 
     GrayscaleService& service_;
+    OriginalGammaStore& store_;
     bool isOurs_ = false;
     std::optional<bool> settled_ = false;  ///< The last request that needs nothing more; none after a refusal.
 };

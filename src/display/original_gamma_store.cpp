@@ -7,7 +7,6 @@
 #include "base/files.h"
 #include "base/localized.h"
 #include "base/report.h"
-#include "display/display_access.h"
 #include "display/table_json.h"
 
 namespace dravo {
@@ -17,63 +16,60 @@ constexpr const char* kFileName = "original_gamma.json";
 /// Sixteen displays of the longest hardware tables need a tenth of it.
 constexpr std::size_t kMaxFileSize = 16U << 20U;
 
-bool exists(const std::filesystem::path& path) {
-    std::error_code ignored;
-    return std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
-}
-
 std::string whyNotHome(const std::string& reason) {
     return reason.empty() ? localized("there is no home directory") : reason;
 }
 
 }  // namespace
 
-OriginalGammaStore::OriginalGammaStore(DisplayServer& server, DataFolder folder)
-    : server_(server), folder_(std::move(folder)) {}
+OriginalGammaStore::OriginalGammaStore(DataFolder folder) : folder_(std::move(folder)) {}
 
 void OriginalGammaStore::ensureDirectory() {
     if (!folder_.home.empty()) static_cast<void>(dravo::ensureDirectory(folder_.home, 0700));
 }
 
-void OriginalGammaStore::saveIfAbsent() {
-    ensureDirectory();
-    if (!damaged_.empty()) return;
-    if (!isBehind_ && std::ranges::any_of(ours_, exists)) return;
-    const auto displays = onlineDisplayIDs(server_);
-    if (!displays) return;
-    addTables(*displays);
-    write();
-}
-
-void OriginalGammaStore::includeDisplays(std::span<const DisplayId> displays) {
-    if (damaged_.empty() && addTables(displays) && !ours_.empty()) write();
-}
-
 bool OriginalGammaStore::restoreIfNeeded() {
-    readSaved();
-    if (!ours_.empty() || !damaged_.empty()) loadOwnTables(!damaged_.empty());
-    return !ours_.empty();
-}
-
-void OriginalGammaStore::continueRun() { readSaved(); }
-
-void OriginalGammaStore::readSaved() {
     for (const auto& path : paths()) takeOver(path);
-    isBehind_ = !ours_.empty();
-    if (!damaged_.empty()) server_.distrustFoundTables();
-    if (!ours_.empty()) server_.declareOwnTables(tables_);
+    isBehind_ = true;
+    // A file that does not say may be of a version that never did.
+    mayHaveLeftGray_ = isLost() || (!ours_.empty() && saved_.grayIsOurs.value_or(true));
+    return !ours_.empty();
 }
 
 std::vector<DisplayId> OriginalGammaStore::knownDisplays() const {
     std::vector<DisplayId> displays;
-    for (const auto& [display, table] : tables_) displays.push_back(display);
+    for (const auto& [display, table] : saved_.own) displays.push_back(display);
     return displays;
+}
+
+Result<void> OriginalGammaStore::saveIfAbsent(const std::map<DisplayId, GammaTable>& own) {
+    if (!damaged_.empty()) return {};
+    if (!saved_.grayIsOurs) saved_.grayIsOurs = false;
+    isBehind_ = add(own) || isBehind_ || ours_.empty();
+    return isBehind_ ? write() : Result<void>{};
+}
+
+Result<void> OriginalGammaStore::saveAgain(const std::map<DisplayId, GammaTable>& own) {
+    if (!damaged_.empty())
+        return Error{ErrorCode::InvalidInput,
+                     filled(localized("%@ cannot be understood"), {damaged_.begin()->string()})};
+    add(own);
+    // Not what this process remembers of the file, but what the next one will find.
+    std::erase_if(ours_, isAbsent);
+    return write();
+}
+
+void OriginalGammaStore::setGrayIsOurs(bool isOurs) {
+    if (saved_.grayIsOurs == isOurs) return;
+    saved_.grayIsOurs = isOurs;
+    isBehind_ = true;
+    if (damaged_.empty()) static_cast<void>(write());
 }
 
 void OriginalGammaStore::clear() {
     for (const auto& path : ours_) static_cast<void>(removeFile(path));
     for (const auto& path : damaged_) static_cast<void>(setAsideAsBad(path));
-    tables_.clear();
+    saved_ = {};
     ours_.clear();
     damaged_.clear();
     isBehind_ = false;
@@ -91,7 +87,7 @@ void OriginalGammaStore::takeOver(const std::filesystem::path& path) {
     const auto text = readFile(path, kMaxFileSize);
     // Another user's file says nothing about how our own runs ended.
     if (!text && (text.error().code == ErrorCode::NotFound || text.error().code == ErrorCode::PermissionDenied)) return;
-    auto tables = text ? decodeTables(*text) : Result<std::map<DisplayId, GammaTable>>(text.error());
+    auto tables = text ? decodeTables(*text) : Result<SavedTables>(text.error());
     if (!tables) {
         damaged_.insert(path);
         const std::string fault = text ? path.string() + ": " + tables.error().message : text.error().message;
@@ -102,65 +98,48 @@ void OriginalGammaStore::takeOver(const std::filesystem::path& path) {
         return;
     }
     // The folder in the home directory comes first, and its entries win.
-    tables_.merge(*tables);
+    saved_.own.merge(tables->own);
+    // Gray that one of two runs has left is gray.
+    if (tables->grayIsOurs) saved_.grayIsOurs = saved_.grayIsOurs.value_or(false) || *tables->grayIsOurs;
     ours_.insert(path);
 }
 
-void OriginalGammaStore::loadOwnTables(bool alsoUnknown) {
-    const auto displays = onlineDisplayIDs(server_);
-    if (!displays) return;
-    std::vector<DisplayTable> loads;
-    for (const DisplayId display : *displays) {
-        if (const auto saved = tables_.find(display); saved != tables_.end()) {
-            loads.push_back({display, saved->second});
-        } else if (alsoUnknown) {
-            if (auto own = server_.ownTable(display)) loads.push_back({display, std::move(*own)});
-        }
-    }
-    // A display that refuses stays in the file, and the server knows its own table.
-    if (!loads.empty()) static_cast<void>(server_.loadTables(loads));
+bool OriginalGammaStore::add(const std::map<DisplayId, GammaTable>& own) {
+    const std::size_t before = saved_.own.size();
+    for (const auto& [display, table] : own)
+        if (table.size() >= 2) saved_.own.emplace(display, table);
+    return saved_.own.size() != before;
 }
 
-bool OriginalGammaStore::addTables(std::span<const DisplayId> displays) {
-    bool added = false;
-    for (const DisplayId display : displays) {
-        if (tables_.contains(display)) continue;
-        auto own = server_.ownTable(display);
-        if (!own || own->size() < 2) continue;
-        tables_.emplace(display, std::move(*own));
-        added = true;
-    }
-    return added;
-}
-
-void OriginalGammaStore::write() {
-    const std::string text = encodeTables(tables_);
-    isBehind_ = !ours_.empty();
-    std::string reason;
+Result<void> OriginalGammaStore::write() {
+    ensureDirectory();
+    const std::string text = encodeTables(saved_);
+    Error reason{ErrorCode::NotFound, {}};
     for (const auto& path : paths()) {
         static_cast<void>(dravo::ensureDirectory(path.parent_path(), 0700));
         const WriteOptions options{.sync = !onUnsynced};
         const auto written =
             ours_.contains(path) ? writeFileAtomically(path, text, options) : writeFileIfAbsent(path, text, options);
         if (!written) {
-            reason = written.error().message;
+            reason = written.error();
             continue;
         }
         if (folder_.home.empty() || path.parent_path() != folder_.home)
             reportOnce("tables-in-runtime-folder",
                        filled(localized("%1$@; the displays' own tables are saved in %2$@ until you log out"),
-                              {whyNotHome(reason), path.string()}));
+                              {whyNotHome(reason.message), path.string()}));
         for (const auto& other : ours_)
             if (other != path) static_cast<void>(removeFile(other));
         ours_ = {path};
         isBehind_ = false;
         if (onUnsynced) onUnsynced(path);
-        return;
+        return {};
     }
     reportOnce("tables-not-saved",
                filled(localized("%@; the displays' own tables are not saved, and a crash would leave the filter on "
                                 "screen"),
-                      {whyNotHome(reason)}));
+                      {whyNotHome(reason.message)}));
+    return Error{reason.code, whyNotHome(reason.message), reason.nativeCode};
 }
 
 }  // namespace dravo

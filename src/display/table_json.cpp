@@ -20,6 +20,8 @@ using Json = nlohmann::basic_json<std::map, std::vector, std::string, bool, std:
 constexpr std::array<std::pair<const char*, std::vector<float> GammaTable::*>, 3> kChannels{
     {{"red", &GammaTable::red}, {"green", &GammaTable::green}, {"blue", &GammaTable::blue}}};
 
+constexpr std::string_view kGrayscale = "grayscale";
+
 // Written so that NaN fails the comparison and becomes 0.
 float level(float value) { return value > 0 ? std::min(value, 1.0F) : 0.0F; }
 
@@ -87,28 +89,38 @@ std::string encodeTable(const GammaTable& table) {
     return text;
 }
 
-std::string encodeTables(const std::map<DisplayId, GammaTable>& tables) {
+std::string encodeTables(const SavedTables& tables) {
     std::string text;
-    for (const auto& [display, table] : tables) {
+    const auto addKey = [&text](std::string_view key) {
         text += text.empty() ? "{\"" : ",\"";
-        text += std::to_string(static_cast<std::uint32_t>(display));
-        text += "\":";
+        text.append(key) += "\":";
+    };
+    for (const auto& [display, table] : tables.own) {
+        addKey(std::to_string(static_cast<std::uint32_t>(display)));
         appendTable(text, table);
+    }
+    if (tables.grayIsOurs) {
+        addKey(kGrayscale);
+        text += *tables.grayIsOurs ? "true" : "false";
     }
     return text.empty() ? "{}" : text + "}";
 }
 
-Result<std::map<DisplayId, GammaTable>> decodeTables(std::string_view text) {
+Result<SavedTables> decodeTables(std::string_view text) {
     auto parsed = parseJson<Json>(text);
     if (!parsed) return parsed.error();
     if (!parsed->is_object()) return Error{ErrorCode::InvalidInput, "not an object of tables by display"};
-    std::map<DisplayId, GammaTable> tables;
+    SavedTables tables;
     for (const auto& [key, entry] : parsed->items()) {
+        if (key == kGrayscale && entry.is_boolean()) {
+            tables.grayIsOurs = entry.get<bool>();
+            continue;
+        }
         const auto display = displayIdFor(key);
         // An entry under another key is nobody's table, but a broken one still means a damaged file.
         auto table = decodeEntry(display, entry);
         if (!table) return table.error();
-        if (display && table->size() >= 2) tables.insert_or_assign(*display, std::move(*table));
+        if (display && table->size() >= 2) tables.own.insert_or_assign(*display, std::move(*table));
     }
     return tables;
 }

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "base/result.h"
-#include "display/display_server.h"
+#include "display/displays.h"
 #include "display/gamma_table.h"
 
 namespace dravo {
@@ -18,14 +19,22 @@ namespace dravo {
 /// One table. Levels outside 0..1 are written as the nearer end, NaN as 0.
 [[nodiscard]] std::string encodeTable(const GammaTable& table);
 
-/// One object with a table for each display, under its id in decimal.
-[[nodiscard]] std::string encodeTables(const std::map<DisplayId, GammaTable>& tables);
+/// What a run saves about the displays that it may have changed.
+struct SavedTables {
+    std::map<DisplayId, GammaTable> own;
+    /// Whether that run has switched everything to gray; none in a text that does not say.
+    std::optional<bool> grayIsOurs = {};
+    bool operator==(const SavedTables&) const = default;
+};
+
+/// One object with a table for each display, under its id in decimal, and `"grayscale":true` or `false`.
+[[nodiscard]] std::string encodeTables(const SavedTables& tables);
 
 /// Reads what `encodeTables` writes, also after a person had a hand in it: ids may start with "+"; entries whose key is
 /// no 32-bit number are left out; unknown keys inside an entry are ignored; of channels of unequal length the first
 /// entries count, as many as the shortest has, and a table of fewer than 2 is left out; levels are held to 0..1.
 /// Errors: `InvalidInput` (not JSON, an entry without its three arrays, a level that is no number or too large for a
 /// 32-bit float): nothing of the text is to be used.
-[[nodiscard]] Result<std::map<DisplayId, GammaTable>> decodeTables(std::string_view text);
+[[nodiscard]] Result<SavedTables> decodeTables(std::string_view text);
 
 }  // namespace dravo

@@ -65,13 +65,6 @@ void TableLedger::firstLook(DisplayId display, const RampLevels& held) {
     if (needsFirstLook(display)) books_[display].found = toTable(held);
 }
 
-void TableLedger::loading(CrtcId id, const RampLevels& levels) {
-    const auto found = crtcs_.find(id);
-    if (found == crtcs_.end()) return;
-    const auto ownTable = own(found->second.last);
-    if (!ownTable || levels != toLevels(*ownTable, levels.size())) filtering_ = true;
-}
-
 void TableLedger::wrote(CrtcId id, const RampLevels& levels) {
     const auto found = crtcs_.find(id);
     if (found == crtcs_.end()) return;
@@ -82,7 +75,6 @@ void TableLedger::wrote(CrtcId id, const RampLevels& levels) {
     crtc.dirty = crtc.dirty || isOurs;
     crtc.written = levels;
     crtc.writtenIsCurrent = true;
-    crtc.owed = false;
     Book& book = books_[crtc.last];
     book.foundIsFinal = true;
     book.writtenTo = true;
@@ -93,37 +85,34 @@ bool TableLedger::holds(CrtcId id, const RampLevels& levels) const {
     return found != crtcs_.end() && found->second.writtenIsCurrent && found->second.written == levels;
 }
 
+std::optional<RampLevels> TableLedger::carried(CrtcId id) const {
+    const auto found = crtcs_.find(id);
+    return found != crtcs_.end() && found->second.dirty ? found->second.written : std::nullopt;
+}
+
 void TableLedger::forgetContents() {
     for (auto& [id, crtc] : crtcs_) crtc.writtenIsCurrent = false;
 }
 
 std::vector<CrtcLevels> TableLedger::owedCalibrations() const {
     std::vector<CrtcLevels> owed;
-    if (filtering_) return owed;
     for (const auto& [id, crtc] : crtcs_)
-        if (crtc.owed) owed.push_back(calibrationOn(id, crtc));
+        if (crtc.owed) owed.push_back(calibrationFor(id, crtc));
     return owed;
-}
-
-std::vector<CrtcLevels> TableLedger::beginRestore() {
-    filtering_ = false;
-    std::vector<CrtcLevels> restores;
-    for (const auto& [id, crtc] : crtcs_)
-        if (crtc.dirty || crtc.owed) restores.push_back(calibrationOn(id, crtc));
-    return restores;
 }
 
 void TableLedger::restored(CrtcId id) {
     const auto found = crtcs_.find(id);
     if (found == crtcs_.end()) return;
     found->second.dirty = false;
+    found->second.owed = false;
     found->second.restoredWhileOff = !found->second.showing;
 }
 
 std::vector<CrtcLevels> TableLedger::calibrations() const {
     std::vector<CrtcLevels> all;
     for (const auto& [id, crtc] : crtcs_)
-        if (crtc.dirty || crtc.owed) all.push_back(calibrationOn(id, crtc));
+        if (crtc.dirty || crtc.owed) all.push_back(calibrationFor(id, crtc));
     return all;
 }
 
@@ -146,7 +135,7 @@ bool TableLedger::mayHoldRemains(const Book& book) const {
     return !book.writtenTo && (book.declared.has_value() || !foundIsTrusted_);
 }
 
-CrtcLevels TableLedger::calibrationOn(CrtcId id, const Crtc& crtc) const {
+CrtcLevels TableLedger::calibrationFor(CrtcId id, const Crtc& crtc) const {
     return {id, toLevels(calibration(crtc.last), crtc.size)};
 }
 

@@ -1,37 +1,17 @@
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <optional>
 #include <vector>
 
-#include "display/display_server.h"
-#include "display/ramp_levels.h"
+#include "display/displays.h"
+#include "display/table_device.h"
 
 namespace dravo {
 
-/// A server's number for one piece of hardware with one transfer table.
-enum class CrtcId : std::uint32_t {};
-
-/// What a CRTC is to be loaded with.
-struct CrtcLevels {
-    CrtcId crtc{};
-    RampLevels levels;
-};
-
 /// Keeps the books on whose table is whose: which table belongs to a display, and which CRTCs carry ours.
 ///
-/// Every adapter of a server whose tables outlive their writer drives one. It reads and writes nothing itself:
-///
-///     on start and on every change of outputs, once ids are known:
-///         left(c) for each CRTC without a display; for each (display, CRTC) with !isShowing: appeared(display, CRTC,
-///         read) forgetContents(), deliver the change, and after that write owedCalibrations(), reporting each by
-///         `wrote` and, once confirmed, `restored`: an engine that filters has loaded its table by then, and nothing is
-///         owed
-///     before a load:  if needsFirstLook(display): firstLook(display, read)
-///                     loading(CRTC, levels); if holds(CRTC, levels): read back and write on difference, else write
-///     after a write:  wrote(CRTC, levels)
-///     restoring:      beginRestore(), write all of it, and once the server has confirmed: restored(CRTC) for each
+/// It reads and writes nothing itself: `RememberedDisplays` drives it.
 ///
 /// A CRTC is dirty from our first write of a table that is not its display's own until its restore is confirmed.
 ///
@@ -64,31 +44,28 @@ public:
     [[nodiscard]] bool needsFirstLook(DisplayId display) const;
     void firstLook(DisplayId display, const RampLevels& held);
 
-    /// `levels` are wanted on `crtc`. If they are not the display's own table, the filter is on until `beginRestore`.
-    void loading(CrtcId crtc, const RampLevels& levels);
-
     /// `levels` were sent to `crtc`; also when nobody knows yet whether they arrived.
     void wrote(CrtcId crtc, const RampLevels& levels);
 
     /// Whether `levels` are what we last knew `crtc` to hold, so that a load may read back instead of writing.
     [[nodiscard]] bool holds(CrtcId crtc, const RampLevels& levels) const;
 
+    /// What we last sent to `crtc`, if it carries ours.
+    [[nodiscard]] std::optional<RampLevels> carried(CrtcId crtc) const;
+
     /// The hardware may differ from the server's copy: `holds` is false for every CRTC until its next write.
     void forgetContents();
 
-    /// While the filter is off: the calibrations of displays that appeared carrying a table of ours, of this run or,
-    /// where own tables were declared or found ones are distrusted, of an earlier one. To be written at once.
+    /// The calibrations of displays that appeared carrying a table of ours, of this run or, where own tables were
+    /// declared or found ones are distrusted, of an earlier one: to be written at once while nothing is filtered.
     [[nodiscard]] std::vector<CrtcLevels> owedCalibrations() const;
 
-    /// The filter is off from now on. The calibration of every CRTC that carries a table of ours; of one that has no
-    /// display now, by the display that was last on it.
-    [[nodiscard]] std::vector<CrtcLevels> beginRestore();
-
-    /// The server has confirmed that `crtc` holds its calibration.
+    /// The server has confirmed that `crtc` holds its calibration: nothing is owed to it any more.
     void restored(CrtcId crtc);
 
-    /// What restoring would write now to each CRTC that carries ours: what a guard needs that ends the program in the
-    /// middle of anything. Displays that others may be tinting while the filter is off are not in it.
+    /// What restoring has to write now: the calibration of every CRTC that carries ours; of one that has no display
+    /// now, by the display that was last on it. Displays that others may be tinting while the filter is off are not in
+    /// it.
     [[nodiscard]] std::vector<CrtcLevels> calibrations() const;
 
     /// The display's own table: declared; else of the CRTC on which it appeared if that held our table; else found.
@@ -118,12 +95,11 @@ private:
     };
 
     [[nodiscard]] bool mayHoldRemains(const Book& book) const;
-    [[nodiscard]] CrtcLevels calibrationOn(CrtcId id, const Crtc& crtc) const;
+    [[nodiscard]] CrtcLevels calibrationFor(CrtcId id, const Crtc& crtc) const;
 
     std::map<DisplayId, Book> books_;
     std::map<CrtcId, Crtc> crtcs_;
     bool foundIsTrusted_ = true;
-    bool filtering_ = false;
 };
 
 }  // namespace dravo

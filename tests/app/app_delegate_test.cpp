@@ -48,7 +48,7 @@ protected:
     void launch(RunKind kind, bool hasSeenOnboarding) {
         delegate_.reset();
         world_.preferences.setHasSeenOnboarding(hasSeenOnboarding);
-        delegate_.emplace(AppDelegateParts{world_.start(), world_.preferences, world_.server, item_, popover_,
+        delegate_.emplace(AppDelegateParts{world_.start(), world_.preferences, world_.displays, item_, popover_,
                                            world_.scheduler, [](WallTime) { return std::string("13:00"); },
                                            [this] { ++checks_; }, [this] { ++quits_; }});
         delegate_->finishLaunching(kind);

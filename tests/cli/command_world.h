@@ -11,10 +11,11 @@
 #include "cli/command_context.h"
 #include "cli/command_line.h"
 #include "cli/running.h"
-#include "display/original_gamma_store.h"
+#include "display/remembered_displays.h"
 #include "filter/custom_preset_store.h"
 #include "support/fixed_offset_calendar.h"
-#include "support/memory/memory_display_server.h"
+#include "support/memory/memory_table_device.h"
+#include "support/memory/virtual_scheduler.h"
 #include "support/temporary_folder.h"
 
 namespace dravo::testing {
@@ -101,9 +102,18 @@ private:
     struct Context : cli::CommandContext, cli::RunningInstance {
         Context(CommandWorld& owner, std::FILE* toOut, std::FILE* toErr) : CommandContext(toOut, toErr), world(owner) {}
 
-        Result<DisplayServer*> displays() override {
-            if (!world.hasDisplayServer) return Error{ErrorCode::NotFound, "no display server to talk to"};
-            return &server.emplace(world.desk);
+        Result<RememberedDisplays*> displays(RememberedDisplays::Beginning how) {
+            if (!world.hasDisplayServer || !world.desk.isUp())
+                return Error{ErrorCode::NotFound, "no display server to talk to"};
+            remembered.emplace(device.emplace(world.desk), saved.emplace(world.dataFolder()), scheduler).begin(how);
+            return &*remembered;
+        }
+        Result<Displays*> displays() override {
+            const auto found = displays(RememberedDisplays::Beginning::looking);
+            return found ? Result<Displays*>(*found) : found.error();
+        }
+        Result<RememberedDisplays*> displaysToRestore() override {
+            return displays(RememberedDisplays::Beginning::doubtful);
         }
         Result<std::vector<FilterPreset>> userPresets() override { return world.ownPresets; }
         CustomPresetStore& presetStore() override { return store.emplace(world.dataFolder().home); }
@@ -118,9 +128,6 @@ private:
             world.startedWith = first;
             return cli::ExitCode::Ok;
         }
-        Result<OriginalGammaStore*> savedTables(DisplayServer& displays) override {
-            return &saved.emplace(displays, world.dataFolder());
-        }
         Result<PictureService*> pictures() override { return Error{ErrorCode::NotFound, "pictures cannot be made"}; }
 
         Result<bool> switchOff() override { return world.runningInstanceSays; }
@@ -131,8 +138,10 @@ private:
         bool isThere() override { return !world.runningInstanceSays || *world.runningInstanceSays; }
 
         CommandWorld& world;
-        std::optional<memory::MemoryDisplayServer> server;
+        memory::VirtualScheduler scheduler;
+        std::optional<memory::MemoryTableDevice> device;
         std::optional<OriginalGammaStore> saved;
+        std::optional<RememberedDisplays> remembered;
         std::optional<CustomPresetStore> store;
     };
 };

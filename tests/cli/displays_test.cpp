@@ -90,8 +90,10 @@ TEST_F(DisplayCommandsTest, RestoreGivesSavedTablesThenProfilesThenNeutral) {
     world.desk.plug("DP-1", saved);
     world.desk.foreignWrite(saved, calibrated);
     {
-        memory::MemoryDisplayServer earlier(world.desk);
-        OriginalGammaStore(earlier, world.dataFolder()).saveIfAbsent();
+        memory::MemoryTableDevice device(world.desk);
+        memory::VirtualScheduler scheduler;
+        OriginalGammaStore store(world.dataFolder());
+        RememberedDisplays(device, store, scheduler).begin(RememberedDisplays::Beginning::afresh);
     }
     world.desk.plug("DP-2", profiled, {}, profile);
     world.desk.plug("DP-3", plain);

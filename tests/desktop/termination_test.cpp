@@ -10,8 +10,10 @@
 
 #include "desktop/filter_run_test.h"
 #include "desktop/random_moments.h"
+#include "display/remembered_displays.h"
+#include "platform/posix/sd_event_loop.h"
 #include "platform/posix/termination_guard.h"
-#include "platform/x11/x11_display_server.h"
+#include "platform/x11/x11_table_device.h"
 
 namespace dravo::testing {
 namespace {
@@ -94,13 +96,15 @@ protected:
         alarm(20);
         posix::TerminationGuard::blockSignals();
         x11::EmergencyRestore emergency(address);
-        auto server = x11::X11DisplayServer::create(address, &emergency);
-        if (!server) _exit(1);
-        const auto load = [&, displays = (*server)->onlineDisplays(kMaxDisplays).value()](double intensity) {
-            std::vector<DisplayTable> tables;
-            for (const auto display : displays)
-                tables.push_back({display, computeTable(FilterPreset::fl41(), intensity, 0, 0, 0)});
-            return std::ranges::all_of((*server)->loadTables(tables), [](const auto& loaded) { return !!loaded; });
+        auto device = x11::X11TableDevice::create(address, &emergency);
+        if (!device) _exit(1);
+        posix::SdEventLoop loop;
+        OriginalGammaStore store({});
+        RememberedDisplays displays(**device, store, loop);
+        displays.begin(RememberedDisplays::Beginning::afresh);
+        const auto load = [&](double intensity) {
+            displays.show(computeTable(FilterPreset::fl41(), intensity, 0, 0, 0), Fade::none);
+            return displays.list()->front().state == DisplayState::ready;
         };
         std::vector<x11::Connection> others;
         while (isServerFull) {

@@ -16,39 +16,14 @@ using testing::kDark;
 using testing::kDarker;
 using testing::scaled;
 
-TEST(LaunchBatchTest, ShowsOnlyTheLastTableOfEachDisplay) {
+TEST(LaunchTest, GoesFromWhatACrashLeftToWhatIsWantedInOneLoad) {
     EngineWorld world({256, 1024});
     world.run->launch(kDark);
     world.run->cutOff();
     world.desk.log.clear();
-    EngineRun& run = world.start();
-    run.store.restoreIfNeeded();
-    EXPECT_EQ(run.batch.readTables(std::array{world.id(0)}).front().value().size(), 256U);
-    EXPECT_NE(toLevels(run.batch.readTables(std::array{world.id(0)}).front().value(), 256), toLevels(kDark, 256))
-        << "reads return what is kept";
-    run.store.saveIfAbsent();
-    run.applicator->apply(kDarker, Fade::none);
-    EXPECT_TRUE(world.desk.log.empty());
-    run.batch.commit();
+    EXPECT_TRUE(world.start().launch(kDarker));
     EXPECT_EQ(world.desk.log.size(), 2U);
-    EXPECT_TRUE(world.shows(kDarker, 0));
-    EXPECT_TRUE(world.shows(kDarker, 1));
-    run.applicator->apply(kDark, Fade::none);
-    EXPECT_TRUE(world.shows(kDark, 1)) << "afterwards it passes everything on";
-}
-
-TEST(LaunchBatchTest, AnswersForWhatCannotBeLoadedAndForgetsWithARestore) {
-    EngineWorld world;
-    const std::array loads{DisplayTable{DisplayId{1}, kDark}, DisplayTable{world.id(0), {{1.0F}, {1.0F}, {1.0F}}},
-                           DisplayTable{world.id(0), kDark}};
-    auto& batch = world.run->batch;
-    const auto results = batch.loadTables(loads);
-    EXPECT_EQ(results[0].error().code, ErrorCode::NotFound);
-    EXPECT_EQ(results[1].error().code, ErrorCode::InvalidInput);
-    EXPECT_TRUE(results[2]);
-    ASSERT_TRUE(batch.restoreCalibration());
-    EXPECT_TRUE(batch.commit().empty());
-    EXPECT_TRUE(world.showsOwn(0));
+    EXPECT_TRUE(world.shows(kDarker, 0) && world.shows(kDarker, 1));
 }
 
 /// Runs that live through anything for a while, with an eye on every table that a display is given.
@@ -103,12 +78,10 @@ TEST_P(CrashTest, NeverLightensTheScreenWhileOnAndLosesNobodysTable) {
     for (int life = 0; life < 6; ++life) {
         EngineRun& run = life == 0 ? *world.run : world.start();
         // A kill may also come between any two steps of the launch.
-        const int stepsOfLaunch = pick(8);
-        if (stepsOfLaunch >= 1) run.store.restoreIfNeeded();
-        if (stepsOfLaunch >= 2) run.store.saveIfAbsent();
-        if (stepsOfLaunch >= 3) run.applicator->apply(kDark, Fade::none);
-        if (stepsOfLaunch >= 4) {
-            run.batch.commit();
+        const int stepsOfLaunch = pick(6);
+        if (stepsOfLaunch >= 1) run.displays.begin(RememberedDisplays::Beginning::afresh);
+        if (stepsOfLaunch >= 2) {
+            run.applicator->apply(kDark, Fade::none);
             for (int i = pick(20); i > 0; --i) disturb();
         }
         expectFilteredOnly();

@@ -5,9 +5,11 @@
 #include <memory>
 #include <vector>
 
-#include "support/memory/memory_display_server.h"
+#include "display/remembered_displays.h"
 #include "support/memory/memory_services.h"
+#include "support/memory/memory_table_device.h"
 #include "support/memory/virtual_scheduler.h"
+#include "support/temporary_folder.h"
 
 namespace dravo {
 namespace {
@@ -17,15 +19,19 @@ using namespace std::chrono_literals;
 class DisplayMonitorTest : public ::testing::Test {
 protected:
     DisplayMonitorTest() {
+        displays.begin(RememberedDisplays::Beginning::afresh);
         monitor->onDisplayChange = [this] { calls.push_back((scheduler.steadyNow() - start) / 1ms); };
     }
     memory::VirtualDesk desk;
     CrtcId crtc = desk.addCrtc(256);
-    memory::MemoryDisplayServer server{desk};
+    memory::MemoryTableDevice device{desk};
+    testing::TemporaryFolder home;
+    OriginalGammaStore store{{home / ".dravo", {}}};
     memory::MemoryWakeSource wakeSource;
     memory::VirtualScheduler scheduler;
+    RememberedDisplays displays{device, store, scheduler};
     SteadyTime start = scheduler.steadyNow();
-    std::unique_ptr<DisplayMonitor> monitor = std::make_unique<DisplayMonitor>(server, wakeSource, scheduler);
+    std::unique_ptr<DisplayMonitor> monitor = std::make_unique<DisplayMonitor>(displays, wakeSource, scheduler);
     std::vector<long> calls;
 };
 

@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "display/gamma_applicator.h"
-#include "display/launch_batch.h"
 #include "display/original_gamma_store.h"
-#include "support/memory/memory_display_server.h"
+#include "display/remembered_displays.h"
 #include "support/memory/memory_services.h"
+#include "support/memory/memory_table_device.h"
 #include "support/memory/virtual_desk.h"
 #include "support/memory/virtual_scheduler.h"
 #include "support/temporary_folder.h"
@@ -47,22 +47,20 @@ struct EngineRun {
     EngineRun(memory::VirtualDesk& onDesk, memory::MemoryWakeSource& wakeSource, memory::VirtualScheduler& scheduler,
               const DataFolder& folder)
         : desk(onDesk),
-          server(desk),
-          batch(server),
-          store(batch, folder),
-          applicator(std::in_place, batch, wakeSource, scheduler, store) {}
+          device(desk),
+          store(folder),
+          displays(device, store, scheduler),
+          applicator(std::in_place, displays, wakeSource, scheduler) {}
 
-    /// The order of a launch: crash check, save, first table, all in one batch.
-    bool launch(const std::optional<GammaTable>& filter) {
-        const bool restored = store.restoreIfNeeded();
-        store.saveIfAbsent();
-        if (filter) applicator->apply(*filter, Fade::none);
-        batch.commit();
+    /// The order of a launch: crash check and save, then what is wanted.
+    bool launch(const std::optional<GammaTable>& filter,
+                RememberedDisplays::Beginning how = RememberedDisplays::Beginning::afresh) {
+        const bool restored = displays.begin(how);
+        filter ? applicator->apply(*filter, Fade::none) : applicator->reset(Fade::none);
         return restored;
     }
     bool quit() {
-        applicator.reset();
-        if (!batch.restoreCalibration()) return false;
+        if (!applicator->shutDown()) return false;
         store.clear();
         return true;
     }
@@ -74,9 +72,9 @@ struct EngineRun {
     }
 
     memory::VirtualDesk& desk;
-    memory::MemoryDisplayServer server;
-    LaunchBatch batch;
+    memory::MemoryTableDevice device;
     OriginalGammaStore store;
+    RememberedDisplays displays;
     std::optional<GammaApplicator> applicator;
 };
 
@@ -101,7 +99,7 @@ struct EngineWorld {
         run->cutOff();
         return start();
     }
-    /// With nothing in the batch: for tests of what comes after the launch.
+    /// With the filter off: for tests of what comes after the launch.
     GammaApplicator& launched() {
         run->launch(std::nullopt);
         desk.log.clear();
@@ -113,9 +111,14 @@ struct EngineWorld {
     [[nodiscard]] bool shows(const GammaTable& table, std::size_t index = 0) const {
         return desk.shown(crtcs[index]) == toLevels(table, desk.shown(crtcs[index]).size());
     }
+    /// Also before the run has begun.
     [[nodiscard]] DisplayId id(std::size_t index) {
-        const auto displays = run->server.describeDisplays().value();
-        return std::ranges::find(displays, connector(index), &DisplayDescription::name)->id;
+        memory::MemoryTableDevice device(desk);
+        OriginalGammaStore nothing({});
+        RememberedDisplays displays(device, nothing, scheduler);
+        displays.begin(RememberedDisplays::Beginning::looking);
+        const auto list = displays.list().value();
+        return std::ranges::find(list, connector(index), &DisplayDescription::name)->id;
     }
 
     TemporaryFolder home;

@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <algorithm>
+#include <array>
 #include <vector>
 
 #include "display/engine_world.h"
@@ -16,19 +17,24 @@ using testing::kDark;
 using testing::kDarker;
 using testing::scaled;
 
-RampLevels frameOf(const GammaTable& from, const GammaTable& to, int step, std::size_t size = 256) {
-    return toLevels(step == 10 ? to : interpolate(from, to, static_cast<float>(step) / 10.0F), size);
+RampLevels frameOf(const RampLevels& from, const RampLevels& to, int step) {
+    const float weight = static_cast<float>(step) / 10.0F;
+    return step == 10 ? to : toLevels(interpolate(toTable(from), toTable(to), weight), to.size());
+}
+RampLevels frameOf(const RampLevels& from, const GammaTable& to, int step) {
+    return frameOf(from, toLevels(to, from.size()), step);
 }
 
-TEST(GammaApplicatorTest, FadesInTenFramesFromTheFirstDisplaysTable) {
+TEST(GammaApplicatorTest, FadesEachDisplayInTenFramesFromWhatItHolds) {
     EngineWorld world({256, 1024});
     auto& applicator = world.launched();
-    const GammaTable start = toTable(world.desk.held(world.crtcs[0]));
+    world.desk.foreignWrite(world.crtcs[1], toLevels(kDarker, 1024));
+    const std::vector start{world.desk.held(world.crtcs[0]), world.desk.held(world.crtcs[1])};
     applicator.apply(kDark, Fade::animated);
     for (int step = 1; step <= 10; ++step) {
         ASSERT_EQ(world.desk.log.size(), static_cast<std::size_t>(2 * step));
-        EXPECT_EQ(world.desk.held(world.crtcs[0]), frameOf(start, kDark, step)) << step;
-        EXPECT_EQ(world.desk.held(world.crtcs[1]), frameOf(start, kDark, step, 1024)) << step;
+        for (std::size_t i = 0; i < 2; ++i)
+            EXPECT_EQ(world.desk.held(world.crtcs[i]), frameOf(start[i], kDark, step)) << step << ", display " << i;
         EXPECT_TRUE(applicator.isRamping());
         world.scheduler.advance(30ms);
     }
@@ -37,10 +43,32 @@ TEST(GammaApplicatorTest, FadesInTenFramesFromTheFirstDisplaysTable) {
     EXPECT_EQ(world.desk.log.size(), 20U) << "what does not differ is not written";
 }
 
+TEST(GammaApplicatorTest, IsAtNoFrameBrighterThanAtBothEndsOfAFade) {
+    EngineWorld world({256, 256, 1024, 256});
+    const std::array own{scaled(1, 1, 1), scaled(0.5F, 0.5F, 0.5F), scaled(0.3F, 0.9F, 0.3F), scaled(1, 0.2F, 0.1F)};
+    for (std::size_t i = 0; i < own.size(); ++i)
+        world.desk.foreignWrite(world.crtcs[i], toLevels(own.at(i), world.desk.held(world.crtcs[i]).size()));
+    auto& applicator = world.start().applicator.value();
+    world.run->launch(std::nullopt);
+    const auto watch = world.desk.onShow([&](CrtcId crtc, const RampLevels& levels) {
+        const auto i = static_cast<std::size_t>(std::ranges::find(world.crtcs, crtc) - world.crtcs.begin());
+        const RampLevels off = toLevels(own.at(i), levels.size());
+        const RampLevels on = toLevels(kDark, levels.size());
+        for (const auto channel : {&RampLevels::red, &RampLevels::green, &RampLevels::blue})
+            for (std::size_t k = 0; k < levels.size(); ++k)
+                ASSERT_LE((levels.*channel)[k], std::max((off.*channel)[k], (on.*channel)[k])) << i;
+    });
+    for (int round = 0; round < 20; ++round) {
+        round % 2 == 0 ? applicator.apply(kDark, Fade::animated) : applicator.reset(Fade::animated);
+        world.scheduler.advance(round % 5 == 0 ? 130ms : 400ms);
+    }
+    for (std::size_t i = 0; i < own.size(); ++i) EXPECT_TRUE(world.shows(own.at(i), i)) << i;
+}
+
 TEST(GammaApplicatorTest, MeasuresFramesFromTheStartAndSkipsWhatIsLate) {
     EngineWorld world;
     auto& applicator = world.launched();
-    const GammaTable start = toTable(world.desk.held(world.crtcs[0]));
+    const RampLevels start = world.desk.held(world.crtcs[0]);
     applicator.apply(kDark, Fade::animated);
     world.scheduler.stall(115ms);
     world.scheduler.advance(0ms);
@@ -64,17 +92,12 @@ TEST(GammaApplicatorTest, AppliesAtOnceWithoutATableToFadeFrom) {
     dark.desk.plug("DP-1", crtc);
     EXPECT_EQ(dark.desk.held(crtc), toLevels(kDark, 256)) << "in the event that brought it";
 
-    for (bool memory::VirtualDesk::*failure :
-         {&memory::VirtualDesk::failsListing, &memory::VirtualDesk::failsReading}) {
-        EngineWorld world;
-        auto& applicator = world.launched();
-        world.desk.*failure = true;
-        applicator.apply(kDark, Fade::animated);
-        EXPECT_FALSE(applicator.isRamping());
-        world.desk.*failure = false;
-        world.scheduler.advance(1s);
-        EXPECT_TRUE(world.shows(kDark));
-    }
+    EngineWorld world;
+    auto& applicator = world.launched();
+    world.desk.failsReading = true;
+    applicator.apply(kDark, Fade::animated);
+    EXPECT_FALSE(applicator.isRamping());
+    EXPECT_TRUE(world.shows(kDark));
 }
 
 TEST(GammaApplicatorTest, FadesShortTablesOverTheirWholeRange) {
@@ -86,65 +109,75 @@ TEST(GammaApplicatorTest, FadesShortTablesOverTheirWholeRange) {
     EXPECT_TRUE(world.shows(kDark));
 }
 
-TEST(GammaApplicatorTest, StartsASecondFadeFromTheFirstOnesTargetIfThatIsDarker) {
-    EngineWorld world;
-    auto& applicator = world.launched();
-    applicator.apply(kDarker, Fade::animated);
-    world.scheduler.advance(100ms);
-    applicator.apply(kDark, Fade::animated);
-    EXPECT_EQ(world.desk.log.back().levels, frameOf(kDarker, kDark, 1));
-    world.scheduler.advance(1s);
-    EXPECT_TRUE(world.shows(kDark));
-}
-
-TEST(GammaApplicatorTest, NeverJumpsToSomethingBrighterWhenAFadeIsInterrupted) {
-    struct Interruption {
-        GammaTable target;
-        std::function<void(GammaApplicator&)> act;
-    };
-    const std::vector<Interruption> interruptions{
-        {kDarker, [](auto& applicator) { applicator.apply(kDarker, Fade::animated); }},
-        {kDark, [](auto& applicator) { applicator.apply(kDark, Fade::animated); }},
-        {GammaTable::identity(), [](auto& applicator) { applicator.reset(Fade::animated); }}};
-    const GammaTable onScreen = interpolate(kDarker, kDark, 0.3F);
-    for (const auto& [target, interrupt] : interruptions) {
+TEST(GammaApplicatorTest, StartsAFadeThatInterruptsAnotherFromTheFrameOnScreen) {
+    for (const bool resets : {false, true}) {
         EngineWorld world;
+        const RampLevels own = world.desk.held(world.crtcs[0]);
         auto& applicator = world.launched();
         applicator.apply(kDarker, Fade::none);
         applicator.apply(kDark, Fade::animated);
         world.scheduler.advance(65ms);
-        ASSERT_TRUE(world.shows(onScreen));
-        interrupt(applicator);
-        EXPECT_EQ(world.desk.log.back().levels, frameOf(onScreen, target, 1)) << "not from the brighter target";
+        const RampLevels onScreen = world.desk.held(world.crtcs[0]);
+        resets ? applicator.reset(Fade::animated) : applicator.apply(kDarker, Fade::animated);
+        EXPECT_EQ(world.desk.log.back().levels, resets ? frameOf(onScreen, own, 1) : frameOf(onScreen, kDarker, 1));
     }
 }
 
-TEST(GammaApplicatorTest, FadesToNeutralAndThenGivesBackTheCalibration) {
+TEST(GammaApplicatorTest, DoesNotStartAFadeFromWhatAnotherProgramPutOverOurTable) {
     EngineWorld world;
     auto& applicator = world.launched();
     applicator.apply(kDark, Fade::none);
+    world.desk.foreignWrite(world.crtcs[0], toLevels(GammaTable::identity(), 256));
+    applicator.apply(kDarker, Fade::animated);
+    EXPECT_EQ(world.desk.log.back().levels, frameOf(toLevels(kDark, 256), kDarker, 1));
+}
+
+TEST(GammaApplicatorTest, FadesToEachDisplaysOwnTableWhenItResets) {
+    EngineWorld world({256, 1024});
+    const RampLevels own = world.desk.held(world.crtcs[0]);
+    auto& applicator = world.launched();
+    applicator.apply(kDark, Fade::none);
+    world.desk.log.clear();
     int ends = 0;
     const auto watch = applicator.onRampEnd([&] { ++ends; });
     applicator.reset(Fade::animated);
-    EXPECT_EQ(world.desk.log.back().levels, frameOf(kDark, GammaTable::identity(), 1));
+    EXPECT_EQ(world.desk.log.front().levels, frameOf(toLevels(kDark, 256), own, 1));
     world.scheduler.advance(299ms);
-    EXPECT_TRUE(world.shows(GammaTable::identity()));
+    EXPECT_TRUE(world.showsOwn(0) && world.showsOwn(1));
     EXPECT_EQ(ends, 0);
     world.scheduler.advance(1ms);
-    EXPECT_TRUE(world.showsOwn(0));
     EXPECT_EQ(ends, 1);
+    EXPECT_EQ(world.desk.log.size(), 20U) << "and not once more at the end";
 
-    const auto writes = world.desk.log.size();
     world.desk.plug("DP-9", world.desk.addCrtc(256));
     world.wakeSource.wake();
     world.scheduler.advance(10s);
-    EXPECT_EQ(world.desk.log.size(), writes) << "nothing is kept any more";
+    EXPECT_EQ(world.desk.log.size(), 20U) << "nothing is kept any more";
+}
+
+TEST(GammaApplicatorTest, WritesNothingOnceTheDisplaysAreGivenBackForGood) {
+    EngineWorld world;
+    auto& applicator = world.launched();
+    applicator.apply(kDark, Fade::none);
+    applicator.apply(kDarker, Fade::animated);
+    ASSERT_TRUE(applicator.shutDown());
+    const auto writes = world.desk.log.size();
+    applicator.apply(kDark, Fade::none);
+    applicator.apply(kDark, Fade::animated);
+    applicator.reset(Fade::animated);
+    world.wakeSource.wake();
+    world.desk.unplug("DP-1");
+    world.desk.plug("DP-1", world.crtcs[0]);
+    world.scheduler.advance(10s);
+    ASSERT_TRUE(applicator.shutDown());
+    EXPECT_EQ(world.desk.log.size(), writes);
+    EXPECT_TRUE(world.showsOwn(0));
 }
 
 TEST(GammaApplicatorTest, ResetsAtOnceWithoutACurrentTable) {
     EngineWorld world;
     auto& applicator = world.launched();
-    applicator.applyToAllDisplays(kDark);
+    world.run->displays.show(kDark, Fade::none);
     applicator.reset(Fade::animated);
     EXPECT_FALSE(applicator.isRamping());
     EXPECT_TRUE(world.showsOwn(0));
@@ -217,15 +250,16 @@ TEST(GammaApplicatorTest, UndoesAForeignChangeWithinASecond) {
     EXPECT_TRUE(world.shows(kDarker, 0));
 }
 
-TEST(GammaApplicatorTest, LoadsTheLatestFrameIntoADisplayThatComesDuringAFade) {
+TEST(GammaApplicatorTest, FiltersADisplayThatComesDuringAFade) {
     EngineWorld world({256, 256});
     world.desk.unplug("DP-2");
     auto& applicator = world.launched();
-    const GammaTable start = toTable(world.desk.held(world.crtcs[0]));
+    const RampLevels start = world.desk.held(world.crtcs[0]);
     applicator.apply(kDark, Fade::animated);
     world.scheduler.advance(100ms);
     world.desk.plug("DP-2", world.crtcs[1]);
-    EXPECT_EQ(world.desk.held(world.crtcs[1]), frameOf(start, kDark, 4));
+    EXPECT_EQ(world.desk.held(world.crtcs[0]), frameOf(start, kDark, 4));
+    EXPECT_TRUE(world.shows(kDark, 1)) << "what the others are on their way to";
 }
 
 TEST(GammaApplicatorTest, WritesInTheEventOfAWakeWithoutBelievingTheServersCopy) {

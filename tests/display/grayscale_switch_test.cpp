@@ -2,14 +2,22 @@
 
 #include <gtest/gtest.h>
 
+#include "base/files.h"
 #include "support/memory/memory_services.h"
+#include "support/temporary_folder.h"
 
 namespace dravo {
 namespace {
 
-TEST(GrayscaleSwitchTest, UndoesOnlyWhatItSwitchedOn) {
+class GrayscaleSwitchTest : public ::testing::Test {
+protected:
+    testing::TemporaryFolder home;
+    OriginalGammaStore store{{home / ".dravo", {}}};
     memory::MemoryGrayscale desktop;
-    GrayscaleSwitch grayscale(desktop);
+    GrayscaleSwitch grayscale{desktop, store};
+};
+
+TEST_F(GrayscaleSwitchTest, UndoesOnlyWhatItSwitchedOn) {
     grayscale.set(true);
     EXPECT_TRUE(desktop.isGray);
     grayscale.set(false);
@@ -21,12 +29,31 @@ TEST(GrayscaleSwitchTest, UndoesOnlyWhatItSwitchedOn) {
     EXPECT_TRUE(desktop.isGray) << "the person's own choice";
 }
 
-TEST(GrayscaleSwitchTest, SuccessorUndoesWhatItsPredecessorSwitchedOn) {
-    memory::MemoryGrayscale desktop;
-    GrayscaleSwitch before(desktop);
-    before.set(true);
-    EXPECT_TRUE(before.isOurs());
-    GrayscaleSwitch successor(desktop);
+TEST_F(GrayscaleSwitchTest, LeavesALaterRunToKnowWhoseGrayItIs) {
+    for (const bool isOurs : {true, false}) {
+        static_cast<void>(store.saveIfAbsent({}));
+        desktop.isGray = !isOurs;
+        grayscale.set(true);
+        OriginalGammaStore later({home / ".dravo", {}});
+        later.restoreIfNeeded();
+        GrayscaleSwitch(desktop, later).undoUncleanRun();
+        EXPECT_EQ(desktop.isGray, !isOurs);
+        grayscale.set(false);
+    }
+    // A file that cannot be understood says nothing: what is exactly ours is taken for ours.
+    desktop.isGray = true;
+    store.clear();
+    ASSERT_TRUE(writeFileAtomically(home / ".dravo/original_gamma.json", "damaged"));
+    OriginalGammaStore lost({home / ".dravo", {}});
+    lost.restoreIfNeeded();
+    GrayscaleSwitch(desktop, lost).undoUncleanRun();
+    EXPECT_FALSE(desktop.isGray);
+}
+
+TEST_F(GrayscaleSwitchTest, SuccessorUndoesWhatItsPredecessorSwitchedOn) {
+    grayscale.set(true);
+    EXPECT_TRUE(grayscale.isOurs());
+    GrayscaleSwitch successor(desktop, store);
     successor.takeOver();
     successor.set(true);
     EXPECT_TRUE(desktop.isGray);
@@ -34,9 +61,7 @@ TEST(GrayscaleSwitchTest, SuccessorUndoesWhatItsPredecessorSwitchedOn) {
     EXPECT_FALSE(desktop.isGray);
 }
 
-TEST(GrayscaleSwitchTest, SpendsNothingOnEqualRequests) {
-    memory::MemoryGrayscale desktop;
-    GrayscaleSwitch grayscale(desktop);
+TEST_F(GrayscaleSwitchTest, SpendsNothingOnEqualRequests) {
     grayscale.set(false);
     EXPECT_EQ(desktop.calls, 0);
     grayscale.set(true);
@@ -45,9 +70,7 @@ TEST(GrayscaleSwitchTest, SpendsNothingOnEqualRequests) {
     EXPECT_EQ(desktop.calls, calls);
 }
 
-TEST(GrayscaleSwitchTest, AsksAgainAfterARefusalButOnceWhereThereIsNoSuchMode) {
-    memory::MemoryGrayscale desktop;
-    GrayscaleSwitch grayscale(desktop);
+TEST_F(GrayscaleSwitchTest, AsksAgainAfterARefusalButOnceWhereThereIsNoSuchMode) {
     desktop.fails = Error{ErrorCode::Disconnected, "", 0};
     grayscale.set(true);
     desktop.fails.reset();
@@ -61,7 +84,7 @@ TEST(GrayscaleSwitchTest, AsksAgainAfterARefusalButOnceWhereThereIsNoSuchMode) {
 
     memory::MemoryGrayscale plain;
     plain.fails = Error{ErrorCode::Unsupported, "", 0};
-    GrayscaleSwitch nothing(plain);
+    GrayscaleSwitch nothing(plain, store);
     nothing.set(true);
     nothing.set(true);
     EXPECT_EQ(plain.calls, 1);

@@ -23,8 +23,8 @@ std::filesystem::path homeFile(const EngineWorld& world) { return world.folder.h
 std::filesystem::path runtimeFile(const EngineWorld& world) { return world.folder.runtime / "original_gamma.json"; }
 
 std::map<DisplayId, GammaTable> saved(const std::filesystem::path& file) {
-    auto tables = decodeTables(contentOf(file));
-    return tables ? *tables : std::map<DisplayId, GammaTable>{};
+    const auto tables = decodeTables(contentOf(file));
+    return tables ? tables->own : std::map<DisplayId, GammaTable>{};
 }
 
 void put(const std::filesystem::path& file, const std::string& text) {
@@ -39,8 +39,7 @@ mode_t modeOf(const std::filesystem::path& path) {
 
 TEST(OriginalGammaStoreTest, SavesEveryDisplayInNativeLengthForThisUserOnly) {
     EngineWorld world({256, 1024});
-    EXPECT_FALSE(world.run->store.restoreIfNeeded());
-    world.run->store.saveIfAbsent();
+    EXPECT_FALSE(world.run->launch(std::nullopt));
     const auto tables = saved(homeFile(world));
     ASSERT_EQ(tables.size(), 2U);
     EXPECT_EQ(toLevels(tables.at(world.id(1)), 1024), ownLevels(1024, 1));
@@ -49,20 +48,44 @@ TEST(OriginalGammaStoreTest, SavesEveryDisplayInNativeLengthForThisUserOnly) {
     EXPECT_EQ(modeOf(homeFile(world)), 0600U);
 
     put(homeFile(world), "{\"7\":0}");
-    world.run->store.saveIfAbsent();
+    world.run->applicator->apply(kDark, Fade::none);
     EXPECT_EQ(contentOf(homeFile(world)), "{\"7\":0}") << "a file that is there is not replaced";
     world.run->store.clear();
     EXPECT_FALSE(std::filesystem::exists(homeFile(world)));
 }
 
-TEST(OriginalGammaStoreTest, TriesAgainAfterTheDisplaysCouldNotBeListed) {
+TEST(OriginalGammaStoreTest, TriesAgainWhenTheFileCouldNotBeWritten) {
     EngineWorld world;
-    world.desk.failsListing = true;
-    world.run->store.saveIfAbsent();
-    EXPECT_FALSE(std::filesystem::exists(homeFile(world)));
-    world.desk.failsListing = false;
-    world.run->store.saveIfAbsent();
+    world.folder.runtime.clear();
+    put(world.folder.home, "not a folder");
+    world.start().launch(kDark);
+    std::filesystem::remove(world.folder.home);
+    world.scheduler.advance(std::chrono::minutes(1));
     EXPECT_EQ(saved(homeFile(world)).size(), 1U);
+}
+
+TEST(OriginalGammaStoreTest, HandsNothingOverWhatIsNotSavedAndNothingInMotion) {
+    EngineWorld world;
+    world.run->launch(kDark);
+    std::filesystem::remove_all(world.folder.home);
+    world.run->applicator->reset(Fade::animated);
+    EXPECT_TRUE(world.run->displays.prepareHandOver()) << "written anew";
+    EXPECT_EQ(saved(homeFile(world)).size(), 1U);
+    EXPECT_TRUE(world.showsOwn(0)) << "the fade is over";
+
+    std::filesystem::remove_all(world.folder.home);
+    put(world.folder.home, "not a folder");
+    put(world.folder.runtime, "not a folder");
+    EXPECT_FALSE(world.run->displays.prepareHandOver());
+}
+
+TEST(OriginalGammaStoreTest, SuccessorWithoutAFileTakesNothingForTheDisplaysOwn) {
+    EngineWorld world;
+    world.run->launch(kDark);
+    std::filesystem::remove_all(world.folder.home);
+    world.crashAndStart().launch(kDark, RememberedDisplays::Beginning::goingOn);
+    ASSERT_TRUE(world.run->quit());
+    EXPECT_TRUE(world.shows(GammaTable::identity()));
 }
 
 TEST(OriginalGammaStoreTest, SuccessorKeepsWhatIsOnScreenAndKnowsWhatToGiveBack) {
@@ -70,10 +93,7 @@ TEST(OriginalGammaStoreTest, SuccessorKeepsWhatIsOnScreenAndKnowsWhatToGiveBack)
     world.run->launch(kDark);
     world.desk.log.clear();
     auto& successor = world.crashAndStart();
-    successor.store.continueRun();
-    successor.store.saveIfAbsent();
-    successor.applicator->apply(kDark, Fade::none);
-    successor.batch.commit();
+    successor.launch(kDark, RememberedDisplays::Beginning::goingOn);
     for (const auto& write : world.desk.log) EXPECT_EQ(write.levels, toLevels(kDark, write.levels.size()));
     EXPECT_TRUE(world.shows(kDark));
     EXPECT_EQ(saved(homeFile(world)).size(), 2U);
@@ -146,8 +166,8 @@ TEST(OriginalGammaStoreTest, FallsBackToTheRuntimeFolderAndReturns) {
 
 TEST(OriginalGammaStoreTest, UsesBothFilesAndPrefersTheOneInTheHomeFolder) {
     EngineWorld world({256, 256});
-    put(homeFile(world), encodeTables({{world.id(0), toTable(ownLevels(256, 0))}}));
-    put(runtimeFile(world), encodeTables({{world.id(0), kDark}, {world.id(1), toTable(ownLevels(256, 1))}}));
+    put(homeFile(world), encodeTables({{{world.id(0), toTable(ownLevels(256, 0))}}}));
+    put(runtimeFile(world), encodeTables({{{world.id(0), kDark}, {world.id(1), toTable(ownLevels(256, 1))}}}));
     for (const CrtcId crtc : world.crtcs) world.desk.foreignWrite(crtc, toLevels(kDark, 256));
     EXPECT_TRUE(world.start().launch(std::nullopt));
     EXPECT_TRUE(world.showsOwn(0));
@@ -157,15 +177,18 @@ TEST(OriginalGammaStoreTest, UsesBothFilesAndPrefersTheOneInTheHomeFolder) {
 TEST(DisplayAccessTest, SaysWhatFailedAndWhy) {
     EngineWorld world;
     const DisplayId id = world.id(0);
+    world.run->launch(std::nullopt);
     world.desk.shutDown();
-    EXPECT_EQ(onlineDisplayIDs(world.run->server).error().description(), "CGGetOnlineDisplayList failed: Disconnected");
-    EXPECT_EQ(readTransfer(world.run->server, id).error().description(),
+    EXPECT_EQ(onlineDisplayIDs(world.run->displays).error().description(),
+              "CGGetOnlineDisplayList failed: Disconnected");
+    EXPECT_EQ(readTransfer(world.run->displays, id).error().description(),
               "CGGetDisplayTransferByTable failed: Disconnected");
 }
 
 TEST(DisplayAccessTest, ReadsALongTableOverItsWholeRange) {
     EngineWorld world({1024});
-    const auto table = readTransfer(world.run->server, world.id(0)).value();
+    world.run->launch(std::nullopt);
+    const auto table = readTransfer(world.run->displays, world.id(0)).value();
     ASSERT_EQ(table.size(), 256U);
     EXPECT_EQ(table.red.back(), toTable(ownLevels(1024, 0)).red.back());
 }

@@ -18,17 +18,18 @@ TEST(TableJsonTest, WritesTheShortestNumbers) {
         {0, 1.0F / 255, 1}, {0.1F, 0.5F, 0.7F}, {1e-7F, 2.0F, std::numeric_limits<float>::quiet_NaN()}};
     const std::string text = R"({"red":[0,0.003921569,1],"green":[0.1,0.5,0.7],"blue":[1e-07,1,0]})";
     EXPECT_EQ(encodeTable(table), text);
-    EXPECT_EQ(encodeTables({{DisplayId{4294967295U}, table}, {DisplayId{7}, {}}}),
-              R"({"7":{"red":[],"green":[],"blue":[]},"4294967295":)" + text + "}");
+    EXPECT_EQ(encodeTables({{{DisplayId{4294967295U}, table}, {DisplayId{7}, {}}}, true}),
+              R"({"7":{"red":[],"green":[],"blue":[]},"4294967295":)" + text + R"(,"grayscale":true})");
     EXPECT_EQ(encodeTables({}), "{}");
 }
 
 TEST(TableJsonTest, ReadsBackTheSameFloats) {
     std::mt19937 random(31);
-    std::map<DisplayId, GammaTable> tables;
+    SavedTables tables;
+    tables.grayIsOurs = false;
     for (const std::uint32_t id : {1U, 0xFFFF0000U}) {
         for (const auto channel : GammaTable::channels()) {
-            auto& entries = tables[DisplayId{id}].*channel;
+            auto& entries = tables.own[DisplayId{id}].*channel;
             // Bit patterns up to that of 1.0 are all the floats there are from 0 to 1, the tiniest ones included.
             while (entries.size() < 4096)
                 entries.push_back(std::bit_cast<float>(static_cast<std::uint32_t>(random() % 0x3F800001U)));
@@ -49,11 +50,11 @@ TEST(TableJsonTest, TakesWhatAPersonMayHaveEdited) {
     ASSERT_TRUE(decoded) << decoded.error().message;
     const std::map<DisplayId, GammaTable> expected{{DisplayId{42}, {{0, 1}, {0, 0.5F}, {0, 0.25F}}},
                                                    {DisplayId{0}, {{0, 1, 0.5F}, {0.5F, 0, 1}, {0, 1, 1}}}};
-    EXPECT_EQ(*decoded, expected);
+    EXPECT_EQ(decoded->own, expected);
     const auto twice = decodeTables(R"({"5":)" + good + R"(,"5":)" + entry("[1,1]", "[1,1]", "[1,1]") + "}");
     ASSERT_TRUE(twice);
-    EXPECT_EQ(twice->at(DisplayId{5}).red, (std::vector<float>{1, 1}));
-    EXPECT_TRUE(decodeTables("{}")->empty());
+    EXPECT_EQ(twice->own.at(DisplayId{5}).red, (std::vector<float>{1, 1}));
+    EXPECT_TRUE(decodeTables("{}")->own.empty());
 }
 
 struct DamageRow {

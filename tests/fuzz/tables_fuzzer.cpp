@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(!tables.error().message.empty(), "a refusal has a reason");
         return 0;
     }
-    for (const auto& [display, table] : *tables) {
+    for (const auto& [display, table] : tables->own) {
         require(table.red.size() >= 2, "two entries at least");
         require(table.red.size() == table.green.size() && table.red.size() == table.blue.size(), "equal channels");
         for (const auto* channel : {&table.red, &table.green, &table.blue})

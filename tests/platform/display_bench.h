@@ -6,13 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "display/display_server.h"
+#include "base/scheduler.h"
 #include "display/ramp_levels.h"
+#include "display/table_device.h"
 
 namespace dravo {
 
-/// A desk with three connectors, each with a CRTC of its own, for tests of a DisplayServer. What a bench does and sees
-/// goes past the adapter under test. At first all three are on, hold `firstOwnTable`, and have no EDID.
+/// A desk with three connectors, each with a CRTC of its own, for tests of a TableDevice and of what keeps the books on
+/// it. What a bench does and sees goes past the adapter under test. At first all three are on, hold `firstOwnTable`,
+/// and have no EDID.
 class DisplayBench {
 public:
     static constexpr int kSlots = 3;
@@ -20,7 +22,9 @@ public:
     virtual ~DisplayBench() = default;
 
     /// Starts a client. The one before, if any, is gone without having restored anything: a crash.
-    virtual DisplayServer& connect() = 0;
+    virtual TableDevice& connect() = 0;
+    /// What the client's own loop runs on.
+    virtual Scheduler& scheduler() = 0;
 
     /// These have been delivered to the client when they return.
     virtual void switchOn(int slot) = 0;

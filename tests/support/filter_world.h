@@ -8,10 +8,11 @@
 #include "controller/filter_state.h"
 #include "display/gamma_applicator.h"
 #include "display/ramp_levels.h"
-#include "support/memory/memory_display_server.h"
+#include "display/remembered_displays.h"
 #include "support/memory/memory_location.h"
 #include "support/memory/memory_notifications.h"
 #include "support/memory/memory_services.h"
+#include "support/memory/memory_table_device.h"
 #include "support/memory/memory_user_defaults.h"
 #include "support/memory/virtual_scheduler.h"
 #include "support/plain_table.h"
@@ -30,12 +31,13 @@ struct FilterWorld {
     }
 
     FilterState& start() {
+        displays.begin(RememberedDisplays::Beginning::afresh);
         state.emplace(parts());
         return *state;
     }
     [[nodiscard]] FilterStateParts parts() {
-        return {scheduler,        calendar,   preferences,   customPresets,   breakTimer,
-                locationProvider, applicator, originalGamma, grayscaleSwitch, wakeSource};
+        return {scheduler,        calendar,   preferences,     customPresets, breakTimer,
+                locationProvider, applicator, grayscaleSwitch, wakeSource};
     }
 
     /// Whether every display shows this table.
@@ -72,13 +74,14 @@ struct FilterWorld {
     PreferencesStore preferences{defaults};
     memory::VirtualDesk desk;
     std::vector<CrtcId> crtcs;
-    memory::MemoryDisplayServer server{desk};
+    memory::MemoryTableDevice device{desk};
     TemporaryFolder folder;
-    OriginalGammaStore originalGamma{server, {folder.path() / ".dravo", folder.path() / "runtime"}};
+    OriginalGammaStore originalGamma{{folder.path() / ".dravo", folder.path() / "runtime"}};
+    RememberedDisplays displays{device, originalGamma, scheduler};
     memory::MemoryWakeSource wakeSource;
-    GammaApplicator applicator{server, wakeSource, scheduler, originalGamma};
+    GammaApplicator applicator{displays, wakeSource, scheduler};
     memory::MemoryGrayscale grayscale;
-    GrayscaleSwitch grayscaleSwitch{grayscale};
+    GrayscaleSwitch grayscaleSwitch{grayscale, originalGamma};
     CustomPresetStore customPresets{folder.path()};
     memory::MemoryNotifications notifications{scheduler};
     BreakNotifier notifier{notifications};

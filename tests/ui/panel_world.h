@@ -26,11 +26,11 @@ struct PanelWorld : FilterWorld {
     explicit PanelWorld(DefaultsValues stored = {{std::string(preference::kHasSeenOnboarding), true}})
         : FilterWorld(std::move(stored)) {
         start();
-        control.emplace(FilterControlParts{*state, preferences, customPresets, breakTimer, locationProvider, server,
+        control.emplace(FilterControlParts{*state, preferences, customPresets, breakTimer, locationProvider, displays,
                                            grayscaleSwitch, scheduler, calendar, [] { return Result<void>(); }, [] {},
                                            [] { return Result<void>(); }});
         parts.emplace(PanelParts{*state, preferences, customPresets, breakTimer, notifier, locationProvider, applicator,
-                                 grayscaleSwitch, server, *control, shortcutManager, launchAtLogin, scheduler, calendar,
+                                 grayscaleSwitch, displays, *control, shortcutManager, launchAtLogin, scheduler, calendar,
                                  appearance, systemSettings, updater, [this] { ++relaunches; }, [this] { ++quits; }});
         ui::setTheme(ui::Theme::of({}));
     }

@@ -61,8 +61,8 @@ const char* signatureOf(const std::string&) { return "s"; }
 const char* signatureOf(const std::vector<std::string>&) { return "as"; }
 const char* signatureOf(const Coordinates&) { return "ad"; }
 const char* signatureOf(const NextChange&) { return "(xs)"; }
-const char* signatureOf(const DisplayDescription&) { return "(usus)"; }
-const char* signatureOf(const std::vector<DisplayDescription>&) { return "a(usus)"; }
+const char* signatureOf(const ControlledDisplay&) { return "(usus)"; }
+const char* signatureOf(const std::vector<ControlledDisplay>&) { return "a(usus)"; }
 const char* signatureOf(const Place&) { return "sdd"; }
 
 template <typename Number>
@@ -74,7 +74,7 @@ int append(sd_bus_message* m, LocationSource value) { return append(m, std::stri
 int append(sd_bus_message* m, const NextChange& value) {
     return sd_bus_message_append(m, "(xs)", value.at, value.state.c_str());
 }
-int append(sd_bus_message* m, const DisplayDescription& value) {
+int append(sd_bus_message* m, const ControlledDisplay& value) {
     return sd_bus_message_append(m, "(usus)", static_cast<std::uint32_t>(value.id), value.name.c_str(),
                                  static_cast<std::uint32_t>(value.tableSize), value.problem.c_str());
 }
@@ -120,7 +120,7 @@ int read(sd_bus_message* m, NextChange& value) {
     value.state = state;
     return result;
 }
-int read(sd_bus_message* m, DisplayDescription& value) {
+int read(sd_bus_message* m, ControlledDisplay& value) {
     std::uint32_t id = 0;
     std::uint32_t size = 0;
     const char* name = "";

@@ -95,13 +95,14 @@ void SdEventLoop::attach(Watch& watch) {
 
 int SdEventLoop::run() {
     const int result = sd_event_loop(event());
-    queue_.setOnChange(nullptr);  // a loop that is over takes no more timers, and has none to serve
     require(result, "run");
     return result;
 }
 
 void SdEventLoop::quit(int exitCode) {
-    if (!this->exitCode()) require(sd_event_exit(event(), exitCode), "end");
+    if (this->exitCode()) return;
+    queue_.close();
+    require(sd_event_exit(event(), exitCode), "end");
 }
 
 int SdEventLoop::descriptor() {

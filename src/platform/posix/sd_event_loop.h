@@ -36,7 +36,8 @@ public:
     /// Runs until `quit`. Returns the code given there.
     int run();
 
-    /// Ends `run()` after the callback that is running. The first code given counts.
+    /// Ends `run()` after the callback that is running: nothing posted or due is served any more. The first code given
+    /// counts.
     void quit(int exitCode);
 
     [[nodiscard]] sd_event* event() override;

@@ -59,7 +59,7 @@ void MenuBarView::watch() {
           &parts_.locationProvider.changes(), &editing_.changes(), static_cast<const Observable*>(&parts_.updater)}) {
         subscriptions_.push_back(changes->onWillChange([this] { markStale(); }));
     }
-    subscriptions_.push_back(parts_.displays.onDisplayChange([this] { markStale(); }));
+    subscriptions_.push_back(parts_.displays.onListChange([this] { markStale(); }));
     subscriptions_.push_back(parts_.calendar.onZoneChange([this] { markStale(); }));
 }
 

@@ -27,6 +27,21 @@ TEST(SdEventLoopTest, RunsWhatWasPostedAndTimedBeforeItRan) {
     EXPECT_EQ(log, "abc");
 }
 
+TEST(SdEventLoopTest, ServesNothingOnceItWasToldToQuit) {
+    SdEventLoop loop;
+    std::string log;
+    std::optional<Timer> late;
+    loop.post([&] {
+        loop.post([&] { log += "p"; });
+        late = loop.after(0ms, [&] { log += "t"; });
+        usleep(2'000);
+        loop.quit(0);
+    });
+    loop.post([&] { log += "q"; });
+    loop.run();
+    EXPECT_EQ(log, "");
+}
+
 TEST(SdEventLoopTest, PostsFromCallbacksRunInTheNextTurnAndDroppedTimersNever) {
     SdEventLoop loop;
     std::string log;

@@ -37,6 +37,7 @@ public:
         isGray = enabled;
         return {};
     }
+    void undoUncleanRun() override { isGray = false; }
 
     bool isGray = false;
     int calls = 0;

@@ -72,7 +72,6 @@ public:
     /// Every write of a client, in order; foreign ones are not in it.
     std::vector<Write> log;
 
-    bool failsListing = false;               ///< The list of displays cannot be had.
     bool failsReading = false;               ///< No table can be read.
     bool refusesWriting = false;             ///< Writes are answered with an error and change nothing.
     std::optional<CrtcId> refusesWritingTo;  ///< The same for one CRTC.

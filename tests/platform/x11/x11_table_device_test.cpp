@@ -1,10 +1,10 @@
-#include "platform/x11/x11_display_server.h"
+#include "platform/x11/x11_table_device.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 
-#include "platform/display_server_contract.h"
+#include "platform/displays_contract.h"
 #include "platform/posix/sd_event_loop.h"
 #include "support/desktop_test.h"
 #include "support/wait_until.h"
@@ -22,14 +22,15 @@ class X11Client {
 public:
     explicit X11Client(const std::string& address) : emergency_(address) {
         if (!emergency_.open()) throw std::runtime_error("no second connection");
-        auto created = x11::X11DisplayServer::create(address, &emergency_);
+        auto created = x11::X11TableDevice::create(address, &emergency_);
         if (!created) throw std::runtime_error(created.error().message);
-        server_ = std::move(*created);
-        server_->listen(loop_, loop_);
+        device_ = std::move(*created);
+        device_->listen(loop_, loop_);
     }
 
-    x11::X11DisplayServer& server() { return *server_; }
+    x11::X11TableDevice& device() { return *device_; }
     x11::EmergencyRestore& emergency() { return emergency_; }
+    Scheduler& scheduler() { return loop_; }
 
     /// Serves what has come so far.
     void runTurns() {
@@ -40,7 +41,7 @@ public:
 private:
     posix::SdEventLoop loop_;
     x11::EmergencyRestore emergency_;
-    std::unique_ptr<x11::X11DisplayServer> server_;
+    std::unique_ptr<x11::X11TableDevice> device_;
 };
 
 class X11Bench final : public DisplayBench {
@@ -48,11 +49,12 @@ public:
     X11Bench() : xServer_(kSlots) {
         for (int slot = 0; slot < kSlots; ++slot) foreignWrite(slot, firstOwnTable(slot, 256));
     }
-    DisplayServer& connect() override {
+    TableDevice& connect() override {
         client_.reset();
         client_ = std::make_unique<X11Client>(xServer_.address());
-        return client_->server();
+        return client_->device();
     }
+    Scheduler& scheduler() override { return client_->scheduler(); }
     void switchOn(int slot) override {
         xServer_.displays().enable(connector(slot), 1024 * slot);
         deliver();
@@ -83,7 +85,7 @@ private:
     // a question of the client's own orders its queue behind them.
     void deliver() {
         if (!client_) return;
-        client_->server().readTables(client_->server().onlineDisplays(1).value());
+        client_->device().read({}, [](const Result<TableDevice::Levels>&) {});
         client_->runTurns();
     }
 
@@ -96,22 +98,33 @@ std::unique_ptr<DisplayBench> makeX11Bench() {
     return std::make_unique<X11Bench>();
 }
 
-INSTANTIATE_TEST_SUITE_P(X11, DisplayServerContract, ::testing::Values(DisplayBenchMaker{"X11", makeX11Bench}),
-                         [](const auto& maker) { return maker.param.name; });
+const auto kMaker = ::testing::Values(DisplayBenchMaker{"X11", makeX11Bench});
+INSTANTIATE_TEST_SUITE_P(X11, TableDeviceContract, kMaker);
+INSTANTIATE_TEST_SUITE_P(X11, DisplaysContract, kMaker);
 
-class X11DisplayServerTest : public testing::DesktopTest {
+GammaTable dimmed(float by) {
+    GammaTable table = GammaTable::identity();
+    for (auto* channel : {&table.red, &table.green, &table.blue})
+        for (float& level : *channel) level *= by;
+    return table;
+}
+
+class X11TableDeviceTest : public testing::DesktopTest {
 protected:
-    static GammaTable dimmed(float by) {
-        GammaTable table = GammaTable::identity();
-        for (auto* channel : {&table.red, &table.green, &table.blue})
-            for (float& level : *channel) level *= by;
-        return table;
+    /// A run with the filter on.
+    RememberedDisplays& filter(float by = 0.5F) {
+        displays_.emplace(client().device(), store_, client().scheduler()).begin(RememberedDisplays::Beginning::afresh);
+        displays_->show(dimmed(by), Fade::none);
+        return *displays_;
     }
-    static std::vector<DisplayTable> forAll(DisplayServer& server, const GammaTable& table) {
-        std::vector<DisplayTable> tables;
-        for (const DisplayId id : server.onlineDisplays(kMaxDisplays).value()) tables.push_back({id, table});
-        return tables;
-    }
+
+    X11Client& client() { return client_ ? *client_ : client_.emplace(server().address()); }
+
+private:
+    std::optional<X11Client> client_;
+    testing::TemporaryFolder home_;
+    OriginalGammaStore store_{{home_ / ".dravo", {}}};
+    std::optional<RememberedDisplays> displays_;
 };
 
 /// A profile with nothing but a one-channel `vcgt` table of two entries, from `black` to `white`.
@@ -127,43 +140,38 @@ std::vector<std::uint8_t> profileWithCalibration(unsigned black, unsigned white)
     return profile;
 }
 
-TEST_F(X11DisplayServerTest, RestoresTheCalibrationOfTheProfileThatIsSetThen) {
-    X11Client client(server().address());
-    client.server().loadTables(forAll(client.server(), dimmed(0.5F)));
+TEST_F(X11TableDeviceTest, RestoresTheCalibrationOfTheProfileThatIsSetThen) {
+    auto& run = filter();
     displays().setRootProperty("_ICC_PROFILE", profileWithCalibration(0, 0x8000));
     displays().setRootProperty("_ICC_PROFILE_2", profileWithCalibration(0x1000, 0xffff));
-    ASSERT_TRUE(client.server().restoreCalibration());
+    ASSERT_TRUE(run.giveBack(Displays::GivingBack::forGood));
     EXPECT_EQ(displays().ramp("DUMMY0").red.back(), 0x8000);
     EXPECT_EQ(displays().ramp("DUMMY2").green.front(), 0x1000);
 }
 
-TEST_F(X11DisplayServerTest, GivesEverythingBackInAnEmergencyWhateverTheEngineStillSends) {
+TEST_F(X11TableDeviceTest, GivesEverythingBackInAnEmergencyWhateverTheEngineStillSends) {
     displays().setRamp("DUMMY1", testing::calibrationRamp(3));
     const auto before = displays().ramps();
-    X11Client client(server().address());
-    client.server().loadTables(forAll(client.server(), dimmed(0.5F)));
+    auto& run = filter();
     ASSERT_NE(displays().ramps(), before);
 
-    client.emergency().restore();
+    client().emergency().restore();
     EXPECT_EQ(displays().ramps(), before);
-    const auto late = client.server().loadTables(forAll(client.server(), dimmed(0.2F)));
-    for (const auto& outcome : late) EXPECT_EQ(outcome.error().code, ErrorCode::Disconnected);
+    run.show(dimmed(0.2F), Fade::none);
+    EXPECT_EQ(run.giveBack(Displays::GivingBack::forNow).error().code, ErrorCode::Disconnected);
     EXPECT_EQ(displays().ramps(), before);
 }
 
-TEST_F(X11DisplayServerTest, LeavesDisplaysAloneInAnEmergencyThatItDoesNotFilter) {
-    X11Client client(server().address());
-    client.server().loadTables(forAll(client.server(), dimmed(0.5F)));
-    ASSERT_TRUE(client.server().restoreCalibration());
+TEST_F(X11TableDeviceTest, LeavesDisplaysAloneInAnEmergencyThatItDoesNotFilter) {
+    ASSERT_TRUE(filter().giveBack(Displays::GivingBack::forNow));
     displays().setRamp("DUMMY0", testing::calibrationRamp(4));  // another program's night light
-    client.emergency().restore();
+    client().emergency().restore();
     EXPECT_EQ(displays().ramp("DUMMY0"), testing::calibrationRamp(4));
 }
 
-TEST_F(X11DisplayServerTest, HasNoGrayOnDriversWithoutAMatrix) {
-    X11Client client(server().address());
-    EXPECT_EQ(client.server().grayscale().isEnabled().error().code, ErrorCode::Unsupported);
-    EXPECT_EQ(client.server().grayscale().setEnabled(true).error().code, ErrorCode::Unsupported);
+TEST_F(X11TableDeviceTest, HasNoGrayOnDriversWithoutAMatrix) {
+    EXPECT_EQ(client().device().grayscale().isEnabled().error().code, ErrorCode::Unsupported);
+    EXPECT_EQ(client().device().grayscale().setEnabled(true).error().code, ErrorCode::Unsupported);
 }
 
 }  // namespace

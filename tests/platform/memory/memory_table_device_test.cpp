@@ -1,11 +1,12 @@
-#include "support/memory/memory_display_server.h"
+#include "support/memory/memory_table_device.h"
+#include "support/memory/virtual_scheduler.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <memory>
 
-#include "platform/display_server_contract.h"
+#include "platform/displays_contract.h"
 
 namespace dravo {
 namespace {
@@ -19,10 +20,11 @@ public:
             switchOn(slot);
         }
     }
-    DisplayServer& connect() override {
+    TableDevice& connect() override {
         client_.reset();
-        return *(client_ = std::make_unique<memory::MemoryDisplayServer>(desk_));
+        return *(client_ = std::make_unique<memory::MemoryTableDevice>(desk_));
     }
+    Scheduler& scheduler() override { return scheduler_; }
     void switchOn(int slot) override { desk_.plug(connector(slot), crtc(slot), edids_[index(slot)]); }
     void switchOff(int slot) override { desk_.unplug(connector(slot)); }
     void setEdid(int slot, const std::vector<std::uint8_t>& edid) override {
@@ -33,7 +35,10 @@ public:
     RampLevels held(int slot) override { return desk_.held(crtc(slot)); }
     std::string connector(int slot) override { return "VIRTUAL-" + std::to_string(slot); }
     void shutDown() override { desk_.shutDown(); }
-    bool eventually(const std::function<bool()>& condition) override { return condition(); }
+    bool eventually(const std::function<bool()>& condition) override {
+        scheduler_.advance(std::chrono::seconds(1));
+        return condition();
+    }
 
 private:
     static CrtcId crtc(int slot) { return CrtcId{static_cast<std::uint32_t>(slot) + 1}; }
@@ -41,24 +46,26 @@ private:
 
     memory::VirtualDesk desk_;
     std::array<std::vector<std::uint8_t>, kSlots> edids_;
-    std::unique_ptr<memory::MemoryDisplayServer> client_;
+    memory::VirtualScheduler scheduler_;
+    std::unique_ptr<memory::MemoryTableDevice> client_;
 };
 
-INSTANTIATE_TEST_SUITE_P(Memory, DisplayServerContract,
-                         ::testing::Values(DisplayBenchMaker{"Memory", [] { return std::make_unique<MemoryBench>(); }}),
-                         [](const auto& maker) { return maker.param.name; });
+const auto kMaker = ::testing::Values(DisplayBenchMaker{"Memory", [] { return std::make_unique<MemoryBench>(); }});
+INSTANTIATE_TEST_SUITE_P(Memory, TableDeviceContract, kMaker);
+INSTANTIATE_TEST_SUITE_P(Memory, DisplaysContract, kMaker);
 
-TEST(MemoryDisplayServerTest, CountsMirroredOutputsAsOneDisplay) {
+TEST(MemoryTableDeviceTest, CountsMirroredOutputsAsOneDisplay) {
     memory::VirtualDesk desk;
     const CrtcId crtc = desk.addCrtc(256);
     desk.plug("HDMI-1", crtc);
     desk.plug("DP-1", crtc);
-    memory::MemoryDisplayServer server(desk);
-    const auto displays = server.describeDisplays().value();
-    ASSERT_EQ(displays.size(), 1U);
-    EXPECT_EQ(displays[0].name, "DP-1");
-    desk.unplug("HDMI-1");
-    EXPECT_EQ(server.onlineDisplays(kMaxDisplays).value(), std::vector{displays[0].id});
+    memory::MemoryTableDevice device(desk);
+    memory::VirtualScheduler scheduler;
+    OriginalGammaStore store({});
+    RememberedDisplays displays(device, store, scheduler);
+    displays.begin(RememberedDisplays::Beginning::looking);
+    ASSERT_EQ(displays.list()->size(), 1U);
+    EXPECT_EQ(displays.list()->front().name, "DP-1");
 }
 
 }  // namespace
