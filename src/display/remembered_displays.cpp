@@ -471,6 +471,7 @@ Result<std::vector<RememberedDisplays::Restored>> RememberedDisplays::restoreAll
                                                           : Source::profile;
         ramps.push_back({find(display.id)->crtc, toLevels(own, display.tableSize)});
     }
+    ramps.insert(ramps.end(), idleRemains_.begin(), idleRemains_.end());
     const auto answers = std::make_shared<TableDevice::Outcomes>(
         ramps.size(), Error{ErrorCode::Busy, "the display server does not answer"});
     device_.write(ramps, [answers](TableDevice::Outcomes outcomes) { *answers = std::move(outcomes); });

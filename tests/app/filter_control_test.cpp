@@ -25,7 +25,7 @@ protected:
 
     int quits = 0;
     Result<void> shown;
-    FilterControl control{{start(), preferences, customPresets, breakTimer, locationProvider, server, grayscaleSwitch,
+    FilterControl control{{start(), preferences, customPresets, breakTimer, locationProvider, displays, grayscaleSwitch,
                            scheduler, calendar, [this] { return shown; }, [this] { ++quits; },
                            [] { return Result<void>(); }}};
 };
