@@ -59,6 +59,19 @@ TEST_F(TerminationTest, GivesTheTablesBackAndKeepsTheFileAtAnyMoment) {
     EXPECT_FALSE(std::filesystem::exists(savedTables()));
 }
 
+TEST_F(TerminationTest, QuitsWithoutATintAtAnyMomentAfterTwoChanges) {
+    for (int round = 0; round < 20 && !HasFailure(); ++round) {
+        const Run run = startAndSettle();
+        preferOther();
+        moments_.pass(20ms);
+        preferOther();
+        moments_.pass(120ms);
+        quit(*run);
+        EXPECT_EQ(tables(), ownTables()) << round;
+        EXPECT_FALSE(std::filesystem::exists(savedTables()));
+    }
+}
+
 TEST_F(TerminationTest, EndsAProgramThatWaitsForAServerThatDoesNotAnswer) {
     const Run running = startAndSettle();
     preferOther();

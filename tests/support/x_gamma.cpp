@@ -222,6 +222,23 @@ void XGamma::setEdid(const std::string& output, std::span<const std::uint8_t> ed
     check(connection_, cookie, "an EDID");
 }
 
+std::vector<std::uint32_t> XGamma::matrix(const std::string& output) {
+    const auto cookie = xcb_randr_get_output_property(connection_, find(output).id, atom("CTM"),
+                                                      XCB_GET_PROPERTY_TYPE_ANY, 0, 18, 0, 0);
+    const Owned<xcb_randr_get_output_property_reply_t> reply(
+        xcb_randr_get_output_property_reply(connection_, cookie, nullptr));
+    if (!reply || reply->format != 32) return {};
+    const auto* words = reinterpret_cast<const std::uint32_t*>(xcb_randr_get_output_property_data(reply.get()));
+    return {words, words + reply->num_items};
+}
+
+void XGamma::setMatrix(const std::string& output, std::span<const std::uint32_t> words) {
+    const auto cookie = xcb_randr_change_output_property_checked(
+        connection_, find(output).id, atom("CTM"), XCB_ATOM_INTEGER, 32, XCB_PROP_MODE_REPLACE,
+        static_cast<std::uint32_t>(words.size()), words.data());
+    check(connection_, cookie, "a matrix");
+}
+
 void XGamma::setRootProperty(const std::string& name, std::span<const std::uint8_t> value) {
     const auto property = atom(name);
     const auto cookie = value.empty() ? xcb_delete_property_checked(connection_, root_, property)

@@ -53,6 +53,9 @@ public:
 
     /// Gives the output a monitor's EDID; an empty one takes it away.
     void setEdid(const std::string& output, std::span<const std::uint8_t> edid);
+    /// The output's colour matrix ("CTM"), as 32-bit words; a driver without one has none. Setting one gives it one.
+    [[nodiscard]] std::vector<std::uint32_t> matrix(const std::string& output);
+    void setMatrix(const std::string& output, std::span<const std::uint32_t> words);
     /// Sets a property of the root window, e.g. "_ICC_PROFILE"; an empty one is removed.
     void setRootProperty(const std::string& name, std::span<const std::uint8_t> value);
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 
 #include "platform/displays_contract.h"
 #include "platform/posix/sd_event_loop.h"
@@ -118,6 +119,7 @@ protected:
         return *displays_;
     }
 
+    void endClient() { client_.reset(); }
     X11Client& client() { return client_ ? *client_ : client_.emplace(server().address()); }
 
 private:
@@ -172,6 +174,44 @@ TEST_F(X11TableDeviceTest, LeavesDisplaysAloneInAnEmergencyThatItDoesNotFilter) 
 TEST_F(X11TableDeviceTest, HasNoGrayOnDriversWithoutAMatrix) {
     EXPECT_EQ(client().device().grayscale().isEnabled().error().code, ErrorCode::Unsupported);
     EXPECT_EQ(client().device().grayscale().setEnabled(true).error().code, ErrorCode::Unsupported);
+}
+
+// The rows of a matrix in S31.32, two words a number, the low one first.
+std::vector<std::uint32_t> matrixOf(const std::array<double, 9>& numbers) {
+    std::vector<std::uint32_t> words;
+    for (const double number : numbers) {
+        const auto fixed = static_cast<std::uint64_t>(std::llround(number * 4294967296.0));
+        words.push_back(static_cast<std::uint32_t>(fixed));
+        words.push_back(static_cast<std::uint32_t>(fixed >> 32U));
+    }
+    return words;
+}
+
+TEST_F(X11TableDeviceTest, TakesGrayBackByItselfInAnEmergencyAndAfterAKill) {
+    const auto neutral = matrixOf({1, 0, 0, 0, 1, 0, 0, 0, 1});
+    const auto gray = matrixOf({0.2126, 0.7152, 0.0722, 0.2126, 0.7152, 0.0722, 0.2126, 0.7152, 0.0722});
+    for (const char* output : {"DUMMY0", "DUMMY2"}) displays().setMatrix(output, neutral);
+    const auto expect = [&](const std::vector<std::uint32_t>& matrix) {
+        for (const char* output : {"DUMMY0", "DUMMY2"}) EXPECT_EQ(displays().matrix(output), matrix) << output;
+        EXPECT_TRUE(displays().matrix("DUMMY1").empty());
+    };
+    auto& service = client().device().grayscale();
+    EXPECT_FALSE(service.isEnabled().value());
+    for (const bool isOn : {true, false, true}) {
+        ASSERT_TRUE(service.setEnabled(isOn));
+        EXPECT_EQ(service.isEnabled().value(), isOn);
+        expect(isOn ? gray : neutral);
+    }
+    endClient();
+    expect(gray);
+    client().device().grayscale().undoUncleanRun();
+    EXPECT_FALSE(client().device().grayscale().isEnabled().value());
+    expect(neutral);
+
+    ASSERT_TRUE(client().device().grayscale().setEnabled(true));
+    filter();
+    client().emergency().restore();
+    expect(neutral);
 }
 
 }  // namespace
