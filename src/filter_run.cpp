@@ -15,7 +15,7 @@ namespace dravo {
 cli::ExitCode FilterRun::run(RunKind kind, const std::optional<ControlRequest>& first) {
     if (!takeLock(kind)) return failure_;
     auto guard = posix::TerminationGuard::create(
-        [this] { return emergency_.open().hasValue(); }, [this] { emergency_.restore(); },
+        [this] { return session_->lastWord().open().hasValue(); }, [this] { session_->lastWord().speak(); },
         inherited_ ? posix::TerminationGuard::Found::ours : posix::TerminationGuard::Found::theirOwn);
     if (guard) guard_ = std::move(*guard);
     if (!connect()) return failure_;
@@ -74,28 +74,24 @@ void FilterRun::giveWay(RunKind kind, int holder) {
 }
 
 bool FilterRun::connect() {
-    auto device = x11::X11TableDevice::create("", &emergency_);
-    if (device) {
-        device_ = std::move(*device);
-        return true;
-    }
-    std::fprintf(stderr, "dravo: %s\n", localized(device.error().message).c_str());
+    const auto opened = session_->openDisplays(originalGamma_, loop_);
+    if (opened) return true;
+    std::fprintf(stderr, "dravo: %s\n", localized(opened.error().message).c_str());
     failure_ = cli::ExitCode::NoDisplayServer;
     return false;
 }
 
 // False without a guard: nothing is then written but the displays' own tables.
 bool FilterRun::launch() {
-    originalGamma_.emplace(folder_);
-    originalGamma_->onUnsynced = [this](const std::filesystem::path& path) {
+    originalGamma_.onUnsynced = [this](const std::filesystem::path& path) {
         loop_.post([this, path] { backgroundSync_.sync(path); });
     };
-    displays_.emplace(*device_, *originalGamma_, loop_);
-    grayscale_.emplace(device_->grayscale(), *originalGamma_);
-    applicator_.emplace(*displays_, wakeSource_, loop_);
+    auto& displays = session_->displays();
+    grayscale_.emplace(session_->grayscale(), originalGamma_);
+    applicator_.emplace(displays, wakeSource_, loop_);
     defaults_.setMayWrite([this] { return !applicator_->isRamping(); });
     using Beginning = RememberedDisplays::Beginning;
-    const bool wasUnclean = displays_->begin(inherited_ ? Beginning::goingOn : Beginning::afresh);
+    const bool wasUnclean = displays.begin(inherited_ ? Beginning::goingOn : Beginning::afresh);
     if (inherited_ && inherited_->hasGrayOn) {
         grayscale_->takeOver();
     } else {
@@ -107,7 +103,7 @@ bool FilterRun::launch() {
     }
     if (!guard_) return false;
     guard_->waitUntilReady();
-    if (!emergency_.isOpen())
+    if (!session_->isGuarded())
         reportOnce("unguarded", localized("not filtered until the X server grants another connection"));
     filterState_.emplace(FilterStateParts{loop_, calendar_, preferences_, customPresets_, breakTimer_,
                                           locationProvider_, *applicator_, *grayscale_, wakeSource_,
@@ -123,8 +119,8 @@ cli::ExitCode FilterRun::giveUp(const Error& why) {
 }
 
 void FilterRun::listen() {
-    device_->listen(loop_, loop_);
-    loss_ = displays_->onLoss([this] { serverIsGone(); });
+    session_->listen(loop_, loop_);
+    loss_ = session_->displays().onLoss([this] { serverIsGone(); });
     shortcutManager_.onToggle = [this] { filterState_->toggle(); };
     shortcutManager_.registerIfEnabled();
     offRequest_.emplace(loop_, SIGUSR1, [this] {
@@ -132,9 +128,9 @@ void FilterRun::listen() {
         if (lock_) lock_->answer(isOff ? kIsOff : isOff.error().message);
     });
     quitRequest_.emplace(loop_, SIGUSR2, [this] { quit(); });
-    control_.emplace(FilterControlParts{*filterState_, preferences_, customPresets_, breakTimer_, locationProvider_,
-                                        *displays_, *grayscale_, loop_, calendar_, [this] { return showPanel(); },
-                                        [this] { quit(); }, [this] { return restore(); }});
+    control_.emplace(FilterControlParts{
+        *filterState_, preferences_, customPresets_, breakTimer_, locationProvider_, session_->displays(), *grayscale_,
+        loop_, calendar_, [this] { return showPanel(); }, [this] { quit(); }, [this] { return restore(); }});
     controlService_.emplace(sessionBus_, loop_);
     controlService_->serve(*control_);
     loop_.post([this] { breakNotifier_.refreshStatus(); });
@@ -160,11 +156,11 @@ void FilterRun::startDesktop() {
     const posix::EndInterceptor otherwise([&] {
         [[maybe_unused]] const auto written = ::write(STDERR_FILENO, told.data(), told.size());
         static_cast<void>(startSuccessor(successor));
-        emergency_.restore();
+        session_->lastWord().speak();
     });
     auto desktop = DesktopRun::create(
         {{*filterState_, preferences_, customPresets_, breakTimer_, breakNotifier_, locationProvider_, *applicator_,
-          *grayscale_, *displays_, *control_, shortcutManager_, launchAtLogin_, loop_, calendar_, appearance_,
+          *grayscale_, session_->displays(), *control_, shortcutManager_, launchAtLogin_, loop_, calendar_, appearance_,
           systemSettings_, *updater_, [this] { relaunch(); }, [this] { quit(); }},
          loop_,
          [this] {
@@ -194,7 +190,7 @@ void FilterRun::giveBack() {
     if (filterState_) filterState_->saveNow();
     grayscale_->set(false);
     // Unconfirmed, the saved tables stay: the next start gives the displays back.
-    if (applicator_->shutDown() && !grayscale_->isOurs()) originalGamma_->clear();
+    if (applicator_->shutDown() && !grayscale_->isOurs()) originalGamma_.clear();
     defaults_.flush();
 }
 
@@ -223,7 +219,7 @@ void FilterRun::relaunch() {
         std::fprintf(stderr, "dravo: %s\n", told.c_str());
     };
     // What is on the displays would be the successor's only knowledge of them.
-    if (const auto prepared = displays_->prepareHandOver(); !prepared) return failed(prepared.error());
+    if (const auto prepared = session_->displays().prepareHandOver(); !prepared) return failed(prepared.error());
     filterState_->saveNow();
     defaults_.flush();
     auto successor = makeSuccessor(true);

@@ -42,8 +42,7 @@
 #include "platform/posix/system_calendar.h"
 #include "platform/posix/termination_guard.h"
 #include "platform/posix/zone_position.h"
-#include "platform/x11/x11_hot_key_service.h"
-#include "platform/x11/x11_table_device.h"
+#include "session/session.h"
 
 namespace dravo {
 
@@ -84,9 +83,10 @@ private:
     DataFolder folder_ = DataFolder::ofThisUser();
     std::optional<HandOver> inherited_ = inheritance();  ///< From the program that this one replaced.
     std::optional<posix::InstanceLock> lock_;
-    x11::EmergencyRestore emergency_{""};
-    std::unique_ptr<posix::TerminationGuard> guard_;
     posix::SdEventLoop loop_;
+    OriginalGammaStore originalGamma_{folder_};
+    std::unique_ptr<Session> session_ = Session::choose(Session::Guarding::byLastWord);
+    std::unique_ptr<posix::TerminationGuard> guard_;
     posix::BackgroundSync backgroundSync_;
     files::TomlUserDefaults defaults_{files::TomlUserDefaults::defaultPath(folder_.home.parent_path()), loop_, loop_};
     PreferencesStore preferences_{defaults_};
@@ -106,16 +106,13 @@ private:
     files::DesktopSettings systemSettings_{loop_, loop_};
     BreakNotifier breakNotifier_{notifications_};
     BreakTimer breakTimer_{preferences_, breakNotifier_, loop_};
-    x11::X11HotKeyService hotKeys_{"", loop_, loop_};
+    std::unique_ptr<HotKeyService> hotKeys_ = Session::makeHotKeys(loop_, loop_);
     files::AutostartLoginItem loginItems_{files::AutostartPlace::ofThisProcess(folder_.home.parent_path())};
-    KeyboardShortcutManager shortcutManager_{hotKeys_, preferences_, loop_};
+    KeyboardShortcutManager shortcutManager_{*hotKeys_, preferences_, loop_};
     LaunchAtLogin launchAtLogin_{loginItems_};
     LocationProvider locationProvider_{loop_, preferences_, locationService_, zones_, calendar_};
 
-    // Built once the display server is there.
-    std::unique_ptr<x11::X11TableDevice> device_;
-    std::optional<OriginalGammaStore> originalGamma_;
-    std::optional<RememberedDisplays> displays_;
+    // Built once the displays are open.
     std::optional<GrayscaleSwitch> grayscale_;
     std::optional<GammaApplicator> applicator_;
     std::optional<FilterState> filterState_;

@@ -37,7 +37,7 @@
 #include "platform/posix/system_calendar.h"
 #include "platform/posix/termination_guard.h"
 #include "platform/posix/zone_position.h"
-#include "platform/x11/x11_table_device.h"
+#include "session/session.h"
 
 namespace {
 
@@ -172,7 +172,7 @@ public:
                        filled(localized("%@; a Dravo started now would not be noticed"), {lock.error().message}));
         }
         (*displays)->begin(RememberedDisplays::Beginning::doubtful);
-        GrayscaleSwitch(device_->grayscale(), *saved_).undoUncleanRun();
+        GrayscaleSwitch(session_->grayscale(), *saved_).undoUncleanRun();
         return *displays;
     }
 
@@ -180,13 +180,10 @@ private:
     static constexpr std::size_t kLargestZone = 1 << 20;
 
     Result<RememberedDisplays*> connect() {
-        if (!displays_) {
-            auto device = x11::X11TableDevice::create("", nullptr);
-            if (!device) return device.error();
-            device_ = std::move(*device);
-            displays_.emplace(*device_, saved_.emplace(folder()), loop_);
-        }
-        return &*displays_;
+        if (!saved_) saved_.emplace(folder());
+        const auto opened = session_->openDisplays(*saved_, loop_);
+        if (!opened) return opened.error();
+        return &session_->displays();
     }
 
     std::optional<DefaultsValue> stored(std::string_view key) {
@@ -212,9 +209,8 @@ private:
     std::optional<LockHolder> instance_;
     std::optional<posix::InstanceLock> lock_;
     posix::SdEventLoop loop_;
-    std::unique_ptr<x11::X11TableDevice> device_;
     std::optional<OriginalGammaStore> saved_;
-    std::optional<RememberedDisplays> displays_;
+    std::unique_ptr<Session> session_ = Session::choose(Session::Guarding::byCaller);
     std::optional<CustomPresetStore> store_;
     posix::SystemCalendar calendar_;
 };

@@ -126,7 +126,7 @@ protected:
             others.push_back(*std::move(another));
         }
         const auto guard =
-            posix::TerminationGuard::create([&] { return emergency.open().hasValue(); }, [&] { emergency.restore(); });
+            posix::TerminationGuard::create([&] { return emergency.open().hasValue(); }, [&] { emergency.speak(); });
         (*guard)->waitUntilReady();
         if (load(kStrong) == isServerFull) _exit(2);
         others.clear();

@@ -64,7 +64,7 @@ void EmergencyRestore::setTargets(std::shared_ptr<const EmergencyTargets> target
     targets_.swap(targets);
 }
 
-void EmergencyRestore::restore() {
+void EmergencyRestore::speak() {
     std::shared_ptr<const EmergencyTargets> targets;
     {
         const std::lock_guard lock(mutex_);

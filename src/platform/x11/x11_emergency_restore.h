@@ -5,7 +5,8 @@
 #include <mutex>
 #include <vector>
 
-#include "display/table_ledger.h"
+#include "display/last_word.h"
+#include "display/table_device.h"
 #include "platform/x11/x11_connection.h"
 
 namespace dravo::x11 {
@@ -23,24 +24,24 @@ struct EmergencyTargets {
 
 /// Gives the displays back on its own connection, whatever the main thread is doing.
 ///
-/// `open` and `restore` run on the guard's thread, `setTargets` on the main thread.
-class EmergencyRestore {
+/// `open` and `speak` run on the guard's thread, `setTargets` on the main thread.
+class EmergencyRestore final : public LastWord {
 public:
     /// `display` as for `connect`. Names the authority file in $XAUTHORITY where nobody has, so that two threads may
     /// connect at once from here on. REQUIRES: no other thread yet.
     explicit EmergencyRestore(std::string display);
 
     /// Connects. Errors: `Disconnected`.
-    Result<void> open();
-    /// Whether `restore` could do its work: as long as it could not, nothing may be written to a display. Any thread.
+    Result<void> open() override;
+    /// Whether `speak` could do its work: as long as it could not, nothing may be written to a display. Any thread.
     [[nodiscard]] bool isOpen() const { return isOpen_.load(std::memory_order_acquire); }
 
-    /// Swaps in what `restore` is to do. Called before the main thread's first write to a CRTC.
+    /// Swaps in what `speak` is to do. Called before the main thread's first write to a CRTC.
     void setTargets(std::shared_ptr<const EmergencyTargets> targets);
 
     /// Takes the engine's connection away, loads every ramp and waits for the server's confirmation, two seconds at
     /// most. Does nothing before the first targets.
-    void restore();
+    void speak() override;
 
 private:
     std::string display_;

@@ -157,7 +157,7 @@ TEST_F(X11TableDeviceTest, GivesEverythingBackInAnEmergencyWhateverTheEngineStil
     auto& run = filter();
     ASSERT_NE(displays().ramps(), before);
 
-    client().emergency().restore();
+    client().emergency().speak();
     EXPECT_EQ(displays().ramps(), before);
     run.show(dimmed(0.2F), Fade::none);
     EXPECT_EQ(run.giveBack(Displays::GivingBack::forNow).error().code, ErrorCode::Disconnected);
@@ -167,7 +167,7 @@ TEST_F(X11TableDeviceTest, GivesEverythingBackInAnEmergencyWhateverTheEngineStil
 TEST_F(X11TableDeviceTest, LeavesDisplaysAloneInAnEmergencyThatItDoesNotFilter) {
     ASSERT_TRUE(filter().giveBack(Displays::GivingBack::forNow));
     displays().setRamp("DUMMY0", testing::calibrationRamp(4));  // another program's night light
-    client().emergency().restore();
+    client().emergency().speak();
     EXPECT_EQ(displays().ramp("DUMMY0"), testing::calibrationRamp(4));
 }
 
@@ -210,7 +210,7 @@ TEST_F(X11TableDeviceTest, TakesGrayBackByItselfInAnEmergencyAndAfterAKill) {
 
     ASSERT_TRUE(client().device().grayscale().setEnabled(true));
     filter();
-    client().emergency().restore();
+    client().emergency().speak();
     expect(neutral);
 }
 
