@@ -14,7 +14,7 @@
 namespace dravo::memory {
 
 /// The displays, cables and display server of a machine that exists in memory only. It outlives its clients, as a real
-/// one does: destroy a MemoryDisplayServer without restoring, make another, and that was a crash.
+/// one does: destroy a MemoryTableDevice without restoring, make another, and that was a crash.
 ///
 /// Thread: one thread.
 class VirtualDesk {
