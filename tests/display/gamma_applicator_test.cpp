@@ -262,6 +262,30 @@ TEST(GammaApplicatorTest, FiltersADisplayThatComesDuringAFade) {
     EXPECT_TRUE(world.shows(kDark, 1)) << "what the others are on their way to";
 }
 
+TEST(GammaApplicatorTest, ShowsTheLatestWishOnAServerThatAnswersLate) {
+    EngineWorld world({256, 1024});
+    auto& applicator = world.launched();
+    auto& device = world.run->device;
+    device.answersLate = true;
+    applicator.apply(kDark, Fade::animated);  // asks first what the displays hold
+    applicator.apply(kDarker, Fade::none);
+    for (int i = 0; i < 20; ++i) {
+        world.scheduler.advance(30ms);
+        if (i % 3 == 0) device.answerAll();
+    }
+    EXPECT_TRUE(world.shows(kDarker, 0) && world.shows(kDarker, 1));
+
+    world.desk.log.clear();
+    applicator.apply(kDark, Fade::animated);
+    world.scheduler.advance(200ms);
+    EXPECT_EQ(world.desk.log.size(), 2U) << "frames are left out while one is under way";
+    world.scheduler.advance(100ms);
+    EXPECT_TRUE(world.shows(kDark, 0) && world.shows(kDark, 1)) << "but not the last";
+    ASSERT_TRUE(applicator.shutDown());
+    EXPECT_TRUE(world.showsOwn(0) && world.showsOwn(1));
+    EXPECT_TRUE(device.guarded().empty());
+}
+
 TEST(GammaApplicatorTest, WritesInTheEventOfAWakeWithoutBelievingTheServersCopy) {
     EngineWorld world;
     world.launched().apply(kDark, Fade::none);
