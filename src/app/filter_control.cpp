@@ -14,7 +14,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int kMorningHour = 8;
+constexpr int kMorning = 8 * 60;
 constexpr auto kShortestNight = 1h;
 
 std::string_view nameOf(LocationProvider::Status status) {
@@ -177,14 +177,7 @@ Answer perform(const request::Quit&, Parts& parts) {
 }  // namespace
 
 WallTime nextMorning(WallTime now, const Calendar& calendar) {
-    LocalFields morning = calendar.fields(now);
-    morning.hour = kMorningHour;
-    morning.minute = 0;
-    morning.second = 0;
-    const WallTime today = calendar.instant(morning);
-    if (today - now > kShortestNight) return today;
-    ++morning.day;
-    return calendar.instant(morning);
+    return nextTimeOfDay(kMorning, now + kShortestNight, calendar);
 }
 
 FilterControl::FilterControl(FilterControlParts parts) : parts_(std::move(parts)) {

@@ -36,4 +36,16 @@ public:
     [[nodiscard]] virtual Subscription onZoneChange(std::function<void()> callback) = 0;
 };
 
+/// The first instant after `after` at which the clocks show this minute of the day.
+[[nodiscard]] inline WallTime nextTimeOfDay(int minutes, WallTime after, const Calendar& calendar) {
+    LocalFields fields = calendar.fields(after);
+    fields.hour = 0;
+    fields.minute = minutes;
+    fields.second = 0;
+    const WallTime today = calendar.instant(fields);
+    if (today > after) return today;
+    ++fields.day;
+    return calendar.instant(fields);
+}
+
 }  // namespace dravo

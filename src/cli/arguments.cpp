@@ -1,7 +1,6 @@
 #include "cli/arguments.h"
 
-#include <getopt.h>
-
+#include <algorithm>
 #include <string>
 
 #include "base/shortest_text.h"
@@ -11,40 +10,28 @@ namespace dravo::cli {
 
 namespace {
 
-/// getopt's value for the option in row 0 of a command; beyond every character.
-constexpr int kFirstOption = 256;
-
-/// "-": operands come in order, in between; ":": a missing value has an answer of its own.
-constexpr const char* kShortOptions = "-:h";
-
 Error wrong(std::string message) { return Error{ErrorCode::InvalidInput, std::move(message)}; }
 
+/// REQUIRES: begins with "-".
 bool isNegativeNumber(std::string_view word) {
-    return word.size() > 1 && word[0] == '-' && (word[1] == '.' || (word[1] >= '0' && word[1] <= '9'));
+    return word.size() > 1 && (word[1] == '.' || (word[1] >= '0' && word[1] <= '9'));
 }
 
-std::vector<option> longOptions(const Command& command) {
-    std::vector<option> result;
+/// The option with this name, or the only one whose name begins like it.
+const Option* findOption(const Command& command, std::string_view name) {
+    const Option* found = nullptr;
     for (const Option& row : command.options) {
-        const int needsValue = row.kind == Option::Kind::Flag ? no_argument : required_argument;
-        result.push_back({row.name, needsValue, nullptr, kFirstOption + static_cast<int>(result.size())});
+        if (name == row.name) return &row;
+        if (!std::string_view(row.name).starts_with(name)) continue;
+        if (found) return nullptr;
+        found = &row;
     }
-    result.push_back({"help", no_argument, nullptr, 'h'});
-    result.push_back({nullptr, 0, nullptr, 0});
-    return result;
+    return name.empty() ? nullptr : found;
 }
 
-/// What getopt stumbled over, from its globals.
-Error misuse(const Command& command, int outcome, const char* word) {
-    if (outcome == ':') return wrong(filled(localized("option %@ needs a value"), {quoted(word)}));
-    if (optopt >= kFirstOption) {
-        const Option& row = command.options[static_cast<std::size_t>(optopt - kFirstOption)];
-        return wrong(filled(localized("option '--%@' takes no value"), {row.name}));
-    }
+Error unknownOption(const Command& command, std::string_view typed) {
     std::vector<std::string_view> names{"help"};
     for (const Option& row : command.options) names.emplace_back(row.name);
-    std::string_view typed(word);
-    typed = typed.substr(0, typed.find('='));
     const std::string_view meant = typed.starts_with("--") ? nearest(typed.substr(2), names) : std::string_view{};
     const std::string unknown = filled(localized("unknown option %@"), {quoted(typed)});
     return wrong(meant.empty() ? unknown : withGuess(unknown, "--" + std::string(meant)));
@@ -54,47 +41,43 @@ Error misuse(const Command& command, int outcome, const char* word) {
 
 Result<Arguments> Arguments::parse(const Command& command, int count, char** words) {
     Arguments result;
-    const std::vector<option> table = longOptions(command);
-    // getopt starts at the second word: give it the word before, which is the command's name.
-    char** const argv = words - 1;
-    const int argc = count + 1;
-    opterr = 0;
-    optind = 0;  // forget what an earlier parse left behind; done in a call that has nothing to read
-    static_cast<void>(getopt_long(1, argv, kShortOptions, table.data(), nullptr));
-    for (;;) {
-        const int next = optind;
-        if (next < argc && isNegativeNumber(argv[next])) {
-            result.operands_.emplace_back(argv[next]);
-            optind = next + 1;
-            continue;
-        }
-        const int outcome = getopt_long(argc, argv, kShortOptions, table.data(), nullptr);
-        if (outcome == -1) break;
-        if (outcome == 1) {
-            result.operands_.emplace_back(optarg);
-        } else if (outcome == 'h') {
-            result.wantsHelp_ = true;
-        } else if (outcome == ':' || outcome == '?') {
-            return misuse(command, outcome, argv[next]);
+    bool isBehindDashes = false;
+    for (int i = 0; i < count; ++i) {
+        const std::string_view word = words[i];
+        if (isBehindDashes || word.size() < 2 || word[0] != '-' || isNegativeNumber(word)) {
+            result.operands_.push_back(word);
+        } else if (word == "--") {
+            isBehindDashes = true;
         } else {
-            const Option& row = command.options[static_cast<std::size_t>(outcome - kFirstOption)];
-            if (const auto added = result.add(row, optarg); !added) return added.error();
+            const std::size_t equals = word.find('=');
+            const std::string_view typed = word.substr(0, equals);
+            const Option* const option = typed.starts_with("--") ? findOption(command, typed.substr(2)) : nullptr;
+            if (word == "-h" || (!option && std::string_view("--help").starts_with(word))) {
+                result.wantsHelp_ = true;
+                continue;
+            }
+            if (!option) return unknownOption(command, typed);
+            const bool isFlag = option->kind == Option::Kind::Flag;
+            const bool hasValue = equals != std::string_view::npos;
+            if (isFlag && hasValue) return wrong(filled(localized("option '--%@' takes no value"), {option->name}));
+            if (!isFlag && !hasValue && ++i == count)
+                return wrong(filled(localized("option %@ needs a value"), {quoted(word)}));
+            const std::string_view value = hasValue ? word.substr(equals + 1) : isFlag ? "" : words[i];
+            if (const auto added = result.add(*option, value); !added) return added.error();
         }
     }
-    for (int i = optind; i < argc; ++i) result.operands_.emplace_back(argv[i]);
     if (result.wantsHelp_) return result;
     if (const auto checked = result.checkOperands(command); !checked) return checked.error();
     return result;
 }
 
-Result<void> Arguments::add(const Option& option, const char* value) {
-    Given given{&option, value ? std::string_view(value) : std::string_view{}, 0};
+Result<void> Arguments::add(const Option& option, std::string_view text) {
+    Given given{&option, text, 0};
     if (option.kind == Option::Kind::Number) {
-        const auto number = parseNumber(given.text);
+        const auto number = parseNumber(text);
         if (!number || *number < option.least || *number > option.most) {
-            return wrong(
-                filled(localized("--%1$@ takes a number from %2$@ to %3$@, not %4$@"),
-                       {option.name, shortestText(option.least), shortestText(option.most), quoted(given.text)}));
+            return wrong(filled(localized("--%1$@ takes a number from %2$@ to %3$@, not %4$@"),
+                                {option.name, shortestText(option.least), shortestText(option.most), quoted(text)}));
         }
         given.number = *number;
     }
@@ -103,17 +86,15 @@ Result<void> Arguments::add(const Option& option, const char* value) {
 }
 
 Result<void> Arguments::checkOperands(const Command& command) const {
-    if (operands_.size() > command.mostOperands) {
+    if (operands_.size() > command.mostOperands)
         return wrong(filled(localized("too many arguments, from %@ on"), {quoted(operands_[command.mostOperands])}));
-    }
     if (operands_.size() < command.leastOperands) return wrong(localized("an argument is missing"));
     return {};
 }
 
 const Arguments::Given* Arguments::find(std::string_view option) const {
-    for (auto given = given_.rbegin(); given != given_.rend(); ++given) {
+    for (auto given = given_.rbegin(); given != given_.rend(); ++given)
         if (given->option->name == option) return &*given;
-    }
     return nullptr;
 }
 

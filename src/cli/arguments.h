@@ -35,7 +35,7 @@ private:
         double number = 0;
     };
     [[nodiscard]] const Given* find(std::string_view option) const;
-    [[nodiscard]] Result<void> add(const Option& option, const char* value);
+    [[nodiscard]] Result<void> add(const Option& option, std::string_view text);
     [[nodiscard]] Result<void> checkOperands(const Command& command) const;
 
     std::vector<std::string_view> operands_;

@@ -56,10 +56,11 @@ struct Call {
 /// One row of the command table: all that parsing, help and shell completion know about a command.
 struct Command {
     const char* name = "";
-    TextKey summary = {};                   ///< One line for the list of commands.
-    ShortList<const char*, 3> usages = {};  ///< Operands and options after the name, one line for each form.
-    TextKey description = {};               ///< A paragraph for its help; may be empty.
-    ShortList<Option, 6> options = {};      ///< Besides --help, which every command has.
+    TextKey summary = {};  ///< One line for the list of commands.
+    /// Operands and options after the name, one line for each form. None: only the options.
+    ShortList<const char*, 3> usages = {};
+    TextKey description = {};           ///< A paragraph for its help; may be empty.
+    ShortList<Option, 6> options = {};  ///< Besides --help, which every command has.
     std::size_t leastOperands = 0;
     std::size_t mostOperands = 0;
     /// Runs it. Operand count and number ranges are already checked.

@@ -5,8 +5,6 @@
 
 #include "cli/arguments.h"
 #include "cli/commands.h"
-#include "cli/completion.h"
-#include "cli/help.h"
 #include "cli/text.h"
 
 namespace dravo::cli {

@@ -22,7 +22,7 @@ extern const Command kImportCommand;
 extern const Command kExportCommand;
 extern const Command kHelpCommand;
 
-/// The command table, in the order of the help.
+/// The command table, in the order of the help. Help and completion are made from it.
 [[nodiscard]] std::span<const Command* const> commands();
 
 /// The row with that name, or null.
@@ -30,5 +30,14 @@ extern const Command kHelpCommand;
 
 /// "unknown command 'x'", with the name that was probably meant.
 [[nodiscard]] std::string unknownCommand(std::string_view name);
+
+/// The program's help (how to start it, the commands, the exit codes) and one command's.
+[[nodiscard]] std::string programHelp();
+[[nodiscard]] std::string commandHelp(const Command& command);
+
+/// What shell completion offers for the last of `words`, which stand after the program's name up to the cursor: a line
+/// for each, with the word, a tab and what it means, or ":files" where files may stand. Only the meanings are
+/// translated.
+[[nodiscard]] std::string completions(std::span<const char* const> words, CommandContext& context);
 
 }  // namespace dravo::cli

@@ -1,8 +1,7 @@
-#include "cli/completion.h"
-
 #include <algorithm>
 #include <vector>
 
+#include "cli/command_context.h"
 #include "cli/commands.h"
 #include "cli/text.h"
 

@@ -88,24 +88,12 @@ std::optional<std::chrono::seconds> parseDuration(std::string_view text) {
     return text.empty() ? std::optional(sum) : std::nullopt;
 }
 
-/// The next instant at which the clocks show that time.
-WallTime nextTime(int minutes, WallTime now, const Calendar& calendar) {
-    LocalFields fields = calendar.fields(now);
-    fields.hour = 0;
-    fields.minute = minutes;
-    fields.second = 0;
-    const WallTime today = calendar.instant(fields);
-    if (today > now) return today;
-    ++fields.day;
-    return calendar.instant(fields);
-}
-
 Asked parsePause(std::string_view text, CommandContext& context) {
     if (text == "morning") return ControlRequest(request::PauseUntilMorning{});
     if (const auto minutes = parseClock(text)) {
         const auto zone = context.timeZone(std::nullopt);
         if (!zone) return zone.error();
-        return ControlRequest(request::PauseUntil{nextTime(*minutes, context.now(), zone->calendar)});
+        return ControlRequest(request::PauseUntil{nextTimeOfDay(*minutes, context.now(), zone->calendar)});
     }
     if (const auto span = parseDuration(text)) return checked(request::PauseFor{*span});
     return notUnderstood(
@@ -125,28 +113,25 @@ ExitCode runPreset(const Call& call) {
     return finish(call, answer);
 }
 
-std::optional<double>* adjustmentNamed(request::SetAdjustments& change, std::string_view name) {
-    if (name == "intensity") return &change.intensity;
-    if (name == "dimming") return &change.dimming;
-    if (name == "black-point" || name == "blackPoint") return &change.blackPoint;
-    if (name == "contrast") return &change.contrast;
-    return nullptr;
-}
-
 Asked parseAdjustments(const std::vector<std::string_view>& words) {
     request::SetAdjustments change;
+    const std::pair<std::string_view, std::optional<double>*> known[] = {{"intensity", &change.intensity},
+                                                                         {"dimming", &change.dimming},
+                                                                         {"black-point", &change.blackPoint},
+                                                                         {"blackPoint", &change.blackPoint},
+                                                                         {"contrast", &change.contrast}};
     for (const std::string_view word : words) {
         const std::string_view name = word.substr(0, word.find('='));
         if (name.size() == word.size())
             return notUnderstood(filled(localized("adjustments are given as intensity=0.6, not %@"), {quoted(word)}));
-        std::optional<double>* const value = adjustmentNamed(change, name);
-        if (!value) {
+        const auto meant = std::ranges::find(known, name, &std::pair<std::string_view, std::optional<double>*>::first);
+        if (meant == std::end(known)) {
             return notUnderstood(filled(
                 localized("nothing to adjust is called %@; there are intensity, dimming, black-point and contrast"),
                 {quoted(name)}));
         }
-        *value = parseNumber(word.substr(name.size() + 1));
-        if (!*value) return notUnderstood(filled(localized("this is no number: %@"), {quoted(word)}));
+        *meant->second = parseNumber(word.substr(name.size() + 1));
+        if (!*meant->second) return notUnderstood(filled(localized("this is no number: %@"), {quoted(word)}));
     }
     return checked(change);
 }
@@ -231,7 +216,6 @@ constexpr Command kCommands[] = {
     {
         .name = "status",
         .summary = textKey("Show what the running Dravo does"),
-        .usages = {"[--follow] [--json]"},
         .description = textKey("Times are local; --json gives them in UTC, and minutes of the local day for the "
                                "schedule. What only counts down is no change."),
         .options = {{"follow", "", textKey("Print a line now and one for each change, until Dravo ends")}, kJsonOption},
@@ -240,7 +224,6 @@ constexpr Command kCommands[] = {
     {
         .name = "toggle",
         .summary = textKey("Switch the filter on or off"),
-        .usages = {"[--start] [--json]"},
         .description = textKey("Holds until the schedule's next change, as 'on' and 'off' do."),
         .options = {kStartOption, kStateJsonOption},
         .run = runToggle,
@@ -248,14 +231,12 @@ constexpr Command kCommands[] = {
     {
         .name = "on",
         .summary = textKey("Switch the filter on"),
-        .usages = {"[--json]"},
         .options = {kStateJsonOption},
         .run = ask<request::SwitchOn>,
     },
     {
         .name = "off",
         .summary = textKey("Switch the filter off"),
-        .usages = {"[--json]"},
         .description = textKey("In a pause it drops the pause, and the filter stays off."),
         .options = {kStateJsonOption},
         .run = ask<request::SwitchOff>,
@@ -273,7 +254,6 @@ constexpr Command kCommands[] = {
     {
         .name = "resume",
         .summary = textKey("End a pause"),
-        .usages = {"[--json]"},
         .description = textKey("Without a pause it changes nothing."),
         .options = {kStateJsonOption},
         .run = ask<request::Resume>,
@@ -302,7 +282,6 @@ constexpr Command kCommands[] = {
     {
         .name = "revert",
         .summary = textKey("Revert to preset values"),
-        .usages = {"[--json]"},
         .options = {kStateJsonOption},
         .run = ask<request::RevertToPreset>,
     },
@@ -340,7 +319,6 @@ constexpr Command kCommands[] = {
     {
         .name = "panel",
         .summary = textKey("Open the running Dravo's panel"),
-        .usages = {"[--json]"},
         .description =
             textKey("Does what a second start of Dravo does. One that runs without a window has no panel to open."),
         .options = {kStateJsonOption},
@@ -349,7 +327,6 @@ constexpr Command kCommands[] = {
     {
         .name = "quit",
         .summary = textKey("End the running Dravo"),
-        .usages = {""},
         .description = textKey("Returns when it has ended and every display has its own table back."),
         .run = runQuit,
     },

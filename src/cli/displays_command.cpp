@@ -123,7 +123,6 @@ ExitCode failForDisplays(const Call& call, const Error& error) {
 const Command kDisplaysCommand{
     .name = "displays",
     .summary = textKey("List the displays and what they hold now"),
-    .usages = {"[--json]"},
     .description = textKey("A line for each display: the kind of display server, the display's name, ID and table "
                            "size, whether it can be filtered, and the colour that it shows for white."),
     .options = {kJsonOption},

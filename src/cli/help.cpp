@@ -1,5 +1,3 @@
-#include "cli/help.h"
-
 #include <vector>
 
 #include "base/shortest_text.h"
@@ -70,9 +68,13 @@ std::string programHelp() {
 
 std::string commandHelp(const Command& command) {
     constexpr std::size_t kWidth = 100;
+    const std::string call = "dravo " + std::string(command.name);
     std::vector<std::string> calls;
-    for (const char* const usage : command.usages)
-        calls.push_back("dravo " + std::string(command.name) + (*usage ? " " : "") + usage);
+    for (const char* const usage : command.usages) calls.push_back(call + " " + usage);
+    if (calls.empty()) {
+        calls.push_back(call);
+        for (const Option& option : command.options) calls.back() += " [--" + std::string(option.name) + "]";
+    }
     std::string result = usageText(calls) + "\n" +
                          wrapped(filled(localized("cli.sentence", "%@."), {localized(command.summary)}), kWidth) + "\n";
     if (!command.description.english.empty()) result += "\n" + wrapped(localized(command.description), kWidth) + "\n";

@@ -83,7 +83,6 @@ ExitCode runMelanopic(const Call& call) {
 const Command kPresetsCommand{
     .name = "presets",
     .summary = textKey("List the presets, the built-in ones and your own"),
-    .usages = {"[--json]"},
     .options = {kJsonOption},
     .run = runPresets,
 };

@@ -55,7 +55,6 @@ ExitCode runRestore(const Call& call) {
 const Command kRestoreCommand{
     .name = "restore",
     .summary = textKey("Give every display back its own table"),
-    .usages = {""},
     .description =
         textKey("A running Dravo is asked to switch off. When none runs, every display gets the table saved by an "
                 "earlier run that did not end cleanly, else its colour profile's calibration, else a neutral one."),

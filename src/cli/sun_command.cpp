@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <optional>
 #include <string>
@@ -13,30 +14,20 @@ namespace dravo::cli {
 
 namespace {
 
-/// "2026-06-21" as a day that exists.
-std::optional<std::chrono::year_month_day> parseDate(std::string_view text) {
+/// "2026-06-21" as a day that exists, of the years that the clock's unit reaches from end to end.
+std::optional<LocalFields> parseDate(std::string_view text) {
     constexpr std::string_view kForm = "dddd-dd-dd";
-    if (text.size() != kForm.size()) return std::nullopt;
-    for (std::size_t i = 0; i < kForm.size(); ++i) {
-        const bool isDigit = text[i] >= '0' && text[i] <= '9';
-        if (kForm[i] == 'd' ? !isDigit : text[i] != kForm[i]) return std::nullopt;
-    }
+    const auto isOfForm = [](char c, char form) { return form == 'd' ? c >= '0' && c <= '9' : c == form; };
+    if (!std::ranges::equal(text, kForm, isOfForm)) return std::nullopt;
     const auto number = [&](std::size_t start, std::size_t length) {
-        unsigned value = 0;
-        for (const char digit : text.substr(start, length)) value = value * 10 + static_cast<unsigned>(digit - '0');
-        return value;
+        return std::stoi(std::string(text.substr(start, length)));
     };
-    const std::chrono::year_month_day date{std::chrono::year(static_cast<int>(number(0, 4))),
-                                           std::chrono::month(number(5, 2)), std::chrono::day(number(8, 2))};
-    // The years that the clock's unit reaches from end to end.
-    const bool isWithinReach = date.year() >= std::chrono::year(1678) && date.year() <= std::chrono::year(2261);
-    return date.ok() && isWithinReach ? std::optional(date) : std::nullopt;
-}
-
-/// Noon of the day in the zone: never on another day, whatever the clocks do at night.
-WallTime noonOf(const std::chrono::year_month_day& date, const Calendar& calendar) {
-    return calendar.instant({static_cast<int>(date.year()), static_cast<int>(static_cast<unsigned>(date.month())),
-                             static_cast<int>(static_cast<unsigned>(date.day())), 12, 0, 0});
+    const LocalFields fields{number(0, 4), number(5, 2), number(8, 2), 12, 0, 0};
+    const bool isDay = std::chrono::year_month_day(std::chrono::year(fields.year),
+                                                   std::chrono::month(static_cast<unsigned>(fields.month)),
+                                                   std::chrono::day(static_cast<unsigned>(fields.day)))
+                           .ok();
+    return isDay && fields.year >= 1678 && fields.year <= 2261 ? std::optional(fields) : std::nullopt;
 }
 
 std::string sunJson(const std::optional<SolarTimes>& times, const std::optional<ScheduleWindow>& window) {
@@ -78,7 +69,8 @@ ExitCode runSun(const Call& call) {
     if (!zone) return misused(call, zone.error().message);
     const auto place = placeOf(call, *zone);
     if (!place) return misused(call, place.error().message);
-    const WallTime day = date ? noonOf(*date, zone->calendar) : call.context.now();
+    // Noon is never on another day, whatever the clocks do at night.
+    const WallTime day = date ? zone->calendar.instant(*date) : call.context.now();
     const auto window = SolarCalculator::scheduleWindow(day, zone->calendar, place->latitude, place->longitude);
     const auto times = SolarCalculator::solarTimes(day, place->latitude, place->longitude, zone->calendar);
     call.context.out.write(arguments.has("json") ? sunJson(times, window) : sunText(window));

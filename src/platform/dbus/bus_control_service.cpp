@@ -79,7 +79,7 @@ int BusControlService::onCall(sd_bus_message* call, void* self, sd_bus_error* er
     const auto request = method.read(call);
     const auto answer = request ? static_cast<BusControlService*>(self)->target_->carryOut(*request) : request.error();
     if (!answer)
-        return sd_bus_error_set(error, control::errorName(answer.error().code), answer.error().message.c_str());
+        return sd_bus_error_set(error, control::errorName(answer.error().code).c_str(), answer.error().message.c_str());
     sd_bus_message* made = nullptr;
     if (const int result = sd_bus_message_new_method_return(call, &made); result < 0) return result;
     const Message reply(made);

@@ -1,8 +1,10 @@
 #include "platform/dbus/control_interface.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <iterator>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -26,21 +28,7 @@ std::optional<WallTime> fromInstant(Instant instant) {
     return instant == 0 ? std::nullopt : std::optional(WallTime{std::chrono::microseconds{instant}});
 }
 
-struct NextChange {
-    Instant at = 0;
-    std::string state;  // "on", "off", or empty: none
-    bool operator==(const NextChange&) const = default;
-};
-
-NextChange toNextChange(const std::optional<ControlState::NextChange>& change) {
-    if (!change) return {};
-    return {toInstant(change->at), change->turnsOn ? "on" : "off"};
-}
-
-std::optional<ControlState::NextChange> fromNextChange(const NextChange& change) {
-    if (change.state.empty()) return std::nullopt;
-    return ControlState::NextChange{fromInstant(change.at).value_or(WallTime{}), change.state == "on"};
-}
+using NextChange = std::optional<ControlState::NextChange>;
 
 struct Place {
     std::string source;
@@ -60,6 +48,7 @@ const char* signatureOf(LocationSource) { return "s"; }
 const char* signatureOf(const std::string&) { return "s"; }
 const char* signatureOf(const std::vector<std::string>&) { return "as"; }
 const char* signatureOf(const Coordinates&) { return "ad"; }
+const char* signatureOf(const std::optional<WallTime>&) { return "x"; }
 const char* signatureOf(const NextChange&) { return "(xs)"; }
 const char* signatureOf(const ControlledDisplay&) { return "(usus)"; }
 const char* signatureOf(const std::vector<ControlledDisplay>&) { return "a(usus)"; }
@@ -71,8 +60,10 @@ int append(sd_bus_message* m, Number value) { return sd_bus_message_append(m, si
 int append(sd_bus_message* m, const std::string& value) { return sd_bus_message_append(m, "s", value.c_str()); }
 int append(sd_bus_message* m, ScheduleMode value) { return append(m, std::string(nameOf(value))); }
 int append(sd_bus_message* m, LocationSource value) { return append(m, std::string(nameOf(value))); }
+int append(sd_bus_message* m, const std::optional<WallTime>& value) { return append(m, toInstant(value)); }
 int append(sd_bus_message* m, const NextChange& value) {
-    return sd_bus_message_append(m, "(xs)", value.at, value.state.c_str());
+    return value ? sd_bus_message_append(m, "(xs)", toInstant(value->at), value->turnsOn ? "on" : "off")
+                 : sd_bus_message_append(m, "(xs)", Instant{0}, "");
 }
 int append(sd_bus_message* m, const ControlledDisplay& value) {
     return sd_bus_message_append(m, "(usus)", static_cast<std::uint32_t>(value.id), value.name.c_str(),
@@ -114,10 +105,17 @@ int readName(sd_bus_message* m, Value& value, std::optional<Value> (*named)(std:
 }
 int read(sd_bus_message* m, ScheduleMode& value) { return readName(m, value, scheduleModeNamed); }
 int read(sd_bus_message* m, LocationSource& value) { return readName(m, value, locationSourceNamed); }
+int read(sd_bus_message* m, std::optional<WallTime>& value) {
+    Instant instant = 0;
+    const int result = read(m, instant);
+    value = fromInstant(instant);
+    return result;
+}
 int read(sd_bus_message* m, NextChange& value) {
+    Instant at = 0;
     const char* state = "";
-    const int result = sd_bus_message_read(m, "(xs)", &value.at, &state);
-    value.state = state;
+    const int result = sd_bus_message_read(m, "(xs)", &at, &state);
+    if (*state) value = {fromInstant(at).value_or(WallTime{}), std::string_view(state) == "on"};
     return result;
 }
 int read(sd_bus_message* m, ControlledDisplay& value) {
@@ -186,17 +184,13 @@ std::vector<Property> makeProperties() {
         field("BlackPoint", MEMBER(blackPoint)),
         field("Contrast", MEMBER(contrast)),
         field("IsEdited", MEMBER(isEdited)),
-        property(
-            "PausedUntil", [](const State& state) { return toInstant(state.pausedUntil); },
-            [](State& state, Instant value) { state.pausedUntil = fromInstant(value); }),
+        field("PausedUntil", MEMBER(pausedUntil)),
         field("MelanopicReduction", MEMBER(melanopicReduction)),
         field("ScheduleEnabled", MEMBER(schedule.enabled)),
         field("ScheduleMode", MEMBER(schedule.mode)),
         field("ScheduleStartMinutes", MEMBER(schedule.startMinutes)),
         field("ScheduleEndMinutes", MEMBER(schedule.endMinutes)),
-        property(
-            "NextChange", [](const State& state) { return toNextChange(state.nextChange); },
-            [](State& state, const NextChange& value) { state.nextChange = fromNextChange(value); }),
+        field("NextChange", MEMBER(nextChange)),
         field("BreaksEnabled", MEMBER(breaks.enabled)),
         field("BreakIntervalMinutes", MEMBER(breaks.intervalMinutes)),
         property(
@@ -381,15 +375,10 @@ Methods makeMethods() {
     };
 }
 
-constexpr std::array<std::pair<ErrorCode, const char*>, 7> kErrorNames{{
-    {ErrorCode::Unsupported, "org.dravo.Dravo.Error.Unsupported"},
-    {ErrorCode::Busy, "org.dravo.Dravo.Error.Busy"},
-    {ErrorCode::Disconnected, "org.dravo.Dravo.Error.Disconnected"},
-    {ErrorCode::PermissionDenied, "org.dravo.Dravo.Error.PermissionDenied"},
-    {ErrorCode::InvalidInput, "org.dravo.Dravo.Error.InvalidInput"},
-    {ErrorCode::NotFound, "org.dravo.Dravo.Error.NotFound"},
-    {ErrorCode::Internal, "org.dravo.Dravo.Error.Internal"},
-}};
+constexpr std::string_view kErrorPrefix = "org.dravo.Dravo.Error.";
+/// In the order of the codes.
+constexpr std::string_view kErrorNames[] = {"Unsupported",  "Busy",     "Disconnected", "PermissionDenied",
+                                            "InvalidInput", "NotFound", "Internal"};
 
 template <typename Row>
 const Row* named(std::span<const Row> rows, std::string_view name) {
@@ -427,16 +416,15 @@ ControlAnswer readAnswer(const Method& method, sd_bus_message* reply) {
     return answer;
 }
 
-const char* errorName(ErrorCode code) {
-    for (const auto& [known, name] : kErrorNames)
-        if (known == code) return name;
-    return errorName(ErrorCode::Internal);
+std::string errorName(ErrorCode code) {
+    return std::string(kErrorPrefix).append(kErrorNames[static_cast<std::size_t>(code)]);
 }
 
 std::optional<ErrorCode> errorCodeNamed(std::string_view name) {
-    for (const auto& [code, known] : kErrorNames)
-        if (name == known) return code;
-    return std::nullopt;
+    if (!name.starts_with(kErrorPrefix)) return std::nullopt;
+    const auto found = std::ranges::find(kErrorNames, name.substr(kErrorPrefix.size()));
+    if (found == std::end(kErrorNames)) return std::nullopt;
+    return static_cast<ErrorCode>(found - std::begin(kErrorNames));
 }
 
 }  // namespace dravo::dbus::control

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "app/control_request.h"
@@ -55,7 +56,7 @@ void appendAnswer(const Method& method, sd_bus_message* reply, const ControlAnsw
 [[nodiscard]] ControlAnswer readAnswer(const Method& method, sd_bus_message* reply);
 
 /// Errors as they travel, "org.dravo.Dravo.Error.InvalidInput".
-[[nodiscard]] const char* errorName(ErrorCode code);
+[[nodiscard]] std::string errorName(ErrorCode code);
 /// The code behind such a name; none for other errors.
 [[nodiscard]] std::optional<ErrorCode> errorCodeNamed(std::string_view name);
 
