@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <system_error>
@@ -47,6 +48,16 @@ int writeAll(int fd, std::string_view text) {
     return 0;
 }
 
+/// Deletes what killed writers have left behind under names that begin so. A writer that is alive is younger.
+void sweepRemains(const std::filesystem::path& folder, const std::string& prefix, std::filesystem::file_time_type now) {
+    constexpr std::chrono::hours kLongerThanAnyWrite{1};
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+        if (entry->path().filename().string().starts_with(prefix) &&
+            entry->last_write_time(error) < now - kLongerThanAnyWrite)
+            ::unlink(entry->path().c_str());
+}
+
 /// A file beside `target` that holds the text whole, and goes away again unless it was moved.
 class TemporaryFile {
 public:
@@ -57,21 +68,38 @@ public:
         if (!name_.empty()) ::unlink(name_.c_str());
     }
 
-    /// 0, or the errno of what failed.
+    /// Each of these: 0, or the errno of what failed.
     int create(const std::filesystem::path& target, std::string_view text, const WriteOptions& options) {
-        std::string name = (folderOf(target) / ("." + target.filename().string() + ".XXXXXX")).string();
+        const auto folder = folderOf(target);
+        const std::string prefix = "." + target.filename().string() + ".dravo-";
+        std::string name = (folder / (prefix + "XXXXXX")).string();
         UniqueFd fd(::mkostemp(name.data(), O_CLOEXEC));
         if (!fd) return errno;
         name_ = std::move(name);
+        std::error_code ignored;
+        sweepRemains(folder, prefix, std::filesystem::last_write_time(name_, ignored));
         if (::fchmod(fd.get(), options.mode) != 0) return errno;
         if (const int number = writeAll(fd.get(), text)) return number;
         if (options.sync && ::fsync(fd.get()) != 0) return errno;
         // Some file systems report a full disk or quota only here.
         return ::close(fd.release()) == 0 ? 0 : errno;
     }
-
-    [[nodiscard]] const char* name() const { return name_.c_str(); }
-    void moved() { name_.clear(); }
+    int moveTo(const std::filesystem::path& target) {
+        if (::rename(name_.c_str(), target.c_str()) != 0) return errno;
+        name_.clear();
+        return 0;
+    }
+    /// Not every file system, of those that homes lie on, knows the first way, nor the second.
+    int moveToFree(const std::filesystem::path& target) {
+        if (::renameat2(AT_FDCWD, name_.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
+            name_.clear();
+            return 0;
+        }
+        if (errno != EEXIST && ::linkat(AT_FDCWD, name_.c_str(), AT_FDCWD, target.c_str(), 0) == 0) return 0;
+        if (errno == EEXIST) return EEXIST;
+        const UniqueFd taken(::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+        return taken ? moveTo(target) : errno;
+    }
 
 private:
     std::string name_;
@@ -122,8 +150,7 @@ Result<void> writeFileAtomically(const std::filesystem::path& path, std::string_
 
     TemporaryFile temporary;
     if (const int number = temporary.create(target, text, options)) return failure(kWrite, path, number);
-    if (::rename(temporary.name(), target.c_str()) != 0) return failure(kWrite, path, errno);
-    temporary.moved();
+    if (const int number = temporary.moveTo(target)) return failure(kWrite, path, number);
     if (options.sync) syncFolderOf(target);
     return {};
 }
@@ -131,7 +158,7 @@ Result<void> writeFileAtomically(const std::filesystem::path& path, std::string_
 Result<void> writeFileIfAbsent(const std::filesystem::path& path, std::string_view text, const WriteOptions& options) {
     TemporaryFile temporary;
     if (const int number = temporary.create(path, text, options)) return failure(kWrite, path, number);
-    if (::link(temporary.name(), path.c_str()) != 0) return failure(kWrite, path, errno);
+    if (const int number = temporary.moveToFree(path)) return failure(kWrite, path, number);
     if (options.sync) syncFolderOf(path);
     return {};
 }

@@ -17,7 +17,8 @@ namespace dravo {
 /// `NotFound` (the file or a folder on its way is not there), `PermissionDenied` (also a read-only file system),
 /// `Internal` (the rest: disk full, input/output error).
 ///
-/// Thread: any; two writers of one path do not mix their texts, the later one wins.
+/// Thread: any; two writers of one path do not mix their texts, the later one wins. What a killed one leaves beside the
+/// file is deleted by a later one.
 
 /// How a file is written.
 struct WriteOptions {
@@ -37,7 +38,8 @@ struct WriteOptions {
 Result<void> writeFileAtomically(const std::filesystem::path& path, std::string_view text,
                                  const WriteOptions& options = {});
 
-/// Creates the file, whole or not at all, only if the name is free.
+/// Creates the file, whole or not at all, only if the name is free. (Empty for a moment where the file system can
+/// neither rename to a free name nor link.)
 /// Errors: `Busy` (something has that name; it is untouched).
 Result<void> writeFileIfAbsent(const std::filesystem::path& path, std::string_view text,
                                const WriteOptions& options = {});

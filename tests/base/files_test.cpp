@@ -1,10 +1,20 @@
 #include "base/files.h"
 
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <array>
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <fstream>
 #include <iterator>
 
 #include "support/temporary_folder.h"
@@ -90,6 +100,48 @@ TEST_F(FilesTest, NeverReplacesWhatIsThereWhenAskedForAnAbsentFile) {
     EXPECT_EQ(entries(), 1U);
     fs::create_symlink("nowhere", folder_ / "dangling");
     EXPECT_EQ(writeFileIfAbsent(folder_ / "dangling", "x").error().code, ErrorCode::Busy);
+}
+
+/// For this process no file system can rename to a free name, or link.
+bool forgetLinks() {
+    std::array<sock_filter, 5> rules{{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                                      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_renameat2, 1, 0),
+                                      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_linkat, 0, 1),
+                                      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
+                                      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)}};
+    const sock_fprog program{rules.size(), rules.data()};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program, 0, 0) == 0;
+}
+
+TEST_F(FilesTest, CreatesAnAbsentFileWhereThereAreNoHardLinks) {
+    const ::pid_t child = ::fork();
+    if (child == 0) {
+        const bool isReady = forgetLinks();
+        const auto written = writeFileIfAbsent(folder_ / "a", "first", {.mode = 0644});
+        const auto again = writeFileIfAbsent(folder_ / "a", "second");
+        ::_exit(isReady && written && again.error().code == ErrorCode::Busy ? 0 : 1);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(testing::contentOf(folder_ / "a"), "first");
+    EXPECT_EQ(mode(folder_ / "a"), 0644U);
+    EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(FilesTest, SweepsWhatAKilledWriterOfTheSameFileHasLeft) {
+    const auto put = [&](const std::string& name, std::chrono::hours age) {
+        std::ofstream(folder_ / name) << "half";
+        fs::last_write_time(folder_ / name, fs::file_time_type::clock::now() - age);
+    };
+    put(".a.dravo-Xy12ab", std::chrono::hours(2));
+    put(".a.dravo-Zz98cd", std::chrono::hours(0));  // of a writer that is still at it
+    put(".b.dravo-Xy12ab", std::chrono::hours(2));
+    put(".a.backup", std::chrono::hours(2));
+    ASSERT_TRUE(writeFileAtomically(folder_ / "a", "whole"));
+    EXPECT_FALSE(fs::exists(folder_ / ".a.dravo-Xy12ab"));
+    EXPECT_EQ(entries(), 4U);
 }
 
 TEST_F(FilesTest, CreatesFoldersAndRefusesAFileInTheirPlace) {
