@@ -66,9 +66,9 @@ void FilterRun::giveWay(RunKind kind, int holder) {
         return;
     }
     const std::string refusal =
-        shown.error().code == ErrorCode::Unsupported
-            ? shown.error().message
-            : filled(localized("Dravo is already running (process %@)"), {std::to_string(holder)});
+        shown.error().code == ErrorCode::Unsupported ? shown.error().message
+        : holder > 0 ? filled(localized("Dravo is already running (process %@)"), {std::to_string(holder)})
+                     : localized("Dravo is already running");
     std::fprintf(stderr, "dravo: %s\n", refusal.c_str());
     failure_ = cli::ExitCode::Refused;
 }

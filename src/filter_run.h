@@ -88,7 +88,7 @@ private:
     std::unique_ptr<Session> session_ = Session::choose(Session::Guarding::byLastWord);
     std::unique_ptr<posix::TerminationGuard> guard_;
     posix::BackgroundSync backgroundSync_;
-    files::TomlUserDefaults defaults_{files::TomlUserDefaults::defaultPath(folder_.home.parent_path()), loop_, loop_};
+    files::TomlUserDefaults defaults_{files::TomlUserDefaults::pathIn(folder_.settings), loop_, loop_};
     PreferencesStore preferences_{defaults_};
     gettext::CatalogueLocalizer texts_{
         gettext::CatalogueLocalizer::programFolder(),
@@ -107,7 +107,7 @@ private:
     BreakNotifier breakNotifier_{notifications_};
     BreakTimer breakTimer_{preferences_, breakNotifier_, loop_};
     std::unique_ptr<HotKeyService> hotKeys_ = Session::makeHotKeys(loop_, loop_);
-    files::AutostartLoginItem loginItems_{files::AutostartPlace::ofThisProcess(folder_.home.parent_path())};
+    files::AutostartLoginItem loginItems_{files::AutostartPlace::ofThisProcess(folder_.settings)};
     KeyboardShortcutManager shortcutManager_{*hotKeys_, preferences_, loop_};
     LaunchAtLogin launchAtLogin_{loginItems_};
     LocationProvider locationProvider_{loop_, preferences_, locationService_, zones_, calendar_};

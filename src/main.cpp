@@ -1,8 +1,6 @@
 // The composition root: the only place that knows everybody.
 
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -19,7 +17,6 @@
 #include "base/files.h"
 #include "base/localized.h"
 #include "base/report.h"
-#include "base/unique_fd.h"
 #include "cli/command_line.h"
 #include "cli/running.h"
 #include "display/grayscale_switch.h"
@@ -58,11 +55,13 @@ public:
 
     Result<bool> switchOff() override {
         constexpr std::chrono::seconds kPatience{3};
-        const auto answer = posix::InstanceLock::ask(folder_, SIGUSR1, kPatience);
-        if (answer && *answer == kIsOff) return true;
-        if (answer) return refused(*answer);
-        if (answer.error().code != ErrorCode::NotFound) return answer.error();
-        // A run that could not make its lock is still on the bus.
+        if (const auto run = posix::InstanceLock::run(folder_)) {
+            const auto answer = run->ask(SIGUSR1, kPatience);
+            if (answer && *answer == kIsOff) return true;
+            if (answer) return refused(*answer);
+            if (answer.error().code != ErrorCode::NotFound) return answer.error();
+        }
+        // One that could not make its lock, or cannot be told by it, may still be on the bus.
         const auto byBus = control_.ask(request::Restore{});
         if (byBus) return true;
         if (byBus.error().code == ErrorCode::NotFound) return false;
@@ -70,22 +69,18 @@ public:
     }
 
     Result<void> quit() override {
-        const pid_t holder = posix::InstanceLock::holder(folder_);
-        // Can be read once that process has ended.
-        const UniqueFd process(holder > 0 ? static_cast<int>(::syscall(SYS_pidfd_open, holder, 0)) : -1);
+        const auto run = posix::InstanceLock::run(folder_);
         if (const auto asked = control_.ask(request::Quit{}); !asked) {
-            if (asked.error().code != ErrorCode::NotFound || !process) return asked.error();
             // Without a bus it still hears the signal.
-            if (::kill(holder, SIGUSR2) != 0) return asked.error();
+            if (asked.error().code != ErrorCode::NotFound || !run || !run->signal(SIGUSR2)) return asked.error();
         }
-        constexpr int kPatience = 5000;
-        pollfd end{process.get(), POLLIN, 0};
-        if (process && ::poll(&end, 1, kPatience) == 0)
+        constexpr std::chrono::seconds kPatience{5};
+        if (run && !run->endsWithin(kPatience))
             return Error{ErrorCode::Busy, localized("Dravo has been asked to end and does not")};
         return {};
     }
 
-    bool isThere() override { return posix::InstanceLock::holder(folder_) > 0; }
+    bool isThere() override { return posix::InstanceLock::isHeld(folder_); }
 
 private:
     static Error refused(const std::string& why) {
@@ -187,7 +182,7 @@ private:
     }
 
     std::optional<DefaultsValue> stored(std::string_view key) {
-        const auto path = files::TomlUserDefaults::defaultPath(folder().home.parent_path());
+        const auto path = files::TomlUserDefaults::pathIn(folder().settings);
         const auto text = readFile(path, files::kMaxPreferencesBytes);
         const auto all = text ? files::parsePreferences(*text) : text.error();
         if (!all) return std::nullopt;

@@ -21,7 +21,9 @@ DataFolder DataFolder::ofThisUser() {
     if (home.empty())
         if (const passwd* user = ::getpwuid(::getuid())) home = absolutePath(user->pw_dir);
     const std::filesystem::path runtime = absolutePath(std::getenv("XDG_RUNTIME_DIR"));
-    return {home.empty() ? home : home / ".dravo", runtime.empty() ? runtime : runtime / "dravo"};
+    std::filesystem::path settings = absolutePath(std::getenv("XDG_CONFIG_HOME"));
+    if (settings.empty() && !home.empty()) settings = home / ".config";
+    return {home.empty() ? home : home / ".dravo", runtime.empty() ? runtime : runtime / "dravo", settings};
 }
 
 }  // namespace dravo

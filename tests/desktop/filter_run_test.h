@@ -65,7 +65,8 @@ protected:
         return run;
     }
     [[nodiscard]] bool isInCharge(const ProcessUnderTest& run) const {
-        return posix::InstanceLock::holder({home_.path() / ".dravo", home_.runtimeFolder() / "dravo"}) == run.pid();
+        const auto holder = posix::InstanceLock::run({home_.path() / ".dravo", home_.runtimeFolder() / "dravo"});
+        return holder && holder->number() == run.pid();
     }
 
     /// Writes settings with the filter on at this intensity; a run that is there fades to it.

@@ -60,7 +60,7 @@ TEST_F(SecondStartTest, RestoreSaysSoWhenTheRunningOneCannotSwitchOff) {
     // One that is refused by its display server, as far as anybody outside can tell.
     sigset_t asked;
     sigemptyset(&asked);
-    sigaddset(&asked, SIGUSR1);
+    for (const int signal : {SIGUSR1, SIGUSR2}) sigaddset(&asked, signal);
     pthread_sigmask(SIG_BLOCK, &asked, nullptr);
     const auto lock = posix::InstanceLock::acquire({home().path() / ".dravo", {}});
     ASSERT_TRUE(lock);

@@ -35,10 +35,9 @@ DesktopEntry newEntry() {
 
 }  // namespace
 
-AutostartPlace AutostartPlace::ofThisProcess(const std::filesystem::path& home) {
+AutostartPlace AutostartPlace::ofThisProcess(const std::filesystem::path& settings) {
     AutostartPlace place;
-    place.configHome = variable("XDG_CONFIG_HOME");
-    if (!place.configHome.is_absolute()) place.configHome = home.empty() ? home : home / ".config";
+    place.configHome = settings;
     for (const auto& folder : listVariable("XDG_CONFIG_DIRS", "/etc/xdg"))
         if (folder.starts_with('/')) place.configDirs.emplace_back(folder);
     place.currentDesktop = listVariable("XDG_CURRENT_DESKTOP");

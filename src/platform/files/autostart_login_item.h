@@ -17,8 +17,8 @@ struct AutostartPlace {
     std::vector<std::string> currentDesktop;        ///< Its names, the most particular first.
     std::filesystem::path program;                  ///< This program's file; empty: not known.
 
-    /// As the environment and the kernel tell. `home` is the person's home folder, empty without one.
-    [[nodiscard]] static AutostartPlace ofThisProcess(const std::filesystem::path& home);
+    /// As the environment and the kernel tell. `settings` is the folder of the person's settings, empty without one.
+    [[nodiscard]] static AutostartPlace ofThisProcess(const std::filesystem::path& settings);
 };
 
 /// The login item as an entry in an autostart folder, which every freedesktop.org desktop reads.

@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <cstdlib>
 #include <utility>
 
 #include "base/files.h"
@@ -47,11 +46,8 @@ constexpr TextKey kUnwatched = textKey("%@; edits of it are noticed at the next 
 
 }  // namespace
 
-std::filesystem::path TomlUserDefaults::defaultPath(const std::filesystem::path& home) {
-    const char* variable = std::getenv("XDG_CONFIG_HOME");
-    std::filesystem::path folder = variable ? variable : "";
-    if (!folder.is_absolute()) folder = home.empty() ? home : home / ".config";
-    return folder.empty() ? folder : folder / "dravo" / "preferences.toml";
+std::filesystem::path TomlUserDefaults::pathIn(const std::filesystem::path& settings) {
+    return settings.empty() ? settings : settings / "dravo" / "preferences.toml";
 }
 
 TomlUserDefaults::TomlUserDefaults(std::filesystem::path path, Scheduler& scheduler, DescriptorWatch& descriptors)

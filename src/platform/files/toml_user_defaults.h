@@ -8,8 +8,8 @@
 #include "base/observable.h"
 #include "base/scheduler.h"
 #include "filter/user_defaults.h"
-#include "platform/files/file_watch.h"
 #include "platform/files/preferences_text.h"
+#include "platform/posix/file_watch.h"
 
 namespace dravo::files {
 
@@ -24,9 +24,8 @@ namespace dravo::files {
 /// Thread: main thread. Lifetime: `scheduler` and `descriptors` outlive it.
 class TomlUserDefaults : public UserDefaults {
 public:
-    /// Where the file is for a person with this home folder: `$XDG_CONFIG_HOME/dravo/preferences.toml`, with
-    /// `home`/.config when the variable is unset or not an absolute path. Empty if there is no home either.
-    [[nodiscard]] static std::filesystem::path defaultPath(const std::filesystem::path& home);
+    /// Where the file is in the folder of the person's settings; empty if there is none.
+    [[nodiscard]] static std::filesystem::path pathIn(const std::filesystem::path& settings);
 
     /// Reads the file and watches it; creates its folder. An empty path keeps the settings in memory only.
     TomlUserDefaults(std::filesystem::path path, Scheduler& scheduler, DescriptorWatch& descriptors);
@@ -62,7 +61,7 @@ private:
     DefaultsChanges unsaved_;
     SubscriberList<const DefaultsKeys&> changes_;
     Timer pendingWrite_;
-    FileWatch watch_;
+    posix::FileWatch watch_;
 };
 
 }  // namespace dravo::files

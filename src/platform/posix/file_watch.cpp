@@ -1,4 +1,4 @@
-#include "platform/files/file_watch.h"
+#include "platform/posix/file_watch.h"
 
 #include <sys/inotify.h>
 #include <unistd.h>
@@ -11,7 +11,7 @@
 
 #include "base/system_reason.h"
 
-namespace dravo::files {
+namespace dravo::posix {
 
 namespace {
 
@@ -74,4 +74,4 @@ bool FileWatch::concernsUs(int watch, std::uint32_t mask, const char* name) cons
     return !(mask & IN_CREATE) || std::filesystem::is_symlink(folder->second.path / name, error);
 }
 
-}  // namespace dravo::files
+}  // namespace dravo::posix

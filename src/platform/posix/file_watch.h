@@ -12,7 +12,7 @@
 #include "base/subscription.h"
 #include "base/unique_fd.h"
 
-namespace dravo::files {
+namespace dravo::posix {
 
 /// Tells when somebody may have finished changing one of a few files: written and closed, renamed into place, linked,
 /// or its folder gone. Not a promise that anything differs: the listener reads and compares.
@@ -45,4 +45,4 @@ private:
     Subscription readable_;
 };
 
-}  // namespace dravo::files
+}  // namespace dravo::posix

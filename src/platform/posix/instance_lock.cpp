@@ -2,13 +2,12 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/inotify.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
+#include <fstream>
 #include <utility>
 #include <vector>
 
@@ -20,6 +19,8 @@ namespace dravo::posix {
 
 namespace {
 
+using namespace std::chrono_literals;
+
 struct flock wholeFileLock() {
     struct flock lock = {};
     lock.l_type = F_WRLCK;
@@ -27,10 +28,33 @@ struct flock wholeFileLock() {
     return lock;
 }
 
-pid_t holderOf(int descriptor) {
+/// Who holds a lock on the file. A lock that belongs to an open file instead of a process, or to a process of another
+/// machine or container, has no positive number.
+std::optional<pid_t> holderOf(int descriptor) {
     auto lock = wholeFileLock();
-    if (fcntl(descriptor, F_GETLK, &lock) != 0 || lock.l_type == F_UNLCK) return 0;
+    if (fcntl(descriptor, F_GETLK, &lock) != 0 || lock.l_type == F_UNLCK) return std::nullopt;
     return lock.l_pid;
+}
+
+/// A run has these signals blocked from its first moment on and takes them one by one; any other process they end.
+bool isRun(pid_t process) {
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    constexpr std::string_view kBlocked = "SigBlk:";
+    constexpr auto kOurs = (1ULL << (SIGUSR1 - 1)) | (1ULL << (SIGUSR2 - 1));
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with(kBlocked))
+            return (std::stoull(line.substr(kBlocked.size()), nullptr, 16) & kOurs) == kOurs;
+    return false;
+}
+
+/// The process of this system that holds a lock on the file `path`, open as `descriptor`.
+std::optional<RunningProcess> processHolding(int descriptor, const std::filesystem::path& path) {
+    const auto number = holderOf(descriptor);
+    if (!number || *number <= 1) return std::nullopt;
+    UniqueFd process(static_cast<int>(::syscall(SYS_pidfd_open, *number, 0)));
+    // Asked again: the number may have passed to somebody else in between.
+    if (!process || holderOf(descriptor) != number) return std::nullopt;
+    return RunningProcess(*number, std::move(process), path);
 }
 
 /// Where the lock may be, the preferred place first.
@@ -41,11 +65,32 @@ std::vector<std::filesystem::path> lockFiles(const DataFolder& folder) {
     return files;
 }
 
-std::string whyNot(const std::filesystem::path& path, int reason) {
-    return path.string() + ": " + systemReason(reason);
-}
+constexpr int kOpening = O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW;
 
 }  // namespace
+
+Result<void> RunningProcess::signal(int signal) const {
+    if (::syscall(SYS_pidfd_send_signal, process_.get(), signal, nullptr, 0) == 0) return {};
+    return Error{errorCodeOf(errno), systemReason(errno), errno};
+}
+
+Result<std::string> RunningProcess::ask(int signal, std::chrono::milliseconds patience) const {
+    // Emptied first: whatever stands there then is the answer.
+    if (truncate(lock_.c_str(), 0) != 0) return systemError(lock_.string(), errno);
+    if (auto asked = this->signal(signal); !asked) return asked.error();
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (std::chrono::steady_clock::now() < deadline) {
+        constexpr std::size_t kMaxAnswer = 512;
+        if (endsWithin(5ms)) return Error{ErrorCode::NotFound, localized("Dravo is not running")};
+        if (auto word = readFile(lock_, kMaxAnswer); word && !word->empty()) return *std::move(word);
+    }
+    return Error{ErrorCode::Busy, localized("the running Dravo does not answer")};
+}
+
+bool RunningProcess::endsWithin(std::chrono::milliseconds patience) const {
+    pollfd end{process_.get(), POLLIN, 0};
+    return ::poll(&end, 1, static_cast<int>(patience.count())) > 0;
+}
 
 Result<InstanceLock> InstanceLock::acquire(const DataFolder& folder) {
     std::optional<Error> reason;
@@ -59,25 +104,17 @@ Result<InstanceLock> InstanceLock::acquire(const DataFolder& folder) {
 }
 
 Result<InstanceLock> InstanceLock::acquireFile(const std::filesystem::path& path) {
-    UniqueFd file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW, 0600));
-    if (!file) {
-        const bool isDenied = errno == EACCES || errno == EROFS || errno == EPERM;
-        return Error{isDenied ? ErrorCode::PermissionDenied : ErrorCode::Internal, whyNot(path, errno), errno};
+    UniqueFd file(open(path.c_str(), kOpening | O_CREAT, 0600));
+    if (!file) return systemError(path.string(), errno);
+    for (bool hasWaited = false;; hasWaited = true) {
+        auto lock = wholeFileLock();
+        if (fcntl(file.get(), F_SETLK, &lock) == 0) return InstanceLock(std::move(file));
+        if (errno != EAGAIN && errno != EACCES) return systemError(path.string(), errno);
+        const auto holder = processHolding(file.get(), path);
+        const bool isCommand = holder && !isRun(holder->number());
+        if (!hasWaited && isCommand && holder->endsWithin(3s)) continue;
+        return Error{ErrorCode::Busy, localized("Dravo is already running"), holder ? holder->number() : 0};
     }
-    auto lock = wholeFileLock();
-    if (fcntl(file.get(), F_SETLK, &lock) == 0) return InstanceLock(std::move(file));
-    const int reason = errno;
-    if (reason != EAGAIN && reason != EACCES) return Error{ErrorCode::Internal, whyNot(path, reason), reason};
-    return Error{ErrorCode::Busy, localized("Dravo is already running"), static_cast<int>(holderOf(file.get()))};
-}
-
-InstanceLock::Held InstanceLock::find(const DataFolder& folder) {
-    for (const auto& path : lockFiles(folder)) {
-        const UniqueFd file(open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
-        if (!file) continue;
-        if (const pid_t pid = holderOf(file.get()); pid != 0) return {pid, path};
-    }
-    return {};
 }
 
 InstanceLock InstanceLock::adopt(int descriptor) {
@@ -85,33 +122,27 @@ InstanceLock InstanceLock::adopt(int descriptor) {
     return InstanceLock{UniqueFd(descriptor)};
 }
 
-pid_t InstanceLock::holder(const DataFolder& folder) { return find(folder).by; }
+std::optional<RunningProcess> InstanceLock::run(const DataFolder& folder) {
+    for (const auto& path : lockFiles(folder)) {
+        const UniqueFd file(open(path.c_str(), kOpening));
+        auto holder = file ? processHolding(file.get(), path) : std::nullopt;
+        if (holder && isRun(holder->number())) return holder;
+    }
+    return std::nullopt;
+}
+
+bool InstanceLock::isHeld(const DataFolder& folder) {
+    for (const auto& path : lockFiles(folder)) {
+        const UniqueFd file(open(path.c_str(), kOpening));
+        if (file && holderOf(file.get())) return true;
+    }
+    return false;
+}
 
 void InstanceLock::answer(std::string_view word) const {
     // Written over the last one in a single step; what is longer is cut off before, so that nobody reads a mix.
     if (ftruncate(file_.get(), 0) != 0) return;
     [[maybe_unused]] const auto written = pwrite(file_.get(), word.data(), word.size(), 0);
-}
-
-Result<std::string> InstanceLock::ask(const DataFolder& folder, int signal, std::chrono::milliseconds patience) {
-    const Held held = find(folder);
-    if (held.by == 0) return Error{ErrorCode::NotFound, localized("Dravo is not running")};
-    const UniqueFd changes(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    inotify_add_watch(changes.get(), held.path.c_str(), IN_MODIFY);
-    if (kill(held.by, signal) != 0) return Error{ErrorCode::PermissionDenied, systemReason(errno), errno};
-
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    for (;;) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-        pollfd waiting{changes.get(), POLLIN, 0};
-        if (left.count() <= 0 || poll(&waiting, 1, static_cast<int>(left.count())) <= 0)
-            return Error{ErrorCode::Busy, localized("the running Dravo does not answer")};
-        std::array<char, 4096> events{};
-        [[maybe_unused]] const auto drained = read(changes.get(), events.data(), events.size());
-        constexpr std::size_t kMaxAnswer = 512;
-        // Emptied files are the first half of an answer.
-        if (auto word = readFile(held.path, kMaxAnswer); word && !word->empty()) return *std::move(word);
-    }
 }
 
 }  // namespace dravo::posix

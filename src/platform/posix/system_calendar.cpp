@@ -1,11 +1,8 @@
 #include "platform/posix/system_calendar.h"
 
-#include <sys/inotify.h>
 #include <time.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <string>
 #include <utility>
@@ -62,7 +59,7 @@ std::filesystem::path zoneFile() {
     return std::filesystem::exists(name, ignored) ? name : std::filesystem::path{};
 }
 
-SystemCalendar::SystemCalendar(DescriptorWatch* watch) : watch_(watch) {}
+SystemCalendar::SystemCalendar(DescriptorWatch* descriptors) : descriptors_(descriptors) {}
 
 LocalFields SystemCalendar::fields(WallTime instant) const {
     ::tzset();
@@ -95,37 +92,14 @@ WallTime SystemCalendar::instant(const LocalFields& fields) const {
 }
 
 Subscription SystemCalendar::onZoneChange(std::function<void()> callback) {
-    if (watch_ && !inotify_) watchZoneFile();
+    if (const auto file = zoneFile(); descriptors_ && !watch_ && !file.empty()) {
+        watch_.emplace(*descriptors_, [this] {
+            forgetZone();
+            zoneChanges_.deliver();
+        });
+        static_cast<void>(watch_->watch({file}));
+    }
     return zoneChanges_.add(std::move(callback));
-}
-
-void SystemCalendar::watchZoneFile() {
-    const auto file = zoneFile();
-    if (file.empty()) return;
-    inotify_.reset(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    // The folder, because the file is replaced and never rewritten.
-    constexpr std::uint32_t kEvents = IN_CREATE | IN_MOVED_TO | IN_CLOSE_WRITE;
-    if (!inotify_ || ::inotify_add_watch(inotify_.get(), file.parent_path().c_str(), kEvents) < 0) {
-        inotify_.reset();
-        return;
-    }
-    watchedName_ = file.filename();
-    readable_ = watch_->whenReadable(inotify_.get(), [this] { readEvents(); });
-}
-
-void SystemCalendar::readEvents() {
-    alignas(inotify_event) std::array<char, 4096> buffer;
-    bool changed = false;
-    for (ssize_t size; (size = ::read(inotify_.get(), buffer.data(), buffer.size())) > 0;) {
-        for (ssize_t at = 0; at < size;) {
-            const auto* event = reinterpret_cast<const inotify_event*>(buffer.data() + at);
-            changed = changed || (event->mask & IN_Q_OVERFLOW) || (event->len > 0 && watchedName_ == event->name);
-            at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-        }
-    }
-    if (!changed) return;
-    forgetZone();
-    zoneChanges_.deliver();
 }
 
 }  // namespace dravo::posix

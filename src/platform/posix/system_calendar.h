@@ -1,12 +1,12 @@
 #pragma once
 
 #include <filesystem>
-#include <string>
+#include <optional>
 
 #include "base/calendar.h"
 #include "base/descriptor_watch.h"
 #include "base/observable.h"
-#include "base/unique_fd.h"
+#include "platform/posix/file_watch.h"
 
 namespace dravo::posix {
 
@@ -16,22 +16,17 @@ namespace dravo::posix {
 /// first subscription on. `TZ` itself is the caller's and is read anew at every split.
 class SystemCalendar : public Calendar {
 public:
-    /// Without a watch it answers all the same, and never tells of a change. Lifetime: `watch` outlives this.
-    explicit SystemCalendar(DescriptorWatch* watch = nullptr);
+    /// Without a watch it answers all the same, and never tells of a change. Lifetime: `descriptors` outlives this.
+    explicit SystemCalendar(DescriptorWatch* descriptors = nullptr);
 
     [[nodiscard]] LocalFields fields(WallTime instant) const override;
     [[nodiscard]] WallTime instant(const LocalFields& fields) const override;
     [[nodiscard]] Subscription onZoneChange(std::function<void()> callback) override;
 
 private:
-    void watchZoneFile();
-    void readEvents();
-
-    DescriptorWatch* watch_;
-    std::string watchedName_;
-    UniqueFd inotify_;
+    DescriptorWatch* descriptors_;
+    std::optional<FileWatch> watch_;
     SubscriberList<> zoneChanges_;
-    Subscription readable_;
 };
 
 /// The file that decides the zone now: the one `TZ` names (relative names lie in the zone database), else

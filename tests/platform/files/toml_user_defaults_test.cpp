@@ -9,7 +9,6 @@
 
 #include "base/files.h"
 #include "platform/user_defaults_contract.h"
-#include "support/environment_variable.h"
 #include "support/memory/virtual_scheduler.h"
 #include "support/polled_descriptors.h"
 #include "support/temporary_folder.h"
@@ -253,23 +252,6 @@ TEST_F(TomlUserDefaultsTest, WritesThroughALinkAndWatchesWhatItLeadsTo) {
     EXPECT_TRUE(fs::is_symlink(bench_.file));
     EXPECT_EQ(contentOf(kept), "a = false\nb = true\n");
     EXPECT_EQ(fs::status(kept).permissions(), fs::perms{0640});
-}
-
-TEST(TomlUserDefaultsPathTest, FollowsTheVariableOnlyWhenItIsAbsolute) {
-    const struct {
-        const char* variable;
-        const char* home;
-        const char* path;
-    } rows[] = {{nullptr, "/home/a", "/home/a/.config/dravo/preferences.toml"},
-                {"", "/home/a", "/home/a/.config/dravo/preferences.toml"},
-                {"config", "/home/a", "/home/a/.config/dravo/preferences.toml"},
-                {"/etc/a", "/home/a", "/etc/a/dravo/preferences.toml"},
-                {nullptr, "", ""}};
-    testing::EnvironmentVariable configHome("XDG_CONFIG_HOME");
-    for (const auto& row : rows) {
-        configHome.set(row.variable);
-        EXPECT_EQ(TomlUserDefaults::defaultPath(row.home), row.path);
-    }
 }
 
 }  // namespace
