@@ -1,11 +1,8 @@
-#include <unistd.h>
 #include <future>
 #include <limits>
-#include <mutex>
 #include <optional>
 #include <regex>
 #include <set>
-#include <thread>
 
 #include "bus_fixture.h"
 #include "bus_peer.h"
@@ -40,10 +37,6 @@ ControlState fullState() {
     return state;
 }
 
-void expectSame(const ControlState& got, const ControlState& wanted) {
-    for (const auto& property : control::properties()) EXPECT_FALSE(property.differs(got, wanted)) << property.name;
-}
-
 /// A running program that notes what it is asked for.
 class FakeTarget final : public ControlTarget {
 public:
@@ -60,83 +53,57 @@ public:
     Result<ControlAnswer> answer = ControlAnswer{{"one", "zwö"}, "[]"};
 };
 
-/// The program on a thread of its own, for clients that wait for answers.
-class Program {
-public:
-    Program() {
-        std::promise<void> isUp;
-        thread_ = std::thread([this, &isUp] { run(isUp); });
-        isUp.get_future().wait();
+/// The program in the test's own loop. A client waits for answers, so it asks on a thread beside the loop.
+class BusControlTest : public testing::BusTest {
+protected:
+    void SetUp() override {
+        BusTest::SetUp();
+        if (!daemon) return;
+        ASSERT_TRUE(caller.open());
+        service.serve(target);
+        const auto watch = caller.watchName(control::kBusName, [this](bool isOwned) { isServed = isOwned; });
+        ASSERT_TRUE(runUntil([&] { return isServed; }));
     }
-    ~Program() {
-        inLoop([this] { loop_->quit(0); });
-        thread_.join();
+    template <typename Question>
+    auto aside(Question question) {
+        auto answer = std::async(std::launch::async, question);
+        runUntil([&] { return answer.wait_for(0s) == std::future_status::ready; });
+        return answer.get();
     }
-    /// Runs `action` on the program's thread and waits for it.
-    void inLoop(std::function<void()> action) {
-        const std::lock_guard lock(mutex_);
-        std::promise<void> isDone;
-        task_ = [&] {
-            action();
-            isDone.set_value();
-        };
-        const char bell = 0;
-        if (::write(bell_[1], &bell, 1) == 1) isDone.get_future().wait();
+    Result<ControlAnswer> ask(const ControlRequest& request) {
+        return aside([&] { return client.ask(request); });
+    }
+    /// A call as a script makes it, without our client in front; what it is refused with.
+    template <typename... Arguments>
+    std::string errorOf(const char* member, const char* signature, Arguments... arguments) {
+        auto call = caller.newCall(control::kBusName, control::kObjectPath, control::kInterface, member);
+        sd_bus_message_append(call.get(), signature, arguments...);
+        std::optional<std::string> outcome;
+        const auto answer = caller.call(std::move(call), 5s, [&](const Bus::Answer& reply) {
+            outcome = reply ? std::string("done") : reply.error().message;
+        });
+        runUntil([&] { return outcome.has_value(); });
+        return outcome.value_or("no answer");
     }
 
     FakeTarget target;
-
-private:
-    void run(std::promise<void>& isUp) {
-        posix::SdEventLoop loop;
-        loop_ = &loop;
-        if (::pipe(bell_) != 0) return;
-        const auto rings = loop.whenReadable(bell_[0], [this] {
-            char bell = 0;
-            if (::read(bell_[0], &bell, 1) == 1) std::exchange(task_, nullptr)();
-        });
-        Bus bus(loop, loop, Bus::Kind::session);
-        BusControlService service(bus, loop);
-        service.serve(target);
-        const auto watch = loop.after(0ms, [&] {
-            name_ = bus.watchName(control::kBusName, [&](bool isOwned) {
-                if (isOwned && !std::exchange(isKnown_, true)) isUp.set_value();
-            });
-        });
-        loop.run();
-        name_.reset();
-        ::close(bell_[0]);
-        ::close(bell_[1]);
-    }
-
-    posix::SdEventLoop* loop_ = nullptr;
-    bool isKnown_ = false;
-    int bell_[2] = {-1, -1};
-    std::mutex mutex_;
-    std::function<void()> task_;
-    Subscription name_;
-    std::thread thread_;
-};
-
-class BusControlTest : public testing::BusTest {
-protected:
+    Bus bus{loop, loop, Bus::Kind::session};
+    Bus caller{loop, loop, Bus::Kind::session};
+    BusControlService service{bus, loop};
     BusControlClient client;
+    bool isServed = false;
 };
 
 TEST_F(BusControlTest, TheWholeStateTravels) {
-    Program program;
-    auto state = client.state();
-    ASSERT_TRUE(state) << state.error().message;
-    expectSame(*state, fullState());
-
-    program.inLoop([&] { program.target.state = {}; });
-    state = client.state();
-    ASSERT_TRUE(state);
-    expectSame(*state, {});
+    for (const auto& sent : {fullState(), ControlState{}}) {
+        target.state = sent;
+        const auto got = aside([&] { return client.state(); });
+        ASSERT_TRUE(got) << got.error().message;
+        for (const auto& property : control::properties()) EXPECT_FALSE(property.differs(*got, sent)) << property.name;
+    }
 }
 
 TEST_F(BusControlTest, EveryRequestArrivesAsItWasAndIsAnswered) {
-    Program program;
     using namespace request;
     const ControlRequest requests[] = {
         Toggle{},
@@ -166,9 +133,9 @@ TEST_F(BusControlTest, EveryRequestArrivesAsItWasAndIsAnswered) {
     std::set<std::size_t> kinds;
     for (const auto& request : requests) {
         const std::string name = control::methods()[request.index()].name;
-        const auto answer = client.ask(request);
+        const auto answer = ask(request);
         ASSERT_TRUE(answer) << name << ": " << answer.error().message;
-        program.inLoop([&] { EXPECT_TRUE(program.target.asked == request) << name; });
+        EXPECT_TRUE(target.asked == request) << name;
         EXPECT_EQ(answer->ids.size(), name == "ImportPresets" ? 2U : 0U) << name;
         EXPECT_EQ(answer->json, name == "ExportPresets" ? "[]" : "") << name;
         kinds.insert(request.index());
@@ -177,49 +144,24 @@ TEST_F(BusControlTest, EveryRequestArrivesAsItWasAndIsAnswered) {
 }
 
 TEST_F(BusControlTest, RefusalsCarryTheirSentence) {
-    Program program;
     const auto refusalOf = [&](const ControlRequest& request) {
-        const auto answer = client.ask(request);
+        const auto answer = ask(request);
         return answer ? Error{} : answer.error();
     };
-    program.target.answer = Error{ErrorCode::NotFound, "no such preset"};
+    target.answer = Error{ErrorCode::NotFound, "no such preset"};
     EXPECT_EQ(refusalOf(request::SelectPreset{"x"}).code, ErrorCode::InvalidInput) << "not found is kept for Dravo";
     EXPECT_EQ(refusalOf(request::SelectPreset{"x"}).message, "no such preset");
-    program.target.answer = Error{ErrorCode::Unsupported, "no panel"};
+    target.answer = Error{ErrorCode::Unsupported, "no panel"};
     EXPECT_EQ(refusalOf(request::Activate{}).code, ErrorCode::Unsupported);
-    program.target.asked.reset();
+    target.asked.reset();
     for (const ControlRequest& request : std::initializer_list<ControlRequest>{
              request::SetAdjustments{.contrast = 1}, request::PauseFor{-1s}, request::SelectPreset{"\xff"},
              request::ExportPresets{{"a", "caf\xe9"}}, request::ImportPresets{"\xc3"}})
         EXPECT_EQ(refusalOf(request).code, ErrorCode::InvalidInput) << request.index();
-    program.inLoop([&] { EXPECT_FALSE(program.target.asked); });
+    EXPECT_FALSE(target.asked);
 }
 
-/// Calls as a script makes them, without our client in front.
-class RawCallTest : public testing::BusTest {
-protected:
-    void SetUp() override {
-        BusTest::SetUp();
-        if (!daemon) return;
-        bus.emplace(loop, loop, Bus::Kind::session);
-        ASSERT_TRUE(bus->open());
-    }
-    template <typename... Arguments>
-    std::string errorOf(const char* member, const char* signature, Arguments... arguments) {
-        auto call = bus->newCall(control::kBusName, control::kObjectPath, control::kInterface, member);
-        sd_bus_message_append(call.get(), signature, arguments...);
-        std::optional<std::string> outcome;
-        const auto answer = bus->call(std::move(call), 5s, [&](const Bus::Answer& reply) {
-            outcome = reply ? std::string("done") : reply.error().message;
-        });
-        runUntil([&] { return outcome.has_value(); });
-        return outcome.value_or("no answer");
-    }
-    std::optional<Bus> bus;
-};
-
-TEST_F(RawCallTest, RefusesUnknownKeysWrongTypesAndPlaces) {
-    Program program;
+TEST_F(BusControlTest, RefusesUnknownKeysWrongTypesAndPlaces) {
     EXPECT_EQ(errorOf("SetAdjustments", "a{sv}", 1, "warmth", "d", 0.5), "there is no \"warmth\" of this type to set");
     EXPECT_EQ(errorOf("SetAdjustments", "a{sv}", 2, "dimming", "i", 1, "contrast", "d", 0.1),
               "there is no \"dimming\" of this type to set");
@@ -231,28 +173,25 @@ TEST_F(RawCallTest, RefusesUnknownKeysWrongTypesAndPlaces) {
     EXPECT_EQ(errorOf("PauseUntil", "x", std::numeric_limits<std::int64_t>::max()),
               "a pause ends at an instant in microseconds since 1970");
     EXPECT_NE(errorOf("PauseFor", "s", "soon"), "done");
-    program.inLoop([&] { EXPECT_FALSE(program.target.asked); });
+    EXPECT_FALSE(target.asked);
     EXPECT_EQ(errorOf("SetLocation", "sdd", "zone", 1000.0, 0.0), "done");
     EXPECT_EQ(errorOf("SetAdjustments", "a{sv}", 0), "done");
 }
 
-TEST_F(RawCallTest, SignalsWhatChangedTogetherAndCountdownsNever) {
-    Program program;
+TEST_F(BusControlTest, SignalsWhatChangedTogetherAndCountdownsNever) {
     std::vector<std::vector<std::string>> signals;
-    const auto subscription = bus->onSignal(
+    const auto subscription = caller.onSignal(
         "path='/org/dravo/Dravo',interface='org.freedesktop.DBus.Properties',member='PropertiesChanged'",
         [&](sd_bus_message* signal) {
             sd_bus_message_skip(signal, "s");
             auto& names = signals.emplace_back();
             readDictionary(signal, [&](const char* key, const char*, sd_bus_message*) { names.emplace_back(key); });
         });
-    settle(*bus);
+    settle(caller);
     const auto change = [&](auto action) {
-        program.inLoop([&] {
-            action(program.target.state);
-            program.target.changes.deliver();
-            program.target.changes.deliver();
-        });
+        action(target.state);
+        target.changes.deliver();
+        target.changes.deliver();
     };
     change([](ControlState& state) {
         --state.breaks.secondsRemaining;
@@ -269,12 +208,11 @@ TEST_F(RawCallTest, SignalsWhatChangedTogetherAndCountdownsNever) {
     EXPECT_EQ(signals[1], std::vector<std::string>{"IsOnBreak"});
 }
 
-TEST_F(RawCallTest, DescribesItselfAsThePageDoes) {
-    Program program;
+TEST_F(BusControlTest, DescribesItselfAsThePageDoes) {
     auto call =
-        bus->newCall(control::kBusName, control::kObjectPath, "org.freedesktop.DBus.Introspectable", "Introspect");
+        caller.newCall(control::kBusName, control::kObjectPath, "org.freedesktop.DBus.Introspectable", "Introspect");
     std::string xml;
-    const auto answer = bus->call(std::move(call), 5s, [&](const Bus::Answer& reply) {
+    const auto answer = caller.call(std::move(call), 5s, [&](const Bus::Answer& reply) {
         const char* text = "";
         if (reply) sd_bus_message_read(*reply, "s", &text);
         xml = text;
@@ -289,7 +227,13 @@ TEST_F(RawCallTest, DescribesItselfAsThePageDoes) {
         EXPECT_NE(page.find("`" + (*member)[2].str() + "`"), page.npos) << (*member)[2];
 }
 
-TEST_F(BusControlTest, SaysThatNothingRunsWithoutOwnerBusOrAddress) {
+/// Without a program.
+class BusControlClientTest : public testing::BusTest {
+protected:
+    BusControlClient client;
+};
+
+TEST_F(BusControlClientTest, SaysThatNothingRunsWithoutOwnerBusOrAddress) {
     EXPECT_EQ(client.ask(request::Toggle{}).error().code, ErrorCode::NotFound);
     EXPECT_EQ(client.follow([](const auto&) { return true; }).error().code, ErrorCode::NotFound);
     daemon->kill();
@@ -301,7 +245,7 @@ TEST_F(BusControlTest, SaysThatNothingRunsWithoutOwnerBusOrAddress) {
     }
 }
 
-TEST_F(BusControlTest, AProgramThatDoesNotAnswerIsBusyNotGone) {
+TEST_F(BusControlClientTest, AProgramThatDoesNotAnswerIsBusyNotGone) {
     const testing::BusPeer silent(loop.event(), daemon->address(), control::kBusName,
                                   [](std::string_view, sd_bus_message*) { return true; });
     BusControlClient impatient(50ms);
