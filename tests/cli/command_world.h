@@ -3,8 +3,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <memory>
+#include <iterator>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -72,6 +73,11 @@ public:
     }
     [[nodiscard]] DataFolder dataFolder() const { return {folder / "data", {}}; }
 
+    /// Words without blanks in them.
+    Outcome run(const char* line) {
+        std::istringstream words(line);
+        return run({std::istream_iterator<std::string>(words), {}});
+    }
     Outcome run(std::vector<std::string> words) {
         std::vector<char*> argv;
         words.insert(words.begin(), "dravo");

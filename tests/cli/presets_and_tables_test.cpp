@@ -43,11 +43,8 @@ TEST(TableCommandTest, PrintsWhatTheDisplaysWouldGetBitForBit) {
     const FilterPreset own = ownPreset();
     EXPECT_EQ(tableFromJson(world.run({"table", "OWN", "--json"}).out),
               computeTable(own, own.intensity, own.dimming, own.blackPoint, own.contrast));
-    EXPECT_EQ(tableFromJson(world
-                                .run({"table", "--intensity", "0.3", "sunset", "--json", "--dimming=0", "--contrast",
-                                      "-0.25", "--black-point", "1e-1"})
-                                .out),
-              computeTable(FilterPreset::sunset(), 0.3, 0, 0.1, -0.25));
+    const char* const adjusted = "table --intensity 0.3 sunset --json --dimming=0 --contrast -0.25 --black-point 1e-1";
+    EXPECT_EQ(tableFromJson(world.run(adjusted).out), computeTable(FilterPreset::sunset(), 0.3, 0, 0.1, -0.25));
     const std::string text = world.run({"table", "fl41"}).out;
     EXPECT_NE(text.find("\n    0  0.0000  0.0000  0.0000\n"), std::string::npos) << text;
     EXPECT_TRUE(text.ends_with("\n  255  0.8725  0.4050  0.3200\n")) << text;
