@@ -4,6 +4,7 @@
 #include <QGlyphRun>
 #include <QPixmap>
 #include <QTextLayout>
+#include <algorithm>
 #include <cmath>
 #include <tuple>
 
@@ -108,6 +109,14 @@ QSize roomForWords(const QWidget& part) {
             button->hasHeightForWidth() ? button->heightForWidth(button->width()) : button->sizeHint().height()};
 }
 
+/// Whether a text runs down beside a button in more than two lines.
+bool isRagged(const ui::Label& label) {
+    if (!label.wordWrap() || label.height() <= 2 * label.heightForWidth(QWIDGETSIZE_MAX)) return false;
+    const auto buttons = label.parentWidget()->findChildren<ui::PushButton*>(Qt::FindDirectChildrenOnly);
+    const QRect line(0, label.y(), QWIDGETSIZE_MAX, label.height());
+    return std::ranges::any_of(buttons, [&](auto* button) { return button->geometry().intersects(line); });
+}
+
 void expectNothingCut(const QWidget& panel, const std::string& where) {
     for (const auto* const part : panel.findChildren<QWidget*>()) {
         if (!part->isVisible()) continue;
@@ -115,6 +124,8 @@ void expectNothingCut(const QWidget& panel, const std::string& where) {
         const bool isInside = panel.rect().contains(QRect(part->mapTo(&panel, QPoint()), part->size()));
         EXPECT_TRUE(part->width() >= room.width() && part->height() >= room.height() - 1 && isInside)
             << where << ": " << PanelWorld::textOf(part).toStdString();
+        const auto* const label = qobject_cast<const ui::Label*>(part);
+        EXPECT_FALSE(label && isRagged(*label)) << where << ": " << PanelWorld::textOf(part).toStdString();
     }
 }
 
