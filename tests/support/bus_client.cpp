@@ -16,7 +16,7 @@ bool BusClient::hasOwner(const char* name) {
 
 BusMessage BusClient::send(const BusMessage& message, const char* method) {
     constexpr std::uint64_t kCallPatience = 5'000'000;
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};
     sd_bus_message* answer = nullptr;
     if (sd_bus_call(bus_.get(), message.get(), kCallPatience, &error, &answer) >= 0) return BusMessage(answer);
     const std::string reason = error.message ? error.message : "no answer";

@@ -62,7 +62,7 @@ Result<Message> BusControlClient::newCall(const char* interface, const char* mem
 }
 
 Result<Message> BusControlClient::send(const Message& call) {
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};
     sd_bus_message* reply = nullptr;
     const int result = sd_bus_call(bus_.get(), call.get(), std::uint64_t{0}, &error, &reply);
     if (result >= 0) return Message(reply);
