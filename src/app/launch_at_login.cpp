@@ -4,11 +4,13 @@
 
 namespace dravo {
 
-void LaunchAtLogin::setEnabled(bool enabled) {
-    const auto done = enabled ? service_.registerItem() : service_.unregisterItem();
-    if (done) return;
-    std::printf("LaunchAtLogin error: %s\n", done.error().message.c_str());
-    std::fflush(stdout);
+Result<void> LaunchAtLogin::setEnabled(bool enabled) {
+    auto done = enabled ? service_.registerItem() : service_.unregisterItem();
+    if (!done) {
+        std::printf("LaunchAtLogin error: %s\n", done.error().message.c_str());
+        std::fflush(stdout);
+    }
+    return done;
 }
 
 }  // namespace dravo

@@ -14,8 +14,8 @@ public:
     /// What the desktop says now. Only what really starts counts as on.
     [[nodiscard]] bool isEnabled() const { return service_.status() == LoginItemService::Status::enabled; }
 
-    /// A failure is one line on standard output; nothing is tried again.
-    void setEnabled(bool enabled);
+    /// Nothing is tried again. Errors: those of the service, said in one line on standard output, too.
+    Result<void> setEnabled(bool enabled);
 
 private:
     LoginItemService& service_;

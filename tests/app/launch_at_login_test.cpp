@@ -26,10 +26,10 @@ TEST(LaunchAtLoginTest, SaysARefusalInOneLineAndLeavesIt) {
     memory::MemoryLoginItem desktop;
     LaunchAtLogin launchAtLogin(desktop);
     ::testing::internal::CaptureStdout();
-    launchAtLogin.setEnabled(true);
+    EXPECT_TRUE(launchAtLogin.setEnabled(true));
     EXPECT_TRUE(launchAtLogin.isEnabled());
     desktop.fails = Error{ErrorCode::PermissionDenied, "the folder is read-only"};
-    launchAtLogin.setEnabled(false);
+    EXPECT_FALSE(launchAtLogin.setEnabled(false));
     EXPECT_TRUE(launchAtLogin.isEnabled());
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), "LaunchAtLogin error: the folder is read-only\n");
 }

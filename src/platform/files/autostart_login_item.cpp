@@ -20,12 +20,18 @@ constexpr const char* kFile = "dravo.desktop";
 constexpr std::size_t kMaxBytes = 64 * 1024;
 
 constexpr const char* kHidden = "Hidden";
-constexpr const char* kSwitchedOn = "X-GNOME-Autostart-enabled";
+/// What desktops write for "do not start" instead.
+constexpr const char* kSwitches[] = {"X-GNOME-Autostart-enabled", "X-MATE-Autostart-enabled"};
+
+/// Without these no desktop starts anything.
+void complete(DesktopEntry& entry) {
+    entry.set("Type", "Application");
+    if (!entry.value("Name")) entry.set("Name", "Dravo");
+}
 
 DesktopEntry newEntry() {
     DesktopEntry entry;
-    entry.set("Type", "Application");
-    entry.set("Name", "Dravo");
+    complete(entry);
     entry.set("Comment", "Tint and dim the whole screen for light-sensitive eyes");
     entry.set("Icon", "dravo");
     entry.set("Terminal", "false");
@@ -78,8 +84,10 @@ bool AutostartLoginItem::isMeantForThisDesktop(const DesktopEntry& entry) const 
 }
 
 LoginItemService::Status AutostartLoginItem::statusOf(const DesktopEntry& entry) const {
-    if (entry.isTrue(kHidden) || entry.value(kSwitchedOn) == "false" || !isMeantForThisDesktop(entry))
+    const auto isOff = [&](const char* key) { return entry.flag(key) == false; };
+    if (entry.flag(kHidden) == true || std::ranges::any_of(kSwitches, isOff) || !isMeantForThisDesktop(entry))
         return Status::requiresApproval;
+    if (entry.value("Type") != "Application") return Status::notFound;
     const auto probe = entry.value("TryExec");
     const auto program = programOfExec(entry.value("Exec").value_or(""));
     if (!program || !canBeStarted(*program) || (probe && !canBeStarted(*probe))) return Status::notFound;
@@ -118,14 +126,16 @@ Result<void> AutostartLoginItem::registerItem() {
             ErrorCode::PermissionDenied,
             filled(localized("the entry %@ is not meant for this desktop (OnlyShowIn, NotShowIn)"), {own_.string()})};
     }
+    complete(*entry);
     entry->remove(kHidden);
-    if (entry->value(kSwitchedOn)) entry->set(kSwitchedOn, "true");
+    for (const char* const key : kSwitches)
+        if (entry->value(key)) entry->set(key, "true");
+    if (const auto probe = entry->value("TryExec"); probe && !canBeStarted(*probe)) entry->remove("TryExec");
     if (statusOf(*entry) == Status::notFound) {
         const std::string program = place_.program.string();
         // No desktop starts a program with such a name.
         if (program.empty() || program.find('=') != std::string::npos)
             return Error{ErrorCode::InvalidInput, filled(localized("'%@' cannot be started at login"), {program})};
-        entry->remove("TryExec");
         entry->set("Exec", execValue(program, "--autostart"));
     }
     return write(*entry);

@@ -74,6 +74,13 @@ std::optional<std::string> DesktopEntry::value(std::string_view key) const {
     return std::string(trimmed(text.substr(text.find('=') + 1)));
 }
 
+std::optional<bool> DesktopEntry::flag(std::string_view key) const {
+    const auto text = value(key);
+    if (text == "true" || text == "1") return true;
+    if (text == "false" || text == "0") return false;
+    return std::nullopt;
+}
+
 std::optional<std::vector<std::string>> DesktopEntry::list(std::string_view key) const {
     const auto text = value(key);
     if (!text) return std::nullopt;

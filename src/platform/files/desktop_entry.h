@@ -19,8 +19,8 @@ public:
     [[nodiscard]] static std::optional<DesktopEntry> parse(std::string_view text);
 
     [[nodiscard]] std::optional<std::string> value(std::string_view key) const;
-    /// True for a key that says "true"; any other value is false.
-    [[nodiscard]] bool isTrue(std::string_view key) const { return value(key) == "true"; }
+    /// What a switch says: "true", "false", or in old entries 1 and 0; none for an absent key and any other value.
+    [[nodiscard]] std::optional<bool> flag(std::string_view key) const;
     /// The parts of a list ("GNOME;KDE;"); none for an absent key.
     [[nodiscard]] std::optional<std::vector<std::string>> list(std::string_view key) const;
 

@@ -1,7 +1,6 @@
 #include "ui/views/settings_view.h"
 
 #include "app/updater_bridge.h"
-#include "ui/controls/label.h"
 #include "ui/controls/layout.h"
 #include "ui/controls/row.h"
 #include "ui/texts.h"
@@ -20,12 +19,10 @@ SettingsView::SettingsView(const PanelParts& parts, std::function<void(AppLangua
     : View(parts), chosenLanguage_(AppLanguage::current(parts.preferences)), onLanguage_(std::move(onLanguage)) {
     auto* const column = layOut<QVBoxLayout>(this, Theme::kGap);
     launchAtLogin_ = new ToggleRow(text("Launch at Login"), this);
-    launchAtLogin_->onFlip([this](bool isOn) {
-        // The switch shows what was asked for until the section opens again.
-        launchAtLogin_->setOn(isOn);
-        parts_.launchAtLogin.setEnabled(isOn);
-    });
+    launchAtLogin_->onFlip([this](bool isOn) { showLogin(parts_.launchAtLogin.setEnabled(isOn)); });
     column->addWidget(launchAtLogin_);
+    loginProblem_ = new Label({}, TextStyle::caption, Tone::orange, this);
+    column->addWidget(loginProblem_->wrapped());
     shortcut_ = new ToggleRow(text("Global Shortcut"), this);
     shortcut_->onFlip([this](bool isOn) { parts_.shortcutManager.setEnabled(isOn); });
     column->addWidget(shortcut_);
@@ -86,9 +83,15 @@ QWidget* SettingsView::makeShortcutRow() {
 void SettingsView::showEvent(QShowEvent* event) {
     View::showEvent(event);
     if (event->spontaneous()) return;
-    launchAtLogin_->setOn(parts_.launchAtLogin.isEnabled());
+    showLogin({});
     chosenLanguage_ = AppLanguage::current(parts_.preferences);
     refresh();
+}
+
+void SettingsView::showLogin(const Result<void>& changed) {
+    launchAtLogin_->setOn(parts_.launchAtLogin.isEnabled());
+    loginProblem_->setText(changed ? QString() : QString::fromStdString(changed.error().message));
+    loginProblem_->setVisible(!changed);
 }
 
 void SettingsView::refresh() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/app_language.h"
+#include "ui/controls/label.h"
 #include "ui/controls/menu_button.h"
 #include "ui/controls/toggle_row.h"
 #include "ui/views/view.h"
@@ -24,8 +25,10 @@ private:
     [[nodiscard]] QWidget* makeShortcutRow();
     [[nodiscard]] QLayout* makeLanguageRow();
     void choose(AppLanguage language);
+    void showLogin(const Result<void>& changed);
 
     ToggleRow* launchAtLogin_;
+    Label* loginProblem_;
     ToggleRow* shortcut_;
     RecorderButton* recorder_ = nullptr;
     QWidget* shortcutRow_;

@@ -56,7 +56,10 @@ TEST_F(AutostartLoginItemTest, ReadsFromTheEntryWhetherTheDesktopStartsIt) {
         {entry("Hidden=false\nX-GNOME-Autostart-enabled=true\n"), gnome, Status::enabled},
         {entry("Hidden=true\n"), {}, Status::requiresApproval},
         {entry("Hidden = true \n"), {}, Status::requiresApproval},
+        {entry("Hidden=1\n"), {}, Status::requiresApproval},
         {entry("X-GNOME-Autostart-enabled=false\n"), {}, Status::requiresApproval},
+        {entry("X-GNOME-Autostart-enabled=0\n"), {}, Status::requiresApproval},
+        {entry("X-MATE-Autostart-enabled=false\n"), {}, Status::requiresApproval},
         {entry("[Desktop Action off]\nHidden=true\n"), {}, Status::enabled},
         {entry("#Hidden=true\n"), {}, Status::enabled},
         {entry("NotShowIn=KDE;GNOME;\n"), gnome, Status::requiresApproval},
@@ -68,10 +71,12 @@ TEST_F(AutostartLoginItemTest, ReadsFromTheEntryWhetherTheDesktopStartsIt) {
         {entry("OnlyShowIn=ubuntu;\nNotShowIn=GNOME;\n"), gnome, Status::enabled},
         {entry("TryExec=/nowhere/dravo\n"), {}, Status::notFound},
         {entry("TryExec=sh\n"), {}, Status::enabled},
-        {"[Desktop Entry]\nExec=/nowhere/dravo --autostart\n", {}, Status::notFound},
-        {"[Desktop Entry]\nExec=\"" + program().string() + "\n", {}, Status::notFound},
-        {"[Desktop Entry]\nName=Dravo\n", {}, Status::notFound},
-        {"# Ours\n\n[Desktop Entry]\r\nExec=sh -c \"dravo\"\r\n", {}, Status::enabled},
+        {"[Desktop Entry]\nType=Application\nExec=/nowhere/dravo --autostart\n", {}, Status::notFound},
+        {"[Desktop Entry]\nType=Application\nExec=\"" + program().string() + "\n", {}, Status::notFound},
+        {"[Desktop Entry]\nType=Application\n", {}, Status::notFound},
+        {"[Desktop Entry]\nExec=" + program().string() + "\n", {}, Status::notFound},
+        {"[Desktop Entry]\nType=Link\nExec=" + program().string() + "\n", {}, Status::notFound},
+        {"# Ours\n\n[Desktop Entry]\r\nType=Application\r\nExec=sh -c \"dravo\"\r\n", {}, Status::enabled},
         {"no entry at all", {}, Status::notRegistered},
         {"", {}, Status::notRegistered},
     };
@@ -104,9 +109,20 @@ TEST_F(AutostartLoginItemTest, KeepsWhatElseTheEntrySays) {
     ASSERT_TRUE(item().registerItem());
     EXPECT_EQ(contentOf(own()), "# Mine\n" + entry("X-GNOME-Autostart-enabled=true\n" + more)) << "the command too";
 
-    write(own(), "[Desktop Entry]\nExec=/gone/dravo\nTryExec=/gone/dravo\n" + more);
+    write(own(), entry("TryExec=/gone/dravo\n"));
     ASSERT_TRUE(item().registerItem());
-    EXPECT_EQ(contentOf(own()), "[Desktop Entry]\nExec=\"" + program().string() + "\" --autostart\n" + more);
+    EXPECT_EQ(contentOf(own()), entry()) << "what is tried is gone, the command is not";
+
+    const std::string ours = "Exec=\"" + program().string() + "\" --autostart\n";
+    write(own(), "[Desktop Entry]\nType=Application\nName=D\nExec=/gone/dravo\nTryExec=/gone/dravo\n" + more);
+    ASSERT_TRUE(item().registerItem());
+    EXPECT_EQ(contentOf(own()), "[Desktop Entry]\nType=Application\nName=D\n" + ours + more);
+
+    // What is left where a desktop or a person switched the system's off.
+    write(own(), "[Desktop Entry]\nHidden=true\n");
+    ASSERT_TRUE(item().registerItem());
+    EXPECT_EQ(contentOf(own()), "[Desktop Entry]\nType=Application\nName=Dravo\n" + ours);
+    EXPECT_EQ(item().status(), Status::enabled);
 
     write(own(), "not an entry");
     ASSERT_TRUE(item().registerItem());
