@@ -1,7 +1,11 @@
+#include <netinet/in.h>
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
 
+#include "base/unique_fd.h"
 #include "desktop/panel_run_test.h"
 
 namespace dravo::testing {
@@ -36,6 +40,20 @@ std::string faultOf(const Control& control, ScreenReader& reader) {
     return {};
 }
 
+/// Makes a socket to which programs of this machine can connect, and nothing more; its port.
+std::uint16_t listenSomewhere(UniqueFd& socket) {
+    socket = UniqueFd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof(address);
+    auto* const plain = reinterpret_cast<sockaddr*>(&address);
+    EXPECT_EQ(::bind(socket.get(), plain, size), 0);
+    EXPECT_EQ(::listen(socket.get(), 8), 0);
+    EXPECT_EQ(::getsockname(socket.get(), plain, &size), 0);
+    return ntohs(address.sin_port);
+}
+
 /// A control's name without what it shows: "Preset" of "Preset: Evening".
 std::string plainName(const std::string& name) { return name.substr(0, name.find(':')); }
 
@@ -44,6 +62,7 @@ class AccessibilityTest : public PanelRunTest {
 protected:
     Run open(const std::string& preferences = {}) {
         preferSeen(preferences);
+        setVariable("DRAVO_UPDATE_FEED", "https://127.0.0.1:" + std::to_string(listenSomewhere(feed_)) + "/");
         return startWithPanel();
     }
 
@@ -130,6 +149,7 @@ protected:
     void operateTheEditor();
     void operateTheCards();
 
+    UniqueFd feed_;                   ///< where the program asks for updates
     std::set<std::string> heard_;     ///< the names of all that can be operated
     std::set<std::string> operated_;  ///< and of what has been
 };
@@ -234,8 +254,16 @@ void AccessibilityTest::operateTheRestOfTheSettings() {
     EXPECT_TRUE(soonHears("Language Updated", "alert message"));
     act("Later");
     EXPECT_TRUE(soonHearsNoMore("Language Updated"));
+    // A server that lets everybody wait, until it goes.
     act("Check for Updates…");
-    EXPECT_TRUE(soonHears("Updates come with the system's packages", "alert message"));
+    EXPECT_TRUE(soonHears("Checking for updates…", "alert message"));
+    walk();
+    reader().listen();
+    feed_.reset();
+    const std::string failure = "Could not check for updates";
+    EXPECT_TRUE(soonHears(failure, "alert message"));
+    EXPECT_TRUE(soon([&] { return reader().alerts(failure) == 1; })) << "a card that says something else tells so";
+    EXPECT_EQ(focused(), hear("Close").object.path);
     walk();
     act("Close");
     EXPECT_TRUE(soonHearsNoMore("Close"));

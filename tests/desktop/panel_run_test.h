@@ -32,11 +32,14 @@ protected:
     void startTray(TrayHost::Kind kind) { tray_.emplace(kind, session()); }
     void stopTray() { tray_.reset(); }
 
+    /// For programs that are started from now on.
+    void setVariable(const std::string& name, const std::string& value) { variables_[name] = value; }
     /// What a program needs in its environment to be part of this session.
     [[nodiscard]] std::map<std::string, std::string> session() {
         auto environment = onServer();
         environment["DBUS_SESSION_BUS_ADDRESS"] = bus_->address();
         environment["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1";
+        for (const auto& [name, value] : variables_) environment[name] = value;
         return environment;
     }
     [[nodiscard]] Run startProgram(std::vector<std::string> arguments = {},
@@ -83,6 +86,9 @@ protected:
     bool staysClosed() {
         return !waitUntil([&] { return isPanelOpen(); }, std::chrono::milliseconds{400});
     }
+    bool staysOpen() {
+        return !waitUntil([&] { return !isPanelOpen(); }, std::chrono::milliseconds{400});
+    }
     bool soonFiltered() {
         return soon([&] { return allShow(filtered(kStrong)); });
     }
@@ -101,6 +107,7 @@ protected:
 
 private:
     TemporaryFolder sessionHome_;
+    std::map<std::string, std::string> variables_;
     std::optional<PrivateBus> bus_;
     std::optional<AccessibilityBus> accessibility_;
     std::optional<ChildProcess> manager_;

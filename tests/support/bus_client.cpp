@@ -14,6 +14,21 @@ bool BusClient::hasOwner(const char* name) {
     return call({"org.freedesktop.DBus", "/"}, "org.freedesktop.DBus", "NameHasOwner", "s", name).value<int>("b") != 0;
 }
 
+void BusClient::listen(const std::string& rule) {
+    const auto keep = [](sd_bus_message* message, void* client, sd_bus_error*) {
+        static_cast<BusClient*>(client)->heard_.emplace_back(sd_bus_message_ref(message));
+        return 0;
+    };
+    if (sd_bus_add_match(bus_.get(), nullptr, rule.c_str(), keep, this) < 0)
+        throw std::runtime_error("nobody listens to " + rule);
+}
+
+std::vector<BusMessage> BusClient::heard() {
+    while (sd_bus_process(bus_.get(), nullptr) > 0) {
+    }
+    return std::exchange(heard_, {});
+}
+
 BusMessage BusClient::send(const BusMessage& message, const char* method) {
     constexpr std::uint64_t kCallPatience = 5'000'000;
     sd_bus_error error{};

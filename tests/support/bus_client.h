@@ -3,6 +3,8 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/systemd/systemd.h"
 
@@ -81,12 +83,18 @@ public:
     }
     [[nodiscard]] bool hasOwner(const char* name);
 
+    /// Keeps the signals that this match rule lets through, from now on.
+    void listen(const std::string& rule);
+    /// Those that have come since the last call.
+    [[nodiscard]] std::vector<BusMessage> heard();
+
 private:
     BusMessage send(const BusMessage& message, const char* method);
 
     struct Close {
         void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
     };
+    std::vector<BusMessage> heard_;
     std::unique_ptr<sd_bus, Close> bus_;
 };
 

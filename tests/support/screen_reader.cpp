@@ -67,10 +67,19 @@ std::optional<ScreenReader::Control> ScreenReader::find(const std::string& name,
 
 // Only through what is showing: what is folded away stands in the tree as well.
 void ScreenReader::walk(const BusObject& object, std::vector<Control>& found) {
-    Control control = read(object);
-    if (!control.is("showing")) return;
-    found.push_back(std::move(control));
+    const auto control = readIfThere(object);
+    if (!control || !control->is("showing")) return;
+    found.push_back(*control);
     for (const auto& child : childrenOf(object)) walk(child, found);
+}
+
+// What was named a moment ago may be gone by now.
+std::optional<ScreenReader::Control> ScreenReader::readIfThere(const BusObject& object) {
+    try {
+        return read(object);
+    } catch (const std::runtime_error&) {
+        return std::nullopt;
+    }
 }
 
 ScreenReader::Control ScreenReader::read(const BusObject& object) {
@@ -157,6 +166,21 @@ std::string ScreenReader::text(const Control& control) {
     return bus_.call(control.object, "org.a11y.atspi.Text", "GetText", "ii", 0, -1).text();
 }
 
-void ScreenReader::focus(const Control& control) { bus_.call(control.object, kComponent, "GrabFocus"); }
+void ScreenReader::listen() {
+    bus_.call({kRegistry.owner, "/org/a11y/atspi/registry"}, "org.a11y.atspi.Registry", "RegisterEvent", "s",
+              "object:state-changed:showing");
+    bus_.listen("type='signal',interface='org.a11y.atspi.Event.Object',member='StateChanged'");
+}
+
+int ScreenReader::alerts(const std::string& name) {
+    int count = 0;
+    for (auto& message : bus_.heard()) {
+        const BusObject object{sd_bus_message_get_sender(message.get()), sd_bus_message_get_path(message.get())};
+        if (message.text() != "showing" || message.value<int>("i") == 0) continue;
+        const auto control = readIfThere(object);
+        if (control && control->role == "alert message" && control->name == name) ++count;
+    }
+    return count;
+}
 
 }  // namespace dravo::testing

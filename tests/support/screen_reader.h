@@ -59,12 +59,17 @@ public:
     void setValue(const Control& control, double value);
     void setText(const Control& control, const std::string& text);
     [[nodiscard]] std::string text(const Control& control);
-    void focus(const Control& control);
+
+    /// Notes from now on what comes into sight.
+    void listen();
+    /// How often the program has told of an alert of this name since the last call.
+    [[nodiscard]] int alerts(const std::string& name);
 
 private:
     [[nodiscard]] std::vector<BusObject> childrenOf(const BusObject& parent);
     [[nodiscard]] std::string nameOf(const BusObject& object);
     [[nodiscard]] Control read(const BusObject& object);
+    [[nodiscard]] std::optional<Control> readIfThere(const BusObject& object);
     void walk(const BusObject& object, std::vector<Control>& found);
     [[nodiscard]] double number(const Control& control, const char* property);
 

@@ -14,6 +14,7 @@ namespace dravo::testing {
 namespace key {
 inline constexpr std::uint8_t kEscape = 9;
 inline constexpr std::uint8_t kTab = 23;
+inline constexpr std::uint8_t kQ = 24;
 inline constexpr std::uint8_t kE = 26;
 inline constexpr std::uint8_t kReturn = 36;
 inline constexpr std::uint8_t kControl = 37;

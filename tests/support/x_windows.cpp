@@ -125,4 +125,25 @@ bool XWindows::areManaged() {
     return atom && !textOf(property(c, askFor(c, root_, atom->atom))).empty();
 }
 
+OtherWindow::OtherWindow(const std::string& address, const Box& box)
+    : connection_(xcb_connect(address.c_str(), nullptr), xcb_disconnect) {
+    auto* const c = connection_.get();
+    const auto* const screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+    window_ = xcb_generate_id(c);
+    xcb_create_window(c, XCB_COPY_FROM_PARENT, window_, screen->root, static_cast<std::int16_t>(box.x),
+                      static_cast<std::int16_t>(box.y), static_cast<std::uint16_t>(box.width),
+                      static_cast<std::uint16_t>(box.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0,
+                      nullptr);
+    constexpr char kClass[] = "other\0Other";
+    xcb_change_property(c, XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, sizeof(kClass),
+                        kClass);
+    xcb_map_window(c, window_);
+    xcb_flush(c);
+}
+
+void OtherWindow::takeKeyboard() {
+    xcb_set_input_focus(connection_.get(), XCB_INPUT_FOCUS_PARENT, window_, XCB_CURRENT_TIME);
+    xcb_flush(connection_.get());
+}
+
 }  // namespace dravo::testing

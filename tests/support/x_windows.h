@@ -62,4 +62,17 @@ private:
     xcb_window_t root_ = 0;
 };
 
+/// A window of another program, "other", that a window manager takes care of.
+class OtherWindow {
+public:
+    OtherWindow(const std::string& address, const Box& box);
+
+    /// Gets the keyboard without a press, as where the focus follows the mouse.
+    void takeKeyboard();
+
+private:
+    std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t*)> connection_;
+    xcb_window_t window_ = 0;
+};
+
 }  // namespace dravo::testing

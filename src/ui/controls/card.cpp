@@ -1,6 +1,7 @@
 #include "ui/controls/card.h"
 
 #include <QAccessible>
+#include <QApplication>
 #include <QPainter>
 #include <QScrollArea>
 #include <QShowEvent>
@@ -33,27 +34,38 @@ void Card::setContent(const QString& title, const QString& message, const std::v
     message_->setVisible(!message.isEmpty());
     setAccessibleName(title);
     setAccessibleDescription(message);
-    auto* const row = answers_->layout();
-    while (auto* const item = row->takeAt(0)) {
-        if (item->widget()) item->widget()->deleteLater();
-        delete item;
+    const bool hadKeyboard = isAncestorOf(QApplication::focusWidget());
+    replaceAnswers(answers);
+    if (!isVisible()) return;
+    if (hadKeyboard) takeKeyboard();
+    // A screen reader reads an alert when it comes into sight.
+    QAccessibleEvent event(this, QAccessible::ObjectShow);
+    QAccessible::updateAccessibility(&event);
+}
+
+void Card::replaceAnswers(const std::vector<Answer>& answers) {
+    // The answer takes the card away, and this button with it: it goes once the click is over.
+    for (auto* const old : answers_->findChildren<PushButton*>()) {
+        old->setParent(nullptr);
+        old->deleteLater();
     }
     for (const auto& answer : answers) {
         auto* const button = new PushButton(answer.title, answer.kind);
-        // The answer takes the card away, and this button with it.
         button->onClick([action = answer.action] { action(); });
-        row->addWidget(button);
+        answers_->layout()->addWidget(button);
     }
 }
 
 void Card::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     if (event->spontaneous()) return;
-    if (auto* const first = answers_->findChild<PushButton*>()) first->setFocus(Qt::OtherFocusReason);
-    QAccessibleEvent alert(this, QAccessible::Alert);
-    QAccessible::updateAccessibility(&alert);
+    takeKeyboard();
     // Once the panel has its new height.
     QTimer::singleShot(0, this, [this] { scrollIntoView(); });
+}
+
+void Card::takeKeyboard() {
+    if (auto* const first = answers_->findChild<PushButton*>()) first->setFocus(Qt::OtherFocusReason);
 }
 
 void Card::scrollIntoView() {

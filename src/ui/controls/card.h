@@ -9,8 +9,8 @@
 
 namespace dravo::ui {
 
-/// What the panel asks or tells, inside itself: a title, a text, and the answers. Announced to a screen reader as an
-/// alert when it appears.
+/// What the panel asks or tells, inside itself: a title, a text, and the answers. An alert to a screen reader, which is
+/// told when it appears and when it says something else.
 class Card : public QWidget {
     Q_OBJECT
 
@@ -23,7 +23,8 @@ public:
 
     explicit Card(QWidget* parent = nullptr);
 
-    /// Replaces what it shows; the same as before changes nothing, and keeps the keyboard where it is.
+    /// Replaces what it shows. The same as before changes nothing; otherwise a keyboard that was on an answer is on the
+    /// first one again.
     void setContent(const QString& title, const QString& message, const std::vector<Answer>& answers);
 
 protected:
@@ -31,6 +32,8 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    void replaceAnswers(const std::vector<Answer>& answers);
+    void takeKeyboard();
     void scrollIntoView();
 
     Label* title_;

@@ -44,7 +44,7 @@ QLayout* PresetPickerView::makePickerRow() {
     edit_->onClick([this] { editing_.beginChanging(parts_.filterState.selectedPreset); });
     remove_ = new IconButton(Icon::remove, text("Delete this preset"), this);
     remove_->onClick([this] {
-        showingDeleteConfirm_ = true;
+        deletionOf_ = parts_.filterState.selectedPreset.get().id;
         refresh();
     });
     add_ = new IconButton(Icon::add, {}, this);
@@ -82,7 +82,8 @@ void PresetPickerView::refresh() {
         add_->setIcon(Icon::add, text("Save current settings as a preset"));
     }
     editedRow_->setVisible(parts_.filterState.isEdited());
-    if (!isOwn) showingDeleteConfirm_ = false;
+    // Asked about one preset, it must not come to mean another.
+    if (!isOwn || selected.id != deletionOf_) deletionOf_.clear();
     refreshCard();
     editor_->refresh();
     editor_->setVisible(editing_.isOpen());
@@ -90,7 +91,7 @@ void PresetPickerView::refresh() {
 
 void PresetPickerView::refreshCard() {
     using Kind = PushButton::Kind;
-    if (showingDeleteConfirm_) {
+    if (!deletionOf_.empty()) {
         const QString name = QString::fromStdString(parts_.filterState.selectedPreset.get().localizedName());
         card_->setContent(filled(text("preset.delete.title", "Delete \"%@\"?"), name),
                           text("preset.delete.message", "This preset will be removed permanently."),
@@ -99,12 +100,12 @@ void PresetPickerView::refreshCard() {
     } else if (!messageTitle_.isEmpty()) {
         card_->setContent(messageTitle_, message_, {{text("OK"), Kind::plain, [this] { closeInnermost(); }}});
     }
-    card_->setVisible(showingDeleteConfirm_ || !messageTitle_.isEmpty());
+    card_->setVisible(!deletionOf_.empty() || !messageTitle_.isEmpty());
 }
 
 bool PresetPickerView::closeInnermost() {
-    if (showingDeleteConfirm_) {
-        showingDeleteConfirm_ = false;
+    if (!deletionOf_.empty()) {
+        deletionOf_.clear();
     } else if (!messageTitle_.isEmpty()) {
         messageTitle_.clear();
     } else if (editing_.isOpen()) {
@@ -153,8 +154,7 @@ void PresetPickerView::toggleEditor() {
 }
 
 void PresetPickerView::deleteSelected() {
-    showingDeleteConfirm_ = false;
-    const std::string id = parts_.filterState.selectedPreset.get().id;
+    const std::string id = std::exchange(deletionOf_, {});
     auto presets = parts_.customPresetStore.presets.get();
     std::erase_if(presets, [&](const FilterPreset& preset) { return preset.id == id; });
     parts_.customPresetStore.presets = std::move(presets);

@@ -39,8 +39,8 @@ private:
     QWidget* editedRow_ = nullptr;
     Card* card_;
     PresetEditorView* editor_;
-    bool showingDeleteConfirm_ = false;
-    QString messageTitle_;  ///< what went wrong with a file; empty: nothing to tell
+    std::string deletionOf_;  ///< the id of the preset that the card asks about; empty: it does not ask
+    QString messageTitle_;    ///< what went wrong with a file; empty: nothing to tell
     QString message_;
 };
 
