@@ -167,22 +167,25 @@ std::optional<std::int64_t> keyCodeOf(std::uint32_t scanCode) {
     return key->code;
 }
 
+bool hasName(std::int64_t keyCode) {
+    const Key* const key = find(keyCode);
+    return key && !key->name.empty();
+}
+
 std::string displayString(std::int64_t keyCode, std::int64_t modifiers) {
     std::string text;
     for (const auto& modifier : kModifiers)
         if ((modifiers & modifier.bit) != 0) text += modifier.symbol;
-    const Key* const key = find(keyCode);
-    return text + (key && !key->name.empty() ? std::string(key->name) : unnamedKey(keyCode));
+    return text + (hasName(keyCode) ? std::string(find(keyCode)->name) : unnamedKey(keyCode));
 }
 
 std::string spokenShortcut(std::int64_t keyCode, std::int64_t modifiers) {
     std::string text;
     for (const auto& modifier : kModifiers)
         if ((modifiers & modifier.bit) != 0) text += localized(modifier.spoken) + ' ';
-    const Key* const key = find(keyCode);
-    if (!key || key->name.empty()) return text + unnamedKey(keyCode);
-    if (key->spoken.english.empty()) return text + std::string(key->name);
-    return text + localized(key->spoken);
+    if (!hasName(keyCode)) return text + unnamedKey(keyCode);
+    const Key& key = *find(keyCode);
+    return text + (key.spoken.english.empty() ? std::string(key.name) : localized(key.spoken));
 }
 
 bool isReserved(std::int64_t keyCode, std::int64_t modifiers) {

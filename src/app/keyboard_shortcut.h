@@ -29,6 +29,9 @@ inline constexpr std::int64_t kEscapeKeyCode = 53;
 /// The way back: none for keys that no shortcut can have, modifiers among them.
 [[nodiscard]] std::optional<std::int64_t> keyCodeOf(std::uint32_t scanCode);
 
+/// Whether the key has a name of its own; any other is "Key" and its number, in ASCII digits.
+[[nodiscard]] bool hasName(std::int64_t keyCode);
+
 /// The shortcut as it is shown: "⌃⇧E". Bits that are no modifier's are left out.
 [[nodiscard]] std::string displayString(std::int64_t keyCode, std::int64_t modifiers);
 

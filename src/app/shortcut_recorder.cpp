@@ -19,15 +19,9 @@ ShortcutRecorder::ShortcutRecorder(KeyboardShortcutManager& manager, Preferences
 
 ShortcutRecorder::~ShortcutRecorder() { cancel(); }
 
-std::string ShortcutRecorder::text() const {
+std::string ShortcutRecorder::notice() const {
     if (isRecording_) return localized("Press shortcut…");
-    if (isShowingUnavailable_) return localized("Shortcut unavailable");
-    return displayString(preferences_.shortcutKeyCode(), preferences_.shortcutModifiers());
-}
-
-std::string ShortcutRecorder::spokenText() const {
-    if (isRecording_ || isShowingUnavailable_) return text();
-    return spokenShortcut(preferences_.shortcutKeyCode(), preferences_.shortcutModifiers());
+    return isShowingUnavailable_ ? localized("Shortcut unavailable") : std::string();
 }
 
 void ShortcutRecorder::startRecording() {

@@ -29,9 +29,8 @@ public:
     /// For 1.6 s after a recorded shortcut turned out to be another program's.
     [[nodiscard]] bool isShowingUnavailable() const { return isShowingUnavailable_; }
 
-    /// What the control shows, and what it says.
-    [[nodiscard]] std::string text() const;
-    [[nodiscard]] std::string spokenText() const;
+    /// What the control shows in place of the stored shortcut; empty: nothing.
+    [[nodiscard]] std::string notice() const;
 
     /// The control was clicked. Nothing happens while it records already.
     void startRecording();

@@ -13,7 +13,7 @@
 #include <limits>
 #include <memory>
 
-#include "base/localized.h"
+#include "app/keyboard_shortcut.h"
 
 namespace dravo::ui {
 
@@ -140,15 +140,20 @@ QString inOwnDigits(QString text) {
     return text;
 }
 
-QString shortcutText(const std::string& signs, const std::string& words, const QFont& font) {
+ShortcutText shortcutText(std::int64_t keyCode, std::int64_t modifiers, const QFont& font) {
     constexpr QChar kIsolate(0x2066);
     constexpr QChar kEnd(0x2069);
-    const QString text = QString::fromStdString(signs);
+    // Digits in a name are those on the key.
+    const auto written = [&](const std::string& text) {
+        const QString plain = QString::fromStdString(text);
+        return hasName(keyCode) ? plain : inOwnDigits(plain);
+    };
+    const QString signs = written(displayString(keyCode, modifiers));
+    const QString words = written(spokenShortcut(keyCode, modifiers));
     const QFontMetrics metrics(font);
-    const auto letters = text.toUcs4();
-    if (!std::all_of(letters.begin(), letters.end(), [&](uint letter) { return metrics.inFontUcs4(letter); }))
-        return QString::fromStdString(words);
-    return QGuiApplication::isRightToLeft() ? kIsolate + text + kEnd : text;
+    const auto letters = signs.toUcs4();
+    if (!std::ranges::all_of(letters, [&](uint letter) { return metrics.inFontUcs4(letter); })) return {words, words};
+    return {QGuiApplication::isRightToLeft() ? kIsolate + signs + kEnd : signs, words};
 }
 
 double typedNumber(const QString& text) {

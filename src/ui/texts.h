@@ -39,9 +39,14 @@ void adoptInterfaceLocale();
 /// `text` with its ASCII digits in the locale's own: "19:55" in Arabic, too.
 [[nodiscard]] QString inOwnDigits(QString text);
 
-/// A shortcut's signs, which read from left to right also where writing goes the other way; its `words` where the
-/// system has no typeface, `font` or another, that can draw all the signs.
-[[nodiscard]] QString shortcutText(const std::string& signs, const std::string& words, const QFont& font);
+/// A stored shortcut in the locale's own digits.
+struct ShortcutText {
+    /// Its signs, which read from left to right also where writing goes the other way; the words where the system has
+    /// no typeface, the given one or another, that can draw all the signs.
+    QString shown;
+    QString spoken;  ///< For a screen reader.
+};
+[[nodiscard]] ShortcutText shortcutText(std::int64_t keyCode, std::int64_t modifiers, const QFont& font);
 
 /// The number that a person typed in the locale's own form or in the plain one with a point; NaN for anything else.
 [[nodiscard]] double typedNumber(const QString& text);

@@ -201,6 +201,10 @@ TEST(PanelTextTest, PaintedTextBeginsOnTheRightWhereWritingDoes) {
     world.click("Settings");
     const auto* const start = world.find<ui::TimeField>(ui::text("From"));
     EXPECT_EQ(start->text(), QStringLiteral("٨:٠٠ م"));
+    world.preferences.setShortcut(105, 4096);
+    world.settle();
+    EXPECT_TRUE(world.find<QAbstractButton>(ui::shortcutText(105, 4096, {}).spoken)->text().contains("١٠٥"));
+    EXPECT_TRUE(ui::shortcutText(120, 0, {}).spoken.contains("F2")) << "as it is written on the key";
 }
 
 }  // namespace

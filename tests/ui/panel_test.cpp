@@ -245,6 +245,49 @@ TEST(PanelTest, DeletionAsksFirstAndSelectsTheDefault) {
     EXPECT_FALSE(world.sees("Delete this preset"));
 }
 
+TEST(PanelTest, CardsKeepTheKeyboardWhateverTheyShowNext) {
+    PanelWorld world;
+    world.customPresets.presets = {ownPreset("One"), ownPreset("Two")};
+    world.open();
+    world.panel->activateWindow();
+    const auto focused = [] {
+        const auto* const button = qobject_cast<QAbstractButton*>(QApplication::focusWidget());
+        return button && button->isVisible() ? button->text() : QString();
+    };
+    for (const char* const name : {"One", "Two"}) {
+        world.state->selectedPreset = ownPreset(name);
+        world.settle();
+        world.click("Delete this preset");
+        EXPECT_EQ(focused(), "Cancel") << name;
+        world.click("Cancel");
+    }
+    world.updater.check();
+    world.settle();
+    EXPECT_EQ(focused(), "Cancel") << "checking";
+    world.updateFeed.answer(Error{ErrorCode::Disconnected, "no network"});
+    world.settle();
+    EXPECT_EQ(focused(), "Close");
+
+    world.slider("Intensity").setFocus();
+    world.updater.check();
+    world.settle();
+    EXPECT_TRUE(world.slider("Intensity").hasFocus()) << "a card that changes leaves the keyboard where it is";
+}
+
+TEST(PanelTest, ADeletionIsOfThePresetThatWasAskedAbout) {
+    PanelWorld world;
+    world.customPresets.presets = {ownPreset("One"), ownPreset("Two")};
+    world.state->selectedPreset = ownPreset("One");
+    world.open();
+    world.click("Delete this preset");
+    world.state->selectedPreset = ownPreset("Two");
+    world.settle();
+    EXPECT_FALSE(world.sees("Delete"));
+    world.state->selectedPreset = ownPreset("One");
+    world.settle();
+    EXPECT_FALSE(world.sees("Delete")) << "nobody asks any more";
+}
+
 TEST(PanelTest, EditorSavesUnderATrimmedNameAndNotWithoutOne) {
     PanelWorld world;
     world.state->intensity = 0.42;
@@ -291,6 +334,11 @@ TEST(PanelTest, ScheduleTakesATimeOnlyOnceItsEditingHasEnded) {
     }
     press(*start, Qt::Key_Return);
     EXPECT_EQ(world.preferences.scheduleStartMinutes(), 1320) << "what is typed replaces the hour that was clicked";
+    EXPECT_EQ(start->minutes(), 1320);
+    world.preferences.setScheduleStartMinutes(1500);
+    world.settle();
+    EXPECT_EQ(start->minutes(), 12 * 60) << "no time of day: the present one";
+    world.preferences.setScheduleStartMinutes(1320);
     world.preferences.setScheduleEndMinutes(1320);
     world.settle();
     EXPECT_TRUE(world.sees("Both times are the same: the schedule keeps the filter off."));
@@ -324,18 +372,26 @@ TEST(PanelTest, SunTimesNeedAPlaceThatAPersonCanGive) {
     type("Latitude", "89");
     world.click("Use");
     EXPECT_TRUE(world.sees("At your place the sun does not rise or set today."));
+    EXPECT_FALSE(world.sees("Determining location…")) << "it is known";
 }
 
-TEST(PanelTest, LoginSwitchShowsWhatWasAskedUntilTheSectionOpensAgain) {
+TEST(PanelTest, LoginSwitchShowsTheTruthAndSaysWhyItCouldNotBeChanged) {
     PanelWorld world;
-    world.loginItem.fails = Error{ErrorCode::PermissionDenied, "no"};
+    world.loginItem.fails = Error{ErrorCode::PermissionDenied, "the folder is read-only"};
     world.open();
     world.click("Settings");
+    const auto isOn = [&] { return world.find<QAbstractButton>("Launch at Login")->isChecked(); };
     world.click("Launch at Login");
-    EXPECT_TRUE(world.find<QAbstractButton>("Launch at Login")->isChecked());
+    EXPECT_FALSE(isOn());
+    EXPECT_TRUE(world.sees("the folder is read-only"));
+    world.loginItem.fails.reset();
+    world.click("Launch at Login");
+    EXPECT_TRUE(isOn());
+    EXPECT_FALSE(world.sees("the folder is read-only"));
+    world.loginItem.held = LoginItemService::Status::requiresApproval;
     world.click("Settings");
     world.click("Settings");
-    EXPECT_FALSE(world.find<QAbstractButton>("Launch at Login")->isChecked());
+    EXPECT_FALSE(isOn()) << "what the desktop says when the section opens";
 }
 
 TEST(PanelTest, RecorderTakesTheKeysByTheirPlaceTabAndSpaceToo) {

@@ -2,7 +2,6 @@
 
 #include <QHBoxLayout>
 
-#include "app/keyboard_shortcut.h"
 #include "ui/controls/button.h"
 #include "ui/controls/layout.h"
 #include "ui/texts.h"
@@ -49,12 +48,12 @@ OnboardingView::OnboardingView(const PanelParts& parts, std::function<void()> on
 }
 
 void OnboardingView::refresh() {
-    const auto code = parts_.preferences.shortcutKeyCode();
-    const auto modifiers = parts_.preferences.shortcutModifiers();
+    const auto& preferences = parts_.preferences;
+    const auto shortcut =
+        shortcutText(preferences.shortcutKeyCode(), preferences.shortcutModifiers(), shortcut_->font());
     const QString sentence = text("Toggle with %@ from anywhere");
-    const std::string words = spokenShortcut(code, modifiers);
-    shortcut_->setText(filled(sentence, shortcutText(displayString(code, modifiers), words, shortcut_->font())));
-    shortcut_->setAccessibleName(filled(sentence, QString::fromStdString(words)));
+    shortcut_->setText(filled(sentence, shortcut.shown));
+    shortcut_->setAccessibleName(filled(sentence, shortcut.spoken));
 }
 
 }  // namespace dravo::ui

@@ -130,11 +130,13 @@ void PositionView::refresh() {
                                timeText(parts_.calendar.fields(sun->sunset)),
                                timeText(parts_.calendar.fields(sun->sunrise))));
     }
-    const bool isDenied = !sun && parts_.locationProvider.status().get() == LocationProvider::Status::denied;
+    using Status = LocationProvider::Status;
+    const Status status = parts_.locationProvider.status();
+    const bool isDenied = !sun && status == Status::denied;
+    const bool isPolar = latitude && longitude && !sun;
     timesRow_->setVisible(sun.has_value());
     deniedRow_->setVisible(isDenied);
-    waitingRow_->setVisible(!sun && !isDenied);
-    const bool isPolar = latitude && longitude && !sun;
+    waitingRow_->setVisible(!sun && !isDenied && (!isPolar || status == Status::waiting));
     source_->setText(isPolar ? text("position.polar", "At your place the sun does not rise or set today.")
                              : sourceText(isDenied));
     change_->setText(isChoosing_ ? text("Cancel") : text("Change…"));

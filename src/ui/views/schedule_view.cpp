@@ -80,14 +80,22 @@ void ScheduleView::refresh() {
     timesRow_->setVisible(!followsSun);
     const auto start = preferences.scheduleStartMinutes();
     const auto end = preferences.scheduleEndMinutes();
-    start_->setMinutes(static_cast<int>(start));
-    end_->setMinutes(static_cast<int>(end));
+    start_->setMinutes(shownMinutes(start));
+    end_->setMinutes(shownMinutes(end));
     neverOn_->setVisible(!followsSun && start == end);
     position_->refresh();
     position_->setVisible(followsSun);
     const QString next = nextChangeText();
     nextChange_->setText(next);
     nextChange_->setVisible(!next.isEmpty());
+}
+
+// What is no time of day shows as the present one, until the person sets it.
+int ScheduleView::shownMinutes(std::int64_t stored) const {
+    constexpr int kDay = 24 * 60;
+    if (stored >= 0 && stored < kDay) return static_cast<int>(stored);
+    const auto now = parts_.calendar.fields(parts_.scheduler.now());
+    return 60 * now.hour + now.minute;
 }
 
 QString ScheduleView::nextChangeText() const {

@@ -21,6 +21,7 @@ protected:
 
 private:
     [[nodiscard]] QWidget* makeTimesRow();
+    [[nodiscard]] int shownMinutes(std::int64_t stored) const;
     [[nodiscard]] QString nextChangeText() const;
     void setMode(ScheduleMode mode);
 

@@ -25,6 +25,7 @@ std::int64_t modifiersOf(const QKeyEvent& key) {
 RecorderButton::RecorderButton(const PanelParts& parts, QWidget* parent)
     : PushButton({}, Kind::plain, parent),
       recorder_(parts.shortcutManager, parts.preferences, parts.scheduler),
+      preferences_(parts.preferences),
       scheduler_(parts.scheduler) {
     setAccessibleDescription(ui::text("Global Shortcut"));
     onClick([this] {
@@ -39,11 +40,11 @@ RecorderButton::RecorderButton(const PanelParts& parts, QWidget* parent)
 }
 
 void RecorderButton::refresh() {
-    const bool isShortcut = !recorder_.isRecording() && !recorder_.isShowingUnavailable();
-    const std::string words = recorder_.spokenText();
-    setText(isShortcut ? shortcutText(recorder_.text(), words, font()) : QString::fromStdString(recorder_.text()));
-    setAccessibleName(QString::fromStdString(words));
-    setMuted(!isShortcut);
+    const QString notice = QString::fromStdString(recorder_.notice());
+    const auto stored = shortcutText(preferences_.shortcutKeyCode(), preferences_.shortcutModifiers(), font());
+    setText(notice.isEmpty() ? stored.shown : notice);
+    setAccessibleName(notice.isEmpty() ? stored.spoken : notice);
+    setMuted(!notice.isEmpty());
     updateGeometry();
     update();
 }

@@ -27,6 +27,7 @@ private:
 
     ShortcutRecorder recorder_;
     Subscription changes_;
+    PreferencesStore& preferences_;
     Scheduler& scheduler_;
 };
 
