@@ -12,7 +12,7 @@ namespace dravo {
 struct MenuEntry {
     std::string title = {};
     std::function<void()> action = {};
-    char key = 0;  ///< With the desktop's command modifier, while the menu is open. 0: none.
+    char key = 0;  ///< A small letter that does the same while the menu is open, with Control or without. 0: none.
 };
 
 /// The program's icon in the desktop's tray. It is there whenever a tray is, however late and however often.

@@ -21,15 +21,19 @@ protected:
         clickEntry(entry, count);
     }
 
-    /// The entries of the menu as the program tells them to the host; "" for a line between them.
-    std::vector<std::string> entriesOnBus() {
-        BusClient client(bus().address());
+    /// The icon as its host knows it.
+    std::string itemOnBus(BusClient& client) {
         auto items = client.property({"org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher"},
                                      "org.kde.StatusNotifierWatcher", "RegisteredStatusNotifierItems");
         items.enter('v', "as");
         items.enter('a', "s");
         const std::string item = items.text();
-        const BusObject menu{item.substr(0, item.find('/')), "/MenuBar"};
+        return item.substr(0, item.find('/'));
+    }
+    /// The entries of the menu as the program tells them to the host; "" for a line between them.
+    std::vector<std::string> entriesOnBus() {
+        BusClient client(bus().address());
+        const BusObject menu{itemOnBus(client), "/MenuBar"};
         auto layout = client.call(menu, "com.canonical.dbusmenu", "GetLayout", "iias", 0, 1, 0);
         layout.skip("u");
         layout.enter('r', "ia{sv}av");
@@ -108,9 +112,18 @@ TEST_P(TrayTest, ClicksAndKeysOpenAndCloseThePanelAndToggle) {
     pointer().click(kOutside);
     EXPECT_TRUE(soonIsClosed());
     EXPECT_TRUE(staysClosed());
+    if (GetParam() == Kind::notifier) {
+        press(key::kReturn);
+        EXPECT_FALSE(reader().find("Filter")) << "and it has seen the key";
+        BusClient client(bus().address());
+        client.call({itemOnBus(client), "/StatusNotifierItem"}, "org.kde.StatusNotifierItem", "Activate", "ii", 0, 0);
+        EXPECT_TRUE(soonIsOpen()) << "a host that is operated by keyboard";
+        press(key::kEscape);
+        EXPECT_TRUE(soonIsClosed());
+    }
 
-    clickIcon(Button::middle);
-    EXPECT_TRUE(soonShowTheirOwn());
+    for (int i = 0; i < 3; ++i) clickIcon(Button::middle);
+    EXPECT_TRUE(soonShowTheirOwn()) << "each counts, however quick";
     clickIcon();
     ASSERT_TRUE(soonIsOpen());
     clickIcon(Button::middle);
@@ -124,7 +137,7 @@ TEST_P(TrayTest, MenuTogglesPausesAndQuitsAndTheIconComesBackWithItsHost) {
     const Run run = startWithIcon();
     ASSERT_TRUE(openFromNewIcon()) << run->standardError();
     const bool isOnBus = GetParam() == Kind::notifier;
-    std::vector<std::string> entries{"Toggle Filter", "Pause for 1 Hour", "", "Check for Updates…", "", "Quit Dravo"};
+    std::vector<std::string> entries{"Toggle Filter", "Pause for 1 Hour", "", "Check for Updates…", "", "_Quit Dravo"};
     if (isOnBus) {
         EXPECT_TRUE(soon([&] { return hasOnBus(entries); }));
     }
@@ -148,10 +161,19 @@ TEST_P(TrayTest, MenuTogglesPausesAndQuitsAndTheIconComesBackWithItsHost) {
     EXPECT_TRUE(soonFiltered());
     EXPECT_TRUE(soonIsClosed());
 
-    choose(3, 4);
+    clickIcon(Button::right);
+    ASSERT_TRUE(soon([&] { return menu().has_value(); }));
+    press(key::kQ);
     EXPECT_EQ(run->waitForExit(), ExitStatus::exited(0)) << run->standardError();
     EXPECT_EQ(tables(), ownTables());
     EXPECT_FALSE(std::filesystem::exists(savedTables()));
+    if (isOnBus) return;
+
+    const Run next = startWithIcon();
+    clickIcon(Button::right);
+    ASSERT_TRUE(soon([&] { return menu().has_value(); }));
+    keyboard().press({key::kControl, key::kQ});
+    EXPECT_EQ(next->waitForExit(), ExitStatus::exited(0)) << next->standardError();
 }
 
 INSTANTIATE_TEST_SUITE_P(Host, TrayTest, ::testing::Values(Kind::xembed, Kind::notifier),

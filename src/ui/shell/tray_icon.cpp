@@ -1,12 +1,13 @@
 #include "ui/shell/tray_icon.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QIcon>
+#include <QKeyEvent>
 #include <QKeySequence>
 #include <algorithm>
 #include <chrono>
@@ -32,6 +33,11 @@ QDBusMessage questionForWatcher(const QString& property) {
     return question;
 }
 
+/// The toolkit's own window for an icon that is embedded in a bar.
+constexpr const char* kEmbeddedWindow = "QSystemTrayIconSys";
+
+Qt::Key keyOf(const MenuEntry& entry) { return static_cast<Qt::Key>(entry.key - 'a' + Qt::Key_A); }
+
 /// What a property's answer holds; invalid where there is none.
 QVariant propertyIn(const QVariantList& answer) {
     return answer.isEmpty() ? QVariant() : answer.first().value<QDBusVariant>().variant();
@@ -46,6 +52,7 @@ TrayIcon::TrayIcon(Scheduler& scheduler) : scheduler_(scheduler), traySelection_
         menu_.setStyleSheet(theme().styleSheet());
         menu_.setFont(fontOf(TextStyle::body));
     });
+    menu_.installEventFilter(this);
     watchForNotifierHosts();
 }
 
@@ -74,6 +81,7 @@ void TrayIcon::askForNotifierHost() {
     if (icon_) return;
     ask(questionForWatcher(QStringLiteral("IsStatusNotifierHostRegistered")), [this](const QVariantList& answer) {
         if (propertyIn(answer).toBool()) {
+            isForNotifierHost_ = true;
             appear();
             registerOnceMoreLater();
         } else {
@@ -134,6 +142,27 @@ void TrayIcon::appear() {
     fillMenu();
     icon_->setContextMenu(&menu_);
     icon_->show();
+    for (QWidget* const window : QApplication::topLevelWidgets())
+        if (window->inherits(kEmbeddedWindow)) window->installEventFilter(this);
+}
+
+bool TrayIcon::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == &menu_) return event->type() == QEvent::KeyPress && takeKey(*static_cast<QKeyEvent*>(event));
+    // The toolkit passes on the second of two quick clicks only where it is the left button's.
+    const bool isSecondClick = event->type() == QEvent::MouseButtonDblClick;
+    if (!isSecondClick || static_cast<QMouseEvent*>(event)->button() != Qt::MiddleButton) return false;
+    clicks_.deliver(Button::middle);
+    return true;
+}
+
+// An open menu has the keyboard, yet the toolkit looks for shortcuts in the active window.
+bool TrayIcon::takeKey(const QKeyEvent& key) {
+    const auto isIts = [&](const MenuEntry& entry) { return entry.key != 0 && key.key() == keyOf(entry); };
+    const auto entry = std::ranges::find_if(entries_, isIts);
+    if (entry == entries_.end() || (key.modifiers() & ~Qt::ControlModifier)) return false;
+    menu_.close();
+    scheduler_.post(entry->action);
+    return true;
 }
 
 void TrayIcon::setSymbol(Symbol symbol) {
@@ -160,7 +189,7 @@ bool TrayIcon::isShown() const { return icon_ && QSystemTrayIcon::isSystemTrayAv
 QRect TrayIcon::geometry() const { return icon_ ? icon_->geometry() : QRect(); }
 
 void TrayIcon::fillMenu() {
-    if (!makeMenu_) return;
+    if (!makeMenu_ || !icon_) return;
     std::vector<MenuEntry> entries = makeMenu_();
     const bool isSame = std::ranges::equal(entries, entries_, {}, &MenuEntry::title, &MenuEntry::title);
     entries_ = std::move(entries);
@@ -173,8 +202,14 @@ void TrayIcon::fillMenu() {
             menu_.addSeparator();
             continue;
         }
-        auto* const action = menu_.addAction(QString::fromStdString(entry.title));
-        if (entry.key != 0) action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key(entry.key - 'a' + Qt::Key_A)));
+        QString title = QString::fromStdString(entry.title);
+        // A host heeds no shortcut, but a letter of the title.
+        if (isForNotifierHost_ && entry.key != 0) {
+            const auto place = title.indexOf(QLatin1Char(entry.key), 0, Qt::CaseInsensitive);
+            if (place >= 0) title.insert(place, QLatin1Char('&'));
+        }
+        auto* const action = menu_.addAction(title);
+        if (!isForNotifierHost_ && entry.key != 0) action->setShortcut(Qt::CTRL | keyOf(entry));
         // A menu that is rebuilt by what its entry does must not do so below it.
         connect(action, &QAction::triggered, this, [this, i] { scheduler_.post(entries_[i].action); });
     }

@@ -11,6 +11,7 @@
 #include "ui/shell/tray_selection.h"
 
 class QDBusMessage;
+class QKeyEvent;
 
 namespace dravo::ui {
 
@@ -34,6 +35,8 @@ public:
     /// Where the icon is on the screen; empty where the host does not tell.
     [[nodiscard]] QRect geometry() const;
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private slots:
     void askForNotifierHost();
 
@@ -45,10 +48,12 @@ private:
     void registerIfOurs(const QString& service);
     void appear();
     void fillMenu();
+    bool takeKey(const QKeyEvent& key);
 
     Scheduler& scheduler_;
     Timer lateRegistration_;
-    bool isKnownToHost_ = false;  ///< it has passed on a click or opened the menu
+    bool isKnownToHost_ = false;      ///< it has passed on a click or opened the menu
+    bool isForNotifierHost_ = false;  ///< it shows icon and menu itself
     TraySelection traySelection_;
     std::unique_ptr<QSystemTrayIcon> icon_;
     QMenu menu_;
