@@ -52,7 +52,7 @@ void AppDelegate::onClick(StatusItem::Button button) {
 
 void AppDelegate::togglePopover() {
     if (parts_.popover.isShown()) {
-        parts_.popover.close();
+        parts_.popover.dismiss();
     } else {
         showPopover();
     }
@@ -60,7 +60,7 @@ void AppDelegate::togglePopover() {
 
 void AppDelegate::showPopover() {
     if (!parts_.popover.isShown()) parts_.filterState.refreshState();
-    parts_.popover.show();
+    parts_.popover.present();
 }
 
 void AppDelegate::checkForUpdates() {

@@ -2,7 +2,7 @@
 
 namespace dravo {
 
-/// The panel: one transient window that goes when the person turns to something else.
+/// The panel's window, which goes when the person turns to something else.
 ///
 /// Thread: main thread.
 class Popover {
@@ -11,8 +11,8 @@ public:
 
     /// Shows it at the tray icon, or where the person clicked, or in a corner of the screen, and gives it the keyboard.
     /// Shown already, it comes to the front where it is.
-    virtual void show() = 0;
-    virtual void close() = 0;
+    virtual void present() = 0;
+    virtual void dismiss() = 0;
     [[nodiscard]] virtual bool isShown() const = 0;
 
     /// Whether a click outside has closed it a moment ago. The same click may have been on the icon, and comes as one

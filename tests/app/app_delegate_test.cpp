@@ -30,11 +30,11 @@ public:
 
 class FakePopover final : public Popover {
 public:
-    void show() override {
+    void present() override {
         if (!isOpen) ++openings;
         isOpen = true;
     }
-    void close() override { isOpen = false; }
+    void dismiss() override { isOpen = false; }
     bool isShown() const override { return isOpen; }
     bool wasJustClosed() const override { return isJustClosed; }
 

@@ -77,6 +77,44 @@ TEST_F(PanelLifeTest, ASecondStartOpensThePanelOfTheFirstAndEnds) {
     quit(*first);
 }
 
+TEST_F(PanelLifeTest, StaysWhereTheKeyboardGoesByItselfAndGoesWhereAPersonTurnsAway) {
+    const Run run = startWithPanel();
+    OtherWindow other(server().address(), {kOutside.x - 100, kOutside.y - 100, 200, 200});
+    const auto soonHasTheKeyboard = [&](const char* program) {
+        return soon([&] { return windows().focusedProgram() == program; });
+    };
+    ASSERT_TRUE(soonHasTheKeyboard("other")) << "a new window is in front";
+    EXPECT_TRUE(staysOpen());
+    ASSERT_TRUE(openPanel());
+    other.takeKeyboard();
+    ASSERT_TRUE(soonHasTheKeyboard("other"));
+    EXPECT_TRUE(staysOpen());
+    pointer().click(kOutside);
+    EXPECT_TRUE(soonIsClosed());
+
+    ASSERT_TRUE(openPanel());
+    keyboard().press({key::kAlt, key::kTab});
+    ASSERT_TRUE(soonHasTheKeyboard("other"));
+    EXPECT_TRUE(soonIsClosed());
+    quit(*run);
+}
+
+TEST_F(PanelLifeTest, StartsNoBusWhereTheSessionHasNone) {
+    startTray(TrayHost::Kind::xembed);
+    home().write("bin/dbus-launch", "#!/bin/sh\ntouch \"$HOME/launched\"\n");
+    std::filesystem::permissions(home().path() / "bin/dbus-launch", std::filesystem::perms::owner_all);
+    setVariable("PATH", (home().path() / "bin").string() + ":/usr/bin:/bin");
+    setVariable("DBUS_SESSION_BUS_ADDRESS", "");
+    for (const std::string& folder : {home().runtimeFolder().string(), std::string()}) {
+        setVariable("XDG_RUNTIME_DIR", folder);
+        const Run run = startWithIcon();
+        EXPECT_TRUE(openFromNewIcon()) << run->standardError();
+        quit(*run);
+    }
+    for (const char* const trace : {"launched", ".dbus"})
+        EXPECT_FALSE(std::filesystem::exists(home().path() / trace)) << trace;
+}
+
 TEST_F(PanelLifeTest, EndsWithThePanelUp) {
     Run run = startWithPanel();
     click("Quit Dravo");

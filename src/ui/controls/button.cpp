@@ -18,7 +18,7 @@ constexpr int kChevronGap = 5;
 
 bool lastInputWasKey = false;
 
-class InputWatch : public QObject {
+class LastInput : public QObject {
 public:
     using QObject::QObject;
     bool eventFilter(QObject*, QEvent* event) override {
@@ -30,7 +30,7 @@ public:
 
 }  // namespace
 
-void KeyboardFocus::watchInput() { qApp->installEventFilter(new InputWatch(qApp)); }
+void KeyboardFocus::watchInput() { qApp->installEventFilter(new LastInput(qApp)); }
 
 void KeyboardFocus::note(const QFocusEvent& event) {
     // A menu that comes and goes leaves the look as it was.

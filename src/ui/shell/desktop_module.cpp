@@ -1,6 +1,7 @@
 #include <unistd.h>
 
 #include <QApplication>
+#include <QDBusConnection>
 #include <cstdlib>
 #include <memory>
 #include <string_view>
@@ -9,7 +10,7 @@
 #include "app/desktop_shell.h"
 #include "ui/controls/accessibility.h"
 #include "ui/controls/button.h"
-#include "ui/shell/panel_window.h"
+#include "ui/shell/popover_window.h"
 #include "ui/shell/toolkit_language.h"
 #include "ui/shell/toolkit_loop.h"
 #include "ui/shell/tray_icon.h"
@@ -28,6 +29,15 @@ void endOfProcess() {
     if (onServerLoss) onServerLoss();
 }
 
+/// Where the session bus is, in every place in which a program looks. Left to look itself, the toolkit would at last
+/// start a bus of its own, which inherits our blocked signals and outlives us.
+QByteArray sessionBusAddress() {
+    const QByteArray told = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    if (!told.isEmpty()) return told;
+    const QByteArray folder = qgetenv("XDG_RUNTIME_DIR");
+    return folder.isEmpty() ? "disabled:" : "unix:path=" + folder.toPercentEncoding("/", "~") + "/bus";
+}
+
 /// The process's environment as the toolkit is to see it, for as long as this lives. Another thread that reads the
 /// environment meanwhile finds one or the other, whole.
 class ToolkitEnvironment {
@@ -39,6 +49,7 @@ public:
         variables_.push_back(noDesktop_);
         // With two screens the toolkit forgets the desktop's bars otherwise.
         variables_.push_back(bars_);
+        variables_.push_back(bus_.data());
         variables_.push_back(nullptr);
         environ = variables_.data();
     }
@@ -56,7 +67,8 @@ private:
             return factor >= 0.25 && factor <= 8;
         }
         for (const std::string_view ours :
-             {"QT_QPA_", "QT_STYLE_OVERRIDE=", "XDG_CURRENT_DESKTOP=", "QT_RELY_ON_NET_WORKAREA_ATOM="})
+             {"QT_QPA_", "QT_STYLE_OVERRIDE=", "XDG_CURRENT_DESKTOP=", "QT_RELY_ON_NET_WORKAREA_ATOM=",
+              "DBUS_SESSION_BUS_ADDRESS="})
             if (variable.starts_with(ours)) return false;
         return true;
     }
@@ -64,6 +76,7 @@ private:
     char** processes_ = environ;
     char noDesktop_[25] = "XDG_CURRENT_DESKTOP=none";
     char bars_[31] = "QT_RELY_ON_NET_WORKAREA_ATOM=1";
+    QByteArray bus_ = "DBUS_SESSION_BUS_ADDRESS=" + sessionBusAddress();
     std::vector<char*> variables_;
 };
 
@@ -100,6 +113,7 @@ public:
         const ToolkitEnvironment environment;
         const ToolkitComplaints complaints(std::move(onFailure));
         application_ = std::make_unique<QApplication>(count_, words_);
+        QDBusConnection::sessionBus();  // the address is read once
         QApplication::setQuitOnLastWindowClosed(false);
         QApplication::setApplicationName(QStringLiteral("Dravo"));
         QApplication::setDesktopFileName(QStringLiteral("dravo"));
@@ -149,7 +163,7 @@ private:
         setTheme(wanted);
     }
 
-    PanelWindow::Content makeContent() {
+    PopoverWindow::Content makeContent() {
         auto* const view = new MenuBarView(parts_);
         return {view, [view] { view->refresh(); }, [view] { return view->closeInnermost(); }};
     }
@@ -158,7 +172,7 @@ private:
     Toolkit toolkit_;
     ToolkitLoop loop_;
     TrayIcon tray_;
-    PanelWindow window_;
+    PopoverWindow window_;
     Subscription appearance_;
 };
 

@@ -14,12 +14,15 @@ bool hasCompositor() {
     return reply && reply->owner != XCB_WINDOW_NONE;
 }
 
-void hideFromTaskBars(WId window) {
+void standApart(WId window) {
     xcb_connection_t* const connection = x11Connection();
     if (!connection) return;
     const std::array states{x11Atom("_NET_WM_STATE_SKIP_TASKBAR"), x11Atom("_NET_WM_STATE_SKIP_PAGER")};
     xcb_change_property(connection, XCB_PROP_MODE_APPEND, static_cast<xcb_window_t>(window), x11Atom("_NET_WM_STATE"),
                         XCB_ATOM_ATOM, 32, states.size(), states.data());
+    const std::uint32_t everyWorkspace = 0xffffffff;
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window),
+                        x11Atom("_NET_WM_DESKTOP"), XCB_ATOM_CARDINAL, 32, 1, &everyWorkspace);
 }
 
 }  // namespace dravo::ui

@@ -8,15 +8,16 @@
 
 #include "app/popover.h"
 #include "base/scheduler.h"
-#include "ui/shell/outside_press.h"
+#include "ui/shell/input_watch.h"
 
 namespace dravo::ui {
 
 /// The panel's window: under the icon or in a corner, always wholly on one screen, as large as its content, or as the
-/// screen with a bar to scroll by. A press anywhere else closes it, and Escape that the content has no use for.
+/// screen with a bar to scroll by. A press anywhere else closes it, and Escape that the content has no use for. That
+/// another window gets the keyboard does not by itself: it may only follow the mouse.
 ///
 /// Thread: main thread.
-class PanelWindow : public QWidget, public Popover {
+class PopoverWindow : public QWidget, public Popover {
 public:
     /// What the window shows; its size follows the widget's size hint.
     struct Content {
@@ -31,10 +32,10 @@ public:
         std::function<Content()> makeContent;  ///< Called once, soon after the start or to show it earlier.
     };
 
-    PanelWindow(Scheduler& scheduler, Needs needs);
+    PopoverWindow(Scheduler& scheduler, Needs needs);
 
-    void show() override;
-    void close() override;
+    void present() override;
+    void dismiss() override;
     [[nodiscard]] bool isShown() const override { return isVisible(); }
     [[nodiscard]] bool wasJustClosed() const override { return isClosingClick_; }
 
@@ -49,8 +50,8 @@ private:
     void appear();
     void adoptContent();
     void fitToContent();
-    void onPress();
-    void onRelease();
+    void onButton(bool isDown);
+    void onKey(std::uint8_t keycode, bool isDown);
     void closeFromOutside();
     void awaitNextClick();
     void endClosingClick();
@@ -64,8 +65,10 @@ private:
     Content content_;
     QRect anchor_;     ///< what the panel hangs from: the icon, or a corner of the screen
     QRect available_;  ///< what the screen of the anchor leaves free
-    OutsidePress outsidePress_;
+    InputWatch inputWatch_;
     bool isPressed_ = false;
+    bool isSwitchKeyHeld_ = false;
+    SteadyTime latestTurn_{};      ///< when somebody last touched the screen or used the keys that switch windows
     bool isClosingClick_ = false;  ///< what closed the panel from outside may still come as a click on the icon
     Timer closingClickEnds_;
     Timer preparation_;

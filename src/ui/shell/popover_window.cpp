@@ -1,4 +1,4 @@
-#include "ui/shell/panel_window.h"
+#include "ui/shell/popover_window.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <span>
 
 #include "ui/controls/layout.h"
 #include "ui/shell/window_manager.h"
@@ -26,9 +27,20 @@ using namespace std::chrono_literals;
 
 // How long a tray's host may take to pass on a click. A click that follows is known by its own press.
 constexpr auto kHostPatience = 2s;
+// How soon the focus follows what a person does by touch or keyboard.
+constexpr auto kFocusDelay = 200ms;
 // The first content loads the typefaces, which takes longer than all else about the first opening.
 constexpr auto kQuietAfterStart = 1s;
 constexpr int kGap = 8;
+
+// By their numbers on an X server: Return, Space and the keypad's Enter activate what has the keyboard, such as an icon
+// of the tray. Both Alt and both Super keys are held to switch windows.
+constexpr std::uint8_t kActivatingKeys[] = {36, 65, 104};
+constexpr std::uint8_t kSwitchKeys[] = {64, 108, 133, 134};
+
+bool isOneOf(std::span<const std::uint8_t> keys, std::uint8_t key) {
+    return std::ranges::find(keys, key) != keys.end();
+}
 
 // Row by row: the toolkit's own regions of round things have corners on whole pixels only, and look cut off.
 QRegion roundedRegion(QSize size) {
@@ -51,11 +63,13 @@ bool isOurs(QPoint place) {
 
 }  // namespace
 
-PanelWindow::PanelWindow(Scheduler& scheduler, Needs needs)
+PopoverWindow::PopoverWindow(Scheduler& scheduler, Needs needs)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint),
       scheduler_(scheduler),
       needs_(std::move(needs)),
-      outsidePress_([this] { onPress(); }, [this] { onRelease(); }) {
+      inputWatch_({[this](bool isDown) { onButton(isDown); },
+                   [this](std::uint8_t keycode, bool isDown) { onKey(keycode, isDown); },
+                   [this] { latestTurn_ = scheduler_.steadyNow(); }}) {
     setWindowTitle(QStringLiteral("Dravo"));
     setAccessibleName(windowTitle());
     setAttribute(Qt::WA_QuitOnClose, false);
@@ -72,7 +86,7 @@ PanelWindow::PanelWindow(Scheduler& scheduler, Needs needs)
     preparation_ = scheduler_.after(kQuietAfterStart, [this] { adoptContent(); });
 }
 
-void PanelWindow::adoptContent() {
+void PopoverWindow::adoptContent() {
     if (content_.widget) return;
     content_ = needs_.makeContent();
     scroll_.setWidget(content_.widget);
@@ -81,18 +95,18 @@ void PanelWindow::adoptContent() {
     scroll_.verticalScrollBar()->setStyleSheet(theme().styleSheet());
 }
 
-void PanelWindow::changeEvent(QEvent* event) {
+void PopoverWindow::changeEvent(QEvent* event) {
     if (event->type() == QEvent::PaletteChange) scroll_.verticalScrollBar()->setStyleSheet(theme().styleSheet());
     QWidget::changeEvent(event);
 }
 
-void PanelWindow::show() {
+void PopoverWindow::present() {
     if (!isVisible()) appear();
     raise();
     activateWindow();
 }
 
-void PanelWindow::appear() {
+void PopoverWindow::appear() {
     needs_.beforeShowing();
     const bool isTranslucent = hasCompositor();
     if (isTranslucent != testAttribute(Qt::WA_TranslucentBackground)) {
@@ -107,52 +121,58 @@ void PanelWindow::appear() {
     scroll_.verticalScrollBar()->setValue(0);
     content_.widget->setVisible(true);
     fitToContent();
-    hideFromTaskBars(winId());
+    standApart(winId());
     // From the first moment that a press can find the panel open: drawing it the first time takes a while.
-    isPressed_ = false;
+    isPressed_ = isSwitchKeyHeld_ = false;
+    latestTurn_ = {};
     endClosingClick();
-    outsidePress_.setWatching(true);
+    inputWatch_.setWatching(true);
     setVisible(true);
 }
 
-void PanelWindow::close() {
-    outsidePress_.setWatching(false);
+void PopoverWindow::dismiss() {
+    inputWatch_.setWatching(false);
     setVisible(false);
 }
 
-void PanelWindow::onPress() {
-    isPressed_ = true;
-    if (!isVisible()) {
+void PopoverWindow::onButton(bool isDown) {
+    isPressed_ = isDown;
+    if (!isDown) {
+        if (isClosingClick_) awaitNextClick();
+    } else if (!isVisible()) {
         endClosingClick();
     } else if (!isOurs(QCursor::pos())) {
         closeFromOutside();
     }
 }
 
-void PanelWindow::onRelease() {
-    isPressed_ = false;
-    if (isClosingClick_) awaitNextClick();
+void PopoverWindow::onKey(std::uint8_t keycode, bool isDown) {
+    const bool isSwitchKey = isOneOf(kSwitchKeys, keycode);
+    if (isSwitchKey) isSwitchKeyHeld_ = isDown;
+    if (isSwitchKey || isSwitchKeyHeld_) latestTurn_ = scheduler_.steadyNow();
+    // What a host tells of next is this key's doing.
+    if (isDown && !isVisible() && isOneOf(kActivatingKeys, keycode)) endClosingClick();
 }
 
 // Presses are watched on until the click is over: hosts tell of a click when it ends, or later.
-void PanelWindow::closeFromOutside() {
+void PopoverWindow::closeFromOutside() {
     if (!isVisible()) return;
     setVisible(false);
     isClosingClick_ = true;
     if (!isPressed_) awaitNextClick();
 }
 
-void PanelWindow::awaitNextClick() {
+void PopoverWindow::awaitNextClick() {
     closingClickEnds_ = scheduler_.after(kHostPatience, [this] { endClosingClick(); });
 }
 
-void PanelWindow::endClosingClick() {
+void PopoverWindow::endClosingClick() {
     isClosingClick_ = false;
     closingClickEnds_.cancel();
-    if (!isVisible()) outsidePress_.setWatching(false);
+    if (!isVisible()) inputWatch_.setWatching(false);
 }
 
-bool PanelWindow::event(QEvent* event) {
+bool PopoverWindow::event(QEvent* event) {
     if (event->type() == QEvent::WindowDeactivate) {
         scheduler_.post([self = QPointer(this)] {
             if (self) self->leaveIfForsaken();
@@ -161,25 +181,27 @@ bool PanelWindow::event(QEvent* event) {
     return QWidget::event(event);
 }
 
-// A menu or dialog of our own takes the focus without anybody having turned away.
-void PanelWindow::leaveIfForsaken() {
-    if (!QApplication::activeWindow() && !QApplication::activePopupWidget()) closeFromOutside();
+// A menu or dialog of our own takes the focus without anybody having turned away, and so does a window that the mouse
+// comes across or that opens by itself.
+void PopoverWindow::leaveIfForsaken() {
+    if (!isVisible() || QApplication::activeWindow() || QApplication::activePopupWidget()) return;
+    if (!inputWatch_.canWatch() || scheduler_.steadyNow() - latestTurn_ < kFocusDelay) closeFromOutside();
 }
 
-bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
+bool PopoverWindow::eventFilter(QObject* watched, QEvent* event) {
     if (watched == content_.widget && event->type() == QEvent::LayoutRequest && isVisible()) fitToContent();
     return QWidget::eventFilter(watched, event);
 }
 
-void PanelWindow::keyPressEvent(QKeyEvent* event) {
+void PopoverWindow::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Escape) {
-        if (!content_.takesEscape || !content_.takesEscape()) close();
+        if (!content_.takesEscape || !content_.takesEscape()) dismiss();
     } else {
         QWidget::keyPressEvent(event);
     }
 }
 
-void PanelWindow::paintEvent(QPaintEvent*) {
+void PopoverWindow::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     // Opaque to the edge: what lies below must not shine through beneath the hairline, nor at a stepped corner.
@@ -190,7 +212,7 @@ void PanelWindow::paintEvent(QPaintEvent*) {
     painter.strokePath(outline, QPen(laidOver(theme().hairline, theme().panel), 1));
 }
 
-void PanelWindow::chooseAnchor() {
+void PopoverWindow::chooseAnchor() {
     anchor_ = needs_.iconPlace();
     const QPoint pointer = QCursor::pos();
     const QScreen* screen = QGuiApplication::screenAt(anchor_.isEmpty() ? pointer : anchor_.center());
@@ -203,7 +225,7 @@ void PanelWindow::chooseAnchor() {
                     QSize(1, 1));
 }
 
-void PanelWindow::fitToContent() {
+void PopoverWindow::fitToContent() {
     auto* const content = content_.widget;
     measureAnew(*content);
     const int width = std::clamp(content->sizeHint().width(), content->minimumWidth(), content->maximumWidth());
@@ -222,7 +244,7 @@ void PanelWindow::fitToContent() {
     }
 }
 
-QPoint PanelWindow::placeFor(QSize size) const {
+QPoint PopoverWindow::placeFor(QSize size) const {
     const bool hangsDown = anchor_.center().y() <= available_.center().y();
     const int x = anchor_.center().x() - size.width() / 2;
     const int y = hangsDown ? anchor_.bottom() + kGap : anchor_.top() - kGap - size.height();
