@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+
 namespace dravo {
 
 /// What a slider covers; both ends are included.
@@ -9,6 +11,8 @@ struct AdjustmentRange {
 
     /// False for NaN.
     [[nodiscard]] constexpr bool contains(double value) const { return value >= lowest && value <= highest; }
+    /// The nearest value that a slider can show. REQUIRES: not NaN.
+    [[nodiscard]] constexpr double nearest(double value) const { return std::clamp(value, lowest, highest); }
 };
 
 inline constexpr AdjustmentRange kFactorRange{0, 1};

@@ -1,5 +1,6 @@
 #include "filter/preferences_store.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -10,6 +11,8 @@ namespace {
 constexpr double kDefaultIntensity = 0.8;
 constexpr std::int64_t kDefaultStartMinutes = 20 * 60;
 constexpr std::int64_t kDefaultEndMinutes = 7 * 60;
+constexpr std::int64_t kFirstMinute = 0;
+constexpr std::int64_t kLastMinute = 24 * 60 - 1;
 constexpr double kLargestLatitude = 90;
 constexpr double kLargestLongitude = 180;
 
@@ -42,12 +45,12 @@ std::optional<std::string> PreferencesStore::lastPresetID() const {
     return defaults_.stringForKey(preference::kLastPresetID);
 }
 double PreferencesStore::lastIntensity() const {
-    return defaults_.object(preference::kLastIntensity) ? defaults_.doubleForKey(preference::kLastIntensity)
+    return defaults_.object(preference::kLastIntensity) ? held(preference::kLastIntensity, kIntensityRange)
                                                         : kDefaultIntensity;
 }
-double PreferencesStore::lastDimming() const { return defaults_.doubleForKey(preference::kLastDimming); }
-double PreferencesStore::lastBlackPoint() const { return defaults_.doubleForKey(preference::kLastBlackPoint); }
-double PreferencesStore::lastContrast() const { return defaults_.doubleForKey(preference::kLastContrast); }
+double PreferencesStore::lastDimming() const { return held(preference::kLastDimming, kDimmingRange); }
+double PreferencesStore::lastBlackPoint() const { return held(preference::kLastBlackPoint, kBlackPointRange); }
+double PreferencesStore::lastContrast() const { return held(preference::kLastContrast, kContrastRange); }
 void PreferencesStore::setLastPresetID(std::string id) { defaults_.set(preference::kLastPresetID, std::move(id)); }
 void PreferencesStore::setLastIntensity(double value) { defaults_.set(preference::kLastIntensity, value); }
 void PreferencesStore::setLastDimming(double value) { defaults_.set(preference::kLastDimming, value); }
@@ -75,13 +78,13 @@ void PreferencesStore::setScheduleMode(ScheduleMode mode) {
     announceAndSet(preference::kScheduleMode, static_cast<std::int64_t>(mode));
 }
 std::int64_t PreferencesStore::scheduleStartMinutes() const {
-    return integerOr(preference::kScheduleStartMinutes, kDefaultStartMinutes);
+    return std::clamp(integerOr(preference::kScheduleStartMinutes, kDefaultStartMinutes), kFirstMinute, kLastMinute);
 }
 void PreferencesStore::setScheduleStartMinutes(std::int64_t minutes) {
     announceAndSet(preference::kScheduleStartMinutes, minutes);
 }
 std::int64_t PreferencesStore::scheduleEndMinutes() const {
-    return integerOr(preference::kScheduleEndMinutes, kDefaultEndMinutes);
+    return std::clamp(integerOr(preference::kScheduleEndMinutes, kDefaultEndMinutes), kFirstMinute, kLastMinute);
 }
 void PreferencesStore::setScheduleEndMinutes(std::int64_t minutes) {
     announceAndSet(preference::kScheduleEndMinutes, minutes);
@@ -142,6 +145,10 @@ bool PreferencesStore::boolOr(std::string_view key, bool whenAbsent) const {
 
 std::int64_t PreferencesStore::integerOr(std::string_view key, std::int64_t whenAbsent) const {
     return defaults_.object(key) ? defaults_.integerForKey(key) : whenAbsent;
+}
+
+double PreferencesStore::held(std::string_view key, const AdjustmentRange& range) const {
+    return range.nearest(defaults_.doubleForKey(key));
 }
 
 std::optional<double> PreferencesStore::degrees(std::string_view key, double limit) const {

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "base/observable.h"
+#include "filter/adjustment_ranges.h"
 #include "filter/user_defaults.h"
 
 namespace dravo {
@@ -80,7 +81,7 @@ public:
     /// `callback` runs after a change from outside, with the keys concerned; the will-change comes first.
     [[nodiscard]] Subscription onOutsideChange(std::function<void(const DefaultsKeys&)> callback) const;
 
-    // Filter, written silently.
+    // Filter, written silently. Adjustments are read as their sliders' nearest value.
 
     [[nodiscard]] bool filterEnabled() const;  ///< Absent: true.
     void setFilterEnabled(bool enabled);
@@ -97,7 +98,7 @@ public:
     [[nodiscard]] std::optional<WallTime> pausedUntil() const;  ///< None also for what is not a date.
     void setPausedUntil(std::optional<WallTime> end);           ///< None removes the key.
 
-    // Schedule, announced. Times are minutes after local midnight.
+    // Schedule, announced. Times are minutes after local midnight, read as the nearest of 0..1439.
 
     [[nodiscard]] bool scheduleEnabled() const;
     void setScheduleEnabled(bool enabled);
@@ -143,6 +144,7 @@ public:
 private:
     [[nodiscard]] bool boolOr(std::string_view key, bool whenAbsent) const;
     [[nodiscard]] std::int64_t integerOr(std::string_view key, std::int64_t whenAbsent) const;
+    [[nodiscard]] double held(std::string_view key, const AdjustmentRange& range) const;
     [[nodiscard]] std::optional<double> degrees(std::string_view key, double limit) const;
     void announceAndSet(std::string_view key, DefaultsValue value);
 
