@@ -44,7 +44,7 @@ public:
     /// What is known so far, without asking anybody.
     [[nodiscard]] virtual LocationAuthorization authorization() const = 0;
 
-    /// Asks for permission; the answer arrives through `onAuthorizationChange`.
+    /// Asks for permission; the answer arrives through `onAuthorizationChange`, or `onFailure` if there is none.
     virtual void requestWhenInUseAuthorization() = 0;
 
     /// Looks again, quietly, whether a refusal or a missing service still holds; only a difference is told.

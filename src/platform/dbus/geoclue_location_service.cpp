@@ -25,17 +25,20 @@ GeoclueLocationService::GeoclueLocationService(Bus& systemBus, Scheduler& schedu
                                                std::chrono::milliseconds fixTimeout)
     : bus_(systemBus), scheduler_(scheduler), desktopId_(std::move(desktopId)), fixTimeout_(fixTimeout) {}
 
-void GeoclueLocationService::requestWhenInUseAuthorization() { begin(); }
+void GeoclueLocationService::requestWhenInUseAuthorization() {
+    isAwaited_ = true;
+    begin();
+}
 
 void GeoclueLocationService::refreshAuthorization() { begin(); }
 
 void GeoclueLocationService::requestLocation() {
-    wantsFix_ = true;
+    isAwaited_ = wantsFix_ = true;
     begin();
 }
 
 void GeoclueLocationService::cancelRequest() {
-    wantsFix_ = false;
+    isAwaited_ = wantsFix_ = false;
     isOffered_ = false;
     name_.reset();
     end();
@@ -97,6 +100,7 @@ void GeoclueLocationService::started(const Bus::Answer& answer) {
     if (!answer) return failed(answer.error());
     hasStarted_ = true;
     setAuthorization(LocationAuthorization::authorizedAlways);
+    isAwaited_ = wantsFix_;
     if (!wantsFix_) return end();
     timer_ = scheduler_.after(fixTimeout_, [this] { failed({ErrorCode::Busy, "GeoClue found no position in time"}); });
     if (!newest_.empty()) readLocation(newest_);
@@ -117,7 +121,7 @@ void GeoclueLocationService::locationRead(const Bus::Answer& answer) {
         if (std::string_view(key) == "Latitude") sd_bus_message_read(value, "d", &position.latitude);
         if (std::string_view(key) == "Longitude") sd_bus_message_read(value, "d", &position.longitude);
     });
-    wantsFix_ = false;
+    isAwaited_ = wantsFix_ = false;
     end();
     locations_.deliver({position});
 }
@@ -127,12 +131,12 @@ void GeoclueLocationService::failed(const Error& error) {
     const bool lacksAgent = error.message.find("no agent") != error.message.npos;
     const bool isRefused = error.code == ErrorCode::PermissionDenied && !lacksAgent;
     const bool isMissing = error.code == ErrorCode::NotFound || lacksAgent;
-    const bool wasGranted = authorization_ == LocationAuthorization::authorizedAlways;
+    const bool wasAwaited = std::exchange(isAwaited_, false);
+    wantsFix_ = false;
     end();
-    if (isRefused || isMissing || !wasGranted) {
-        wantsFix_ = false;
+    if (isRefused || isMissing) {
         setAuthorization(isRefused ? LocationAuthorization::denied : LocationAuthorization::restricted);
-    } else if (std::exchange(wantsFix_, false)) {
+    } else if (wasAwaited) {
         failures_.deliver(error);
     }
 }
@@ -156,7 +160,8 @@ void GeoclueLocationService::end() {
 
 void GeoclueLocationService::nameChanged(bool isOwned) {
     const bool wasOffered = std::exchange(isOffered_, isOwned);
-    if (isOwned && !wasOffered && authorization_ == LocationAuthorization::restricted) return begin();
+    if (isOwned && !wasOffered && authorization_ == LocationAuthorization::restricted)
+        return requestWhenInUseAuthorization();
     if (isOwned || !wasOffered || !isRunning_) return;
     client_.clear();  // gone with its service
     failed({ErrorCode::Disconnected, "GeoClue ended"});

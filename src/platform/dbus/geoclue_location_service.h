@@ -13,7 +13,8 @@ namespace dravo::dbus {
 /// GeoClue asks nobody for programs outside a sandbox: it grants, or it refuses. A grant reads as authorised always; a
 /// refusal as denied; no such service, or none that may answer (no agent for this user), as restricted. A missing
 /// service is not asked again: its name is watched, and when it appears what was asked for goes on. A service that
-/// dies or finds nothing in time is a failure like any other.
+/// dies, finds nothing in time or answers with another error, be it at the first question, has failed: that says
+/// nothing about permission, and asking again later may help.
 ///
 /// Lifetime: what it is given outlives it.
 class GeoclueLocationService final : public LocationService {
@@ -50,6 +51,7 @@ private:
     bool isRunning_ = false;   ///< From the first call to GeoClue until its client is given back.
     bool hasStarted_ = false;  ///< GeoClue has granted this run.
     bool wantsFix_ = false;
+    bool isAwaited_ = false;  ///< Somebody is to be told if this fails.
     bool isOffered_ = false;  ///< Somebody owns GeoClue's name.
     std::string client_;
     std::string newest_;  ///< The location object announced last in this run.
