@@ -62,6 +62,10 @@ void LocationProvider::start() {
     }
 }
 
+void LocationProvider::startIfScheduled() {
+    if (preferences_.scheduleEnabled() && preferences_.scheduleMode() == ScheduleMode::sunsetToSunrise) start();
+}
+
 Result<void> LocationProvider::useTyped(const Position& position) {
     if (auto refused = requireOnEarth(position); !refused) return refused;
     stopAsking();
@@ -82,7 +86,7 @@ Result<ZonePosition> LocationProvider::useZone() {
 void LocationProvider::useService() {
     zoneLook_.cancel();
     preferences_.setLocationSource(LocationSource::service);
-    askIfScheduled();
+    startIfScheduled();
 }
 
 void LocationProvider::authorizationChanged() {
@@ -116,13 +120,15 @@ void LocationProvider::requestFailed(const Error& error) {
 }
 
 void LocationProvider::outsideChange(const DefaultsKeys& keys) {
-    if (keys.contains(preference::kLocationSource)) {
+    using namespace preference;
+    if (keys.contains(kLocationSource)) {
         stopAsking();
         status_ = hasStoredPosition() ? Status::available : Status::idle;
         followZone();
-        askIfScheduled();
     }
-    if (!keys.contains(preference::kLastLatitude) && !keys.contains(preference::kLastLongitude)) return;
+    if (keys.contains(kLocationSource) || keys.contains(kScheduleEnabled) || keys.contains(kScheduleMode))
+        startIfScheduled();
+    if (!keys.contains(kLastLatitude) && !keys.contains(kLastLongitude)) return;
     if (hasStoredPosition()) status_ = Status::available;
     if (onUpdate_) onUpdate_();
 }
@@ -134,12 +140,6 @@ void LocationProvider::followZone() {
     const bool isStored = preferences_.lastLatitude() == found->position.latitude &&
                           preferences_.lastLongitude() == found->position.longitude;
     if (!isStored) store(found->position);
-}
-
-void LocationProvider::askIfScheduled() {
-    const bool needsPosition =
-        preferences_.scheduleEnabled() && preferences_.scheduleMode() == ScheduleMode::sunsetToSunrise;
-    if (needsPosition && isAskingService()) start();
 }
 
 void LocationProvider::scheduleRetry() {

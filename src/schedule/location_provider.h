@@ -42,6 +42,8 @@ public:
     /// Asks for permission or a fix, as the authorisation calls for. For when the schedule needs a position: at start,
     /// when the schedule's view opens and when its mode becomes sunset to sunrise.
     void start();
+    /// `start` if the schedule is on and follows the sun. What a person edits in the settings counts by itself.
+    void startIfScheduled();
 
     /// Keeps this position from now on. Errors: `InvalidInput` (no place on earth; everything stays as it was).
     Result<void> useTyped(const Position& position);
@@ -59,7 +61,6 @@ private:
     void requestFailed(const Error& error);
     void outsideChange(const DefaultsKeys& keys);
     void followZone();
-    void askIfScheduled();
     void scheduleRetry();
     void stopAsking();
     void store(const Position& position);

@@ -281,5 +281,25 @@ TEST_F(LocationProviderTest, TakesUpAHandEditedPositionAndSource) {
     EXPECT_EQ(service.fixRequests, 2);
 }
 
+TEST_F(LocationProviderTest, AnEditThatMakesTheScheduleFollowTheSunAsksForAPlace) {
+    service.assume(authorizedAlways);
+    provider();
+    DefaultsValues values{{"scheduleMode", std::int64_t{1}}};
+    defaults.replaceFromOutside(values);
+    EXPECT_EQ(service.fixRequests, 0) << "the schedule is off";
+    values["scheduleEnabled"] = true;
+    defaults.replaceFromOutside(values);
+    EXPECT_EQ(status(), Status::waiting);
+    EXPECT_EQ(service.fixRequests, 1);
+    values["scheduleMode"] = std::int64_t{0};
+    defaults.replaceFromOutside(values);
+    values["lastDimming"] = 0.5;
+    defaults.replaceFromOutside(values);
+    EXPECT_EQ(service.fixRequests, 1);
+    values["scheduleMode"] = std::int64_t{1};
+    defaults.replaceFromOutside(values);
+    EXPECT_EQ(service.fixRequests, 2);
+}
+
 }  // namespace
 }  // namespace dravo
