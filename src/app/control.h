@@ -16,7 +16,8 @@ public:
 
     [[nodiscard]] virtual ControlState controlState() const = 0;
 
-    /// `callback` runs after something in the state may have changed, countdowns included; as often as it likes.
+    /// `callback` runs after something in the state may have changed, but not for a countdown's steps; as often as it
+    /// likes.
     [[nodiscard]] virtual Subscription onStateChange(std::function<void()> callback) = 0;
 
     /// Errors: `InvalidInput` or `NotFound`, with a sentence for whoever asked; nothing has changed then. Others as the

@@ -31,9 +31,8 @@ std::string_view nameOf(LocationProvider::Status status) {
     return "";
 }
 
-std::int32_t int32(std::int64_t value) {
-    return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, INT32_MIN, INT32_MAX));
-}
+// Minutes and seconds, all of them held to a day or less.
+std::int32_t int32(std::int64_t value) { return static_cast<std::int32_t>(value); }
 
 using Answer = Result<ControlAnswer>;
 using Parts = FilterControlParts;
@@ -181,15 +180,22 @@ WallTime nextMorning(WallTime now, const Calendar& calendar) {
 }
 
 FilterControl::FilterControl(FilterControlParts parts) : parts_(std::move(parts)) {
-    const auto willChange = [this] { somethingWillChange(); };
-    subscriptions_.push_back(parts_.filterState.changes().onWillChange(willChange));
-    subscriptions_.push_back(parts_.preferences.changes().onWillChange(willChange));
-    subscriptions_.push_back(parts_.locationProvider.changes().onWillChange(willChange));
-    subscriptions_.push_back(parts_.displays.onListChange(willChange));
+    const auto changing = [this](const auto&...) { somethingChanges(); };
+    const auto watch = [&](const auto&... properties) {
+        (subscriptions_.push_back(properties.onNewValue(changing)), ...);
+    };
+    const auto& filter = parts_.filterState;
+    const auto& breaks = parts_.breakTimer;
+    // Each by itself, as the filter also announces every second of a countdown.
+    watch(filter.isEnabled, filter.pausedUntil, filter.nextScheduledChange, filter.selectedPreset, filter.intensity,
+          filter.dimming, filter.blackPoint, filter.contrast, breaks.isEnabled(), breaks.interval(),
+          breaks.showingBreakAlert(), parts_.locationProvider.status());
+    subscriptions_.push_back(parts_.preferences.changes().onWillChange(changing));
+    subscriptions_.push_back(parts_.displays.onListChange(changing));
 }
 
-// Changes are announced before they happen; whoever asks for the state gets it afterwards, once for many changes.
-void FilterControl::somethingWillChange() {
+// Some of it is announced before it happens; whoever asks for the state gets it afterwards, once for many changes.
+void FilterControl::somethingChanges() {
     if (pendingDelivery_.isPending() || changed_.empty()) return;
     pendingDelivery_ = parts_.scheduler.after(0s, [this] { changed_.deliver(); });
 }
@@ -211,7 +217,7 @@ ControlState FilterControl::controlState() const {
     state.melanopicReduction = filter.melanopicReduction();
     state.schedule = {preferences.scheduleEnabled(), preferences.scheduleMode(),
                       int32(preferences.scheduleStartMinutes()), int32(preferences.scheduleEndMinutes())};
-    if (const auto change = filter.nextScheduledChange()) state.nextChange = {change->at, change->turnsOn};
+    if (const auto& change = filter.nextScheduledChange.get()) state.nextChange = {change->at, change->turnsOn};
     const auto& breaks = parts_.breakTimer;
     state.breaks = {breaks.isEnabled(), int32(breaks.interval().get().count()), int32(breaks.remaining().get().count()),
                     int32(breaks.breakLeft().get().count())};

@@ -47,7 +47,7 @@ public:
     Result<ControlAnswer> carryOut(const ControlRequest& request) override;
 
 private:
-    void somethingWillChange();
+    void somethingChanges();
 
     FilterControlParts parts_;
     SubscriberList<> changed_;

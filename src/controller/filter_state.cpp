@@ -1,8 +1,8 @@
 #include "controller/filter_state.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <initializer_list>
 #include <string_view>
 #include <utility>
 
@@ -20,6 +20,27 @@ constexpr Duration kSaveDelay = 500ms;
 constexpr Duration kHousekeepingPeriod = 30s;
 constexpr double kEditedTolerance = 0.001;
 
+/// A live adjustment, and what belongs to it elsewhere.
+struct LiveAdjustment {
+    Property<double> FilterState::*shown;
+    double Adjustments::*value;
+    double FilterPreset::*ofPreset;
+    std::string_view key;
+    double (PreferencesStore::*stored)() const;
+    void (PreferencesStore::*store)(double);
+};
+
+constexpr std::array<LiveAdjustment, 4> kAdjustments{{
+    {&FilterState::intensity, &Adjustments::intensity, &FilterPreset::intensity, preference::kLastIntensity,
+     &PreferencesStore::lastIntensity, &PreferencesStore::setLastIntensity},
+    {&FilterState::dimming, &Adjustments::dimming, &FilterPreset::dimming, preference::kLastDimming,
+     &PreferencesStore::lastDimming, &PreferencesStore::setLastDimming},
+    {&FilterState::blackPoint, &Adjustments::blackPoint, &FilterPreset::blackPoint, preference::kLastBlackPoint,
+     &PreferencesStore::lastBlackPoint, &PreferencesStore::setLastBlackPoint},
+    {&FilterState::contrast, &Adjustments::contrast, &FilterPreset::contrast, preference::kLastContrast,
+     &PreferencesStore::lastContrast, &PreferencesStore::setLastContrast},
+}};
+
 }  // namespace
 
 FilterState::FilterState(const FilterStateParts& parts)
@@ -27,7 +48,7 @@ FilterState::FilterState(const FilterStateParts& parts)
       parts_(parts),
       applying_(parts.scheduler, kApplyInterval, [this] { applyIfChanged(); }),
       saving_(parts.scheduler, kSaveDelay, [this] { savePreferences(); }) {
-    restoreAppearance();
+    adoptStored([](std::string_view) { return true; });
     previousScheduleEnabled_ = parts_.preferences.scheduleEnabled();
     observe();
     if (parts.continued) {
@@ -38,29 +59,34 @@ FilterState::FilterState(const FilterStateParts& parts)
     applyEnabledState(Fade::none);
     startHousekeeping();
     parts_.locationProvider.setOnUpdate([this] { refreshState(); });
-    if (parts_.preferences.scheduleEnabled() && parts_.preferences.scheduleMode() == ScheduleMode::sunsetToSunrise)
-        parts_.locationProvider.start();
+    parts_.locationProvider.startIfScheduled();
 }
 
 FilterState::~FilterState() { parts_.locationProvider.setOnUpdate(nullptr); }
 
-void FilterState::restoreAppearance() {
+// Key by key: what is stored of the others may be older than what is on screen.
+bool FilterState::adoptStored(const std::function<bool(std::string_view)>& isWanted) {
     const auto& preferences = parts_.preferences;
-    intensity = preferences.lastIntensity();
-    dimming = preferences.lastDimming();
-    blackPoint = preferences.lastBlackPoint();
-    contrast = preferences.lastContrast();
+    bool isAnyWanted = false;
+    for (const auto& adjustment : kAdjustments) {
+        if (!isWanted(adjustment.key)) continue;
+        this->*adjustment.shown = (preferences.*adjustment.stored)();
+        isAnyWanted = true;
+    }
+    if (!isWanted(preference::kLastPresetID)) return isAnyWanted;
     if (const auto id = preferences.lastPresetID())
         if (auto preset = findPreset(*id)) selectedPreset = *std::move(preset);
+    return true;
 }
 
 void FilterState::observe() {
     const auto forward = [this] { changes_.notifyWillChange(); };
-    const auto adjusted = [this](double) { onAdjusted(); };
-    subscriptions_.push_back(selectedPreset.onNewValue([this](const FilterPreset& p) { onPresetAssigned(p); }));
-    subscriptions_.push_back(selectedPreset.onNewValue([this](const FilterPreset&) { onAdjusted(); }));
-    for (const auto* adjustment : {&intensity, &dimming, &blackPoint, &contrast})
-        subscriptions_.push_back(adjustment->onNewValue(adjusted));
+    subscriptions_.push_back(selectedPreset.onNewValue([this](const FilterPreset& preset) {
+        onPresetAssigned(preset);
+        onAdjusted();
+    }));
+    for (const auto& adjustment : kAdjustments)
+        subscriptions_.push_back((this->*adjustment.shown).onNewValue([this](double) { onAdjusted(); }));
     subscriptions_.push_back(
         parts_.preferences.onOutsideChange([this](const DefaultsKeys& keys) { onOutsideEdit(keys); }));
     subscriptions_.push_back(parts_.customPresetStore.onWillChange(forward));
@@ -75,7 +101,7 @@ void FilterState::restoreInitialState() {
     if (stored && !isPaused) preferences.setPausedUntil(std::nullopt);
 
     // Also in a pause, so that the first look does not take a hand toggle before it for the schedule's change.
-    if (preferences.scheduleEnabled()) lastInWindow_ = isInScheduleWindow(now, preferences, parts_.calendar);
+    lastInWindow_ = askSchedule();
     if (isPaused) {
         pausedUntil = stored;
         isEnabled = false;
@@ -89,13 +115,11 @@ void FilterState::goOnAs(const RunningState& state) {
     suppressPresetSync_ = true;
     if (auto preset = findPreset(state.presetID)) selectedPreset = *std::move(preset);
     suppressPresetSync_ = false;
-    intensity = state.adjustments.intensity;
-    dimming = state.adjustments.dimming;
-    blackPoint = state.adjustments.blackPoint;
-    contrast = state.adjustments.contrast;
+    for (const auto& adjustment : kAdjustments) this->*adjustment.shown = state.adjustments.*adjustment.value;
     scheduleOverride_ = state.scheduleOverride;
     lastInWindow_ = state.lastInWindow;
     isEnabled = state.isEnabled;
+    static_cast<void>(askSchedule());
     pausedUntil = state.pausedUntil;
     if (state.pausedUntil) armPauseTimer(*state.pausedUntil);
 }
@@ -127,27 +151,22 @@ void FilterState::onAdjusted() {
 
 void FilterState::onOutsideEdit(const DefaultsKeys& keys) {
     using namespace preference;
-    const auto isEdited = [&](std::initializer_list<std::string_view> some) {
-        return std::ranges::any_of(some, [&](std::string_view key) { return keys.contains(key); });
-    };
+    const auto isEdited = [&](std::string_view key) { return keys.contains(key); };
     const auto& preferences = parts_.preferences;
-    if (isEdited({kLastPresetID, kLastIntensity, kLastDimming, kLastBlackPoint, kLastContrast})) {
-        suppressPresetSync_ = true;
-        restoreAppearance();
-        suppressPresetSync_ = false;
-        nextApplyAnimated_ = true;
-    }
+    suppressPresetSync_ = true;
+    if (adoptStored(isEdited)) nextApplyAnimated_ = true;
+    suppressPresetSync_ = false;
     // Read now: switching on by hand would end a pause that the same edit begins.
     const auto pauseEnd = preferences.pausedUntil();
-    if (isEdited({kFilterEnabled})) preferences.filterEnabled() ? turnOn() : turnOff();
-    if (isEdited({kPausedUntil})) {
+    if (isEdited(kFilterEnabled)) preferences.filterEnabled() ? turnOn() : turnOff();
+    if (isEdited(kPausedUntil)) {
         if (pauseEnd && *pauseEnd > parts_.scheduler.now()) {
             pause(*pauseEnd);
         } else if (pausedUntil.get()) {
             resume();
         }
     }
-    if (isEdited({kScheduleEnabled, kScheduleMode, kScheduleStartMinutes, kScheduleEndMinutes})) refreshState();
+    refreshState();
 }
 
 void FilterState::applyIfChanged() {
@@ -227,12 +246,8 @@ void FilterState::clearPause() {
 void FilterState::resume() {
     clearPause();
     scheduleOverride_ = false;
-    if (parts_.preferences.scheduleEnabled()) {
-        lastInWindow_ = isInScheduleWindow(parts_.scheduler.now(), parts_.preferences, parts_.calendar);
-        isEnabled = *lastInWindow_;
-    } else {
-        isEnabled = true;
-    }
+    lastInWindow_ = askSchedule();
+    isEnabled = lastInWindow_.value_or(true);
     applyEnabledState(Fade::animated);
 }
 
@@ -246,20 +261,29 @@ void FilterState::refreshState() {
 }
 
 void FilterState::evaluateSchedule() {
-    if (!parts_.preferences.scheduleEnabled()) {
-        lastInWindow_.reset();
-        scheduleOverride_ = false;
-        previousScheduleEnabled_ = false;
-        return;
-    }
-    const bool isIn = isInScheduleWindow(parts_.scheduler.now(), parts_.preferences, parts_.calendar);
-    if (lastInWindow_ != isIn || !previousScheduleEnabled_) scheduleOverride_ = false;
-    if (!pausedUntil.get() && !scheduleOverride_ && isEnabled != isIn) {
-        isEnabled = isIn;
+    const auto isIn = askSchedule();
+    if (!isIn || lastInWindow_ != isIn || !previousScheduleEnabled_) scheduleOverride_ = false;
+    if (isIn && !pausedUntil.get() && !scheduleOverride_ && isEnabled != *isIn) {
+        isEnabled = *isIn;
         applyEnabledState(Fade::animated);
     }
     lastInWindow_ = isIn;
-    previousScheduleEnabled_ = true;
+    previousScheduleEnabled_ = isIn.has_value();
+}
+
+// The next change moves by itself: at a boundary that changes nothing else, in another zone, after a set clock.
+std::optional<bool> FilterState::askSchedule() {
+    const auto& preferences = parts_.preferences;
+    std::optional<bool> isIn;
+    std::optional<ScheduledChange> next;
+    if (preferences.scheduleEnabled()) {
+        const WallTime now = parts_.scheduler.now();
+        isIn = isInScheduleWindow(now, preferences, parts_.calendar);
+        const auto at = nextScheduleChange(now, preferences, parts_.calendar);
+        if (at) next = ScheduledChange{*at, !*isIn};
+    }
+    if (next != nextScheduledChange.get()) nextScheduledChange = next;
+    return isIn;
 }
 
 void FilterState::activateSavedPreset(const FilterPreset& preset) {
@@ -274,37 +298,23 @@ void FilterState::activateSavedPreset(const FilterPreset& preset) {
 void FilterState::revertToPreset() { copyAdjustments(FilterPreset(selectedPreset)); }
 
 void FilterState::copyAdjustments(const FilterPreset& preset) {
-    intensity = preset.intensity;
-    dimming = preset.dimming;
-    blackPoint = preset.blackPoint;
-    contrast = preset.contrast;
+    for (const auto& adjustment : kAdjustments) this->*adjustment.shown = preset.*adjustment.ofPreset;
 }
 
 void FilterState::savePreferences() {
     auto& preferences = parts_.preferences;
     preferences.setLastPresetID(selectedPreset.get().id);
-    preferences.setLastIntensity(intensity);
-    preferences.setLastDimming(dimming);
-    preferences.setLastBlackPoint(blackPoint);
-    preferences.setLastContrast(contrast);
+    for (const auto& adjustment : kAdjustments) (preferences.*adjustment.store)(this->*adjustment.shown);
 }
 
 bool FilterState::isEdited() const {
     const FilterPreset& preset = selectedPreset;
-    const auto differs = [](double a, double b) { return std::abs(a - b) > kEditedTolerance; };
-    return differs(intensity, preset.intensity) || differs(dimming, preset.dimming) ||
-           differs(blackPoint, preset.blackPoint) || differs(contrast, preset.contrast);
+    return std::ranges::any_of(kAdjustments, [&](const LiveAdjustment& adjustment) {
+        return std::abs(this->*adjustment.shown - preset.*adjustment.ofPreset) > kEditedTolerance;
+    });
 }
 
 double FilterState::melanopicReduction() const { return dravo::melanopicReduction(selectedPreset, adjustments()); }
-
-std::optional<FilterState::ScheduledChange> FilterState::nextScheduledChange() const {
-    if (!parts_.preferences.scheduleEnabled()) return std::nullopt;
-    const WallTime now = parts_.scheduler.now();
-    const auto at = nextScheduleChange(now, parts_.preferences, parts_.calendar);
-    if (!at) return std::nullopt;
-    return ScheduledChange{*at, !isInScheduleWindow(now, parts_.preferences, parts_.calendar)};
-}
 
 std::vector<FilterPreset> FilterState::allPresets() const {
     std::vector<FilterPreset> presets = FilterPreset::builtIn();

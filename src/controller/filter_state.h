@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/calendar.h"
@@ -53,9 +55,18 @@ public:
     FilterState(const FilterState&) = delete;
     FilterState& operator=(const FilterState&) = delete;
 
+    struct ScheduledChange {
+        WallTime at;
+        bool turnsOn;
+        bool operator==(const ScheduledChange&) const = default;
+    };
+
     // Written by the operations only.
     Property<bool> isEnabled{changes_, false};
     Property<std::optional<WallTime>> pausedUntil{changes_, std::nullopt};
+    /// When the schedule next changes the filter's state, or ends a manual override, as of the last look; none when it
+    /// is off or does not within two days. Assigned only when it moves.
+    Property<std::optional<ScheduledChange>> nextScheduledChange{changes_, std::nullopt};
 
     // Written by anybody; the screen follows within the throttle's 50 ms, the settings half a second after the last.
     Property<FilterPreset> selectedPreset;
@@ -98,13 +109,6 @@ public:
     /// The melanopic light that preset and adjustments remove, in percent 0..100, whether the filter is on or not.
     [[nodiscard]] double melanopicReduction() const;
 
-    struct ScheduledChange {
-        WallTime at;
-        bool turnsOn;
-    };
-    /// When the schedule next changes the filter's state, or ends a manual override; none when it is off or never does.
-    [[nodiscard]] std::optional<ScheduledChange> nextScheduledChange() const;
-
     /// Built-in presets, then the user's.
     [[nodiscard]] std::vector<FilterPreset> allPresets() const;
     [[nodiscard]] std::optional<FilterPreset> findPreset(std::string_view id) const;
@@ -126,7 +130,8 @@ private:
         bool operator==(const AppliedSnapshot&) const = default;
     };
 
-    void restoreAppearance();
+    /// Takes over what is stored of the preset and the adjustments under the keys wanted; false: none of them was.
+    bool adoptStored(const std::function<bool(std::string_view)>& isWanted);
     void observe();
     void restoreInitialState();
     void goOnAs(const RunningState& state);
@@ -142,6 +147,8 @@ private:
     void armPauseTimer(WallTime end);
     void clearPause();
     void evaluateSchedule();
+    /// What the schedule wants now; none while it is off. Brings `nextScheduledChange` up to date.
+    [[nodiscard]] std::optional<bool> askSchedule();
     [[nodiscard]] AppliedSnapshot currentSnapshot() const;
 
     FilterStateParts parts_;

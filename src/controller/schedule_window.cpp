@@ -1,11 +1,36 @@
 #include "controller/schedule_window.h"
 
-#include <map>
-#include <tuple>
+#include <algorithm>
+#include <chrono>
 
 #include "schedule/solar_calculator.h"
 
 namespace dravo {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+std::chrono::seconds aheadOfUtc(WallTime instant, const Calendar& calendar) {
+    using namespace std::chrono;
+    const LocalFields local = calendar.fields(instant);
+    const sys_days day = year{local.year} / local.month / local.day;
+    return day + hours{local.hour} + minutes{local.minute} + seconds{local.second} - floor<seconds>(instant);
+}
+
+/// The first minute in (from, through] at which the zone's clocks have been set, else `through`. No zone sets its
+/// clocks twice within a day.
+WallTime nextClockChange(WallTime from, WallTime through, const Calendar& calendar) {
+    const auto before = aheadOfUtc(from, calendar);
+    if (aheadOfUtc(through, calendar) == before) return through;
+    while (through - from > 1min) {
+        const WallTime middle = from + std::chrono::floor<std::chrono::minutes>((through - from) / 2);
+        (aheadOfUtc(middle, calendar) == before ? from : through) = middle;
+    }
+    return through;
+}
+
+}  // namespace
 
 bool DailyWindow::contains(std::int64_t minuteOfDay) const {
     if (start <= end) return start <= minuteOfDay && minuteOfDay < end;
@@ -28,20 +53,20 @@ bool isInScheduleWindow(WallTime instant, const PreferencesStore& preferences, c
 
 std::optional<WallTime> nextScheduleChange(WallTime instant, const PreferencesStore& preferences,
                                            const Calendar& calendar) {
-    using namespace std::chrono_literals;
     constexpr auto kHorizon = 48h;
-    // A window holds for a local day, so the sun is asked once a day and not once a minute.
-    std::map<std::tuple<int, int, int>, DailyWindow> windows;
-    const auto isIn = [&](WallTime minute) {
-        const auto local = calendar.fields(minute);
-        const auto [entry, isNew] = windows.try_emplace({local.year, local.month, local.day});
-        if (isNew) entry->second = scheduleWindowAt(minute, preferences, calendar);
-        return entry->second.contains(local.hour * 60 + local.minute);
-    };
-    const bool isInNow = isIn(instant);
-    const WallTime firstMinute = std::chrono::floor<std::chrono::minutes>(instant) + 1min;
-    for (WallTime minute = firstMinute; minute <= instant + kHorizon; minute += 1min)
-        if (isIn(minute) != isInNow) return minute;
+    constexpr std::int64_t kMidnight = 24 * 60;
+    const bool isInNow = isInScheduleWindow(instant, preferences, calendar);
+    WallTime at = std::chrono::floor<std::chrono::minutes>(instant) + 1min;
+    while (at <= instant + kHorizon) {
+        const DailyWindow window = scheduleWindowAt(at, preferences, calendar);
+        const std::int64_t minute = SolarCalculator::minutesOfDay(at, calendar);
+        if (window.contains(minute) != isInNow) return at;
+        // The answer holds up to the window's next boundary or the next day's window, whichever the clocks show first.
+        std::int64_t next = kMidnight;
+        for (const std::int64_t boundary : {window.start, window.end})
+            if (boundary > minute) next = std::min(next, boundary);
+        at = nextClockChange(at, at + std::chrono::minutes{next - minute}, calendar);
+    }
     return std::nullopt;
 }
 

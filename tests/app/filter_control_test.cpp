@@ -76,14 +76,25 @@ TEST_F(FilterControlTest, BreaksAreOnWhenTheAnswerComesAndStayAsTheyCount) {
     EXPECT_FALSE(now().breaks.enabled) << "the answer came late";
 }
 
-TEST_F(FilterControlTest, TellsThatABreakBegins) {
+TEST_F(FilterControlTest, TellsOnceOfManyChangesAndNeverOfACountdownsStep) {
+    std::vector<int> breakSecondsLeft;
+    const auto changes = control.onStateChange([&] { breakSecondsLeft.push_back(now().breaks.breakSecondsLeft); });
+    const auto toldWithin = [&](Duration duration) {
+        breakSecondsLeft.clear();
+        scheduler.advance(duration);
+        return breakSecondsLeft;
+    };
     ASSERT_TRUE(ask(request::SetBreaks{.enabled = true, .intervalMinutes = 10}));
-    int longest = 0;
-    const auto changes = control.onStateChange([&] { longest = std::max(longest, now().breaks.breakSecondsLeft); });
-    scheduler.advance(10min - 1s);
-    EXPECT_EQ(longest, 0);
-    scheduler.advance(2s);
-    EXPECT_GE(longest, 19);
+    ASSERT_TRUE(ask(request::SetAdjustments{.intensity = 0.4, .dimming = 0.1}));
+    ASSERT_TRUE(ask(request::SetSchedule{.enabled = true}));
+    ASSERT_TRUE(ask(request::Toggle{}));
+    EXPECT_EQ(toldWithin(1ms), std::vector{0});
+    EXPECT_EQ(toldWithin(9min + 59s), std::vector<int>{});
+    EXPECT_EQ(toldWithin(10s), std::vector{20});
+    EXPECT_EQ(toldWithin(20s), std::vector{0});
+    ASSERT_TRUE(ask(request::SetBreaks{.enabled = false}));
+    EXPECT_EQ(toldWithin(7h + 30min), std::vector{0});
+    EXPECT_EQ(toldWithin(30min), std::vector{0}) << "the next change moves, and nothing else";
 }
 
 TEST_F(FilterControlTest, RevertsToThePresetsOwnAdjustments) {
@@ -93,8 +104,7 @@ TEST_F(FilterControlTest, RevertsToThePresetsOwnAdjustments) {
     ASSERT_TRUE(ask(request::RevertToPreset{}));
     scheduler.advance(1s);
     EXPECT_FALSE(now().isEdited);
-    const auto& sunset = FilterPreset::sunset();
-    EXPECT_TRUE(shows(plainTable(sunset, {sunset.intensity, sunset.dimming, sunset.blackPoint, sunset.contrast})));
+    EXPECT_TRUE(showsPreset(FilterPreset::sunset()));
 }
 
 TEST_F(FilterControlTest, KeepsScheduleAndPlaceForTheNextRun) {
@@ -124,7 +134,7 @@ TEST_F(FilterControlTest, WhatIsImportedOverTheSelectedPresetIsOnScreen) {
         EXPECT_EQ(imported->ids, std::vector<std::string>{"MINE"});
         ASSERT_TRUE(ask(request::SelectPreset{"MINE"}));
         scheduler.advance(1s);
-        EXPECT_TRUE(shows(plainTable(mine, {mine.intensity, mine.dimming, mine.blackPoint, mine.contrast})));
+        EXPECT_TRUE(showsPreset(mine));
     }
     const auto exported = ask(request::ExportPresets{{"MINE"}});
     EXPECT_EQ(*decodePresets(exported->json), std::vector{mine});

@@ -16,10 +16,7 @@ struct EditingWorld : FilterWorld {
         editing.emplace(PresetEditingParts{*state, customPresets, applicator, grayscaleSwitch, scheduler});
         loads();
     }
-    [[nodiscard]] bool showsDraft() const {
-        const auto& draft = editing->draft();
-        return shows(plainTable(draft, {draft.intensity, draft.dimming, draft.blackPoint, draft.contrast}));
-    }
+    [[nodiscard]] bool showsDraft() const { return showsPreset(editing->draft()); }
     std::optional<PresetEditing> editing;
 };
 

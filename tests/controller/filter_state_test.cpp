@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "support/filter_world.h"
 
 namespace dravo {
@@ -11,7 +9,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::FilterWorld;
-using testing::plainTable;
 
 DefaultsValue minutes(int hour, int minute = 0) { return std::int64_t{hour * 60 + minute}; }
 
@@ -48,6 +45,11 @@ TEST(FilterStateTest, RestoresWhatWasStored) {
          {0.25, 0, 0, -0.1}},
         {{{"lastPresetID", std::string("deleted")}, {"lastDimming", 0.3}}, "migrainePrecision", true, {0.8, 0.3, 0, 0}},
         {{{"filterEnabled", false}, {"lastBlackPoint", 0.1}}, "migrainePrecision", false, {0.8, 0, 0.1, 0}},
+        // What no slider can be at is held to what it can.
+        {{{"lastIntensity", 7.5}, {"lastDimming", 0.9}, {"lastBlackPoint", -1.0}, {"lastContrast", -3.0}},
+         "migrainePrecision",
+         true,
+         {1, 0.8, 0, -0.5}},
         // The schedule decides, not what was stored by hand.
         {{{"filterEnabled", true}, {"scheduleEnabled", true}}, "migrainePrecision", false, {0.8, 0, 0, 0}},
         {{{"filterEnabled", false}, {"scheduleEnabled", true}, {"scheduleStartMinutes", minutes(11)}},
@@ -153,78 +155,42 @@ TEST(FilterStateTest, ASliderDraggedFastLoadsTwentyTimesASecondAndIsStoredOnce) 
     EXPECT_EQ(writes, 5);  // the five settings, once each
 }
 
-TEST(FilterStateTest, WhatIsDraggedWhileOffShowsOnceItIsOn) {
-    FilterWorld world({{"filterEnabled", false}});
-    FilterState& state = world.start();
-    state.intensity = 0.5;
-    world.scheduler.advance(1s);
-    EXPECT_EQ(world.loads(), 0u);
-    state.toggle();
-    world.scheduler.advance(1s);
-    EXPECT_TRUE(world.showsFilter());
-    EXPECT_EQ(world.loads(), 10u);
-    EXPECT_EQ(world.preferences.filterEnabled(), true);
-    state.toggle();
-    world.scheduler.advance(1s);
-    EXPECT_TRUE(world.showsOwn());
-    EXPECT_EQ(world.preferences.filterEnabled(), false);
-}
-
-TEST(FilterStateTest, FollowsTheScheduleAndAHandToggleUntilItsNextChange) {
-    FilterWorld world(nightSchedule(), at(19, 59));
-    FilterState& state = world.start();
-    EXPECT_FALSE(state.isEnabled);
-    world.scheduler.advance(60s);
-    EXPECT_TRUE(state.isEnabled);
-
-    state.toggle();  // off by hand inside the window: until it ends
-    world.sleep(10h);
-    EXPECT_FALSE(state.isEnabled);
-    world.sleep(2h);
-    EXPECT_FALSE(state.isEnabled);
-    state.toggle();  // on by hand outside: until the next window ends
-    world.sleep(12h + 1min);
-    EXPECT_TRUE(state.isEnabled);
-    world.sleep(11h);
-    EXPECT_FALSE(state.isEnabled);
-    // The schedule never stores what it does.
-    EXPECT_TRUE(world.preferences.filterEnabled());
-}
-
-TEST(FilterStateTest, AnotherTimeZoneTakesEffectAtOnce) {
-    FilterWorld world(nightSchedule(), at(12));
-    FilterState& state = world.start();
-    EXPECT_FALSE(state.isEnabled);
-    world.calendar.moveTo("Pacific/Auckland");  // one in the morning there
-    EXPECT_TRUE(state.isEnabled);
-}
-
-TEST(FilterStateTest, TellsItsNextScheduledChange) {
-    FilterWorld world(nightSchedule(), at(12));
-    FilterState& state = world.start();
-    const auto next = [&] { return state.nextScheduledChange(); };
-    ASSERT_TRUE(next());
-    EXPECT_EQ(next()->at, at(20));
-    EXPECT_TRUE(next()->turnsOn);
-    state.toggle();  // on by hand: the next change is the end of that
-    EXPECT_EQ(next()->at, at(20));
-    world.sleep(9h);
-    EXPECT_EQ(next()->at, at(7, 0, 7));
-    EXPECT_FALSE(next()->turnsOn);
-    world.preferences.setScheduleEndMinutes(world.preferences.scheduleStartMinutes());
-    EXPECT_FALSE(next());
-    world.preferences.setScheduleEnabled(false);
-    EXPECT_FALSE(next());
-
-    // The night in which 02:30 does not happen, and the one in which it happens twice.
-    FilterWorld spring({{"scheduleEnabled", true}, {"scheduleStartMinutes", minutes(2, 30)}}, at(0, 0, 31));
-    spring.calendar.moveTo("Europe/Berlin");
-    EXPECT_EQ(spring.start().nextScheduledChange()->at, at(1, 0, 31));  // 03:00 there
-    FilterWorld autumn({{"scheduleEnabled", true}, {"scheduleStartMinutes", minutes(2, 30)}},
-                       WallTime{std::chrono::sys_days{std::chrono::year{2024} / 10 / 26} + 22h});
-    autumn.calendar.moveTo("Europe/Berlin");
-    EXPECT_EQ(autumn.start().nextScheduledChange()->at,
-              (WallTime{std::chrono::sys_days{std::chrono::year{2024} / 10 / 27} + 30min}));
+TEST(FilterStateTest, TellsThatItsNextChangeMovesWhenNothingElseDoes) {
+    const struct {
+        const char* what;
+        void (*begin)(FilterState&);
+        void (*happen)(FilterWorld&);
+        WallTime at;
+        bool turnsOn;
+    } rows[] = {
+        {"the window begins under a hand toggle", [](auto& state) { state.toggle(); },
+         [](auto& world) { world.sleep(8h + 1s); }, at(7, 0, 7), false},
+        {"it begins in a pause", [](auto& state) { state.pause(at(23)); }, [](auto& world) { world.sleep(8h + 1s); },
+         at(7, 0, 7), false},
+        {"another time zone", [](auto&) {}, [](auto& world) { world.calendar.moveTo("America/New_York"); }, at(1, 0, 7),
+         true},
+        {"the clock is set", [](auto&) {},
+         [](auto& world) {
+             world.scheduler.setWallClock(at(12, 0, 5));
+             world.scheduler.advance(30s);
+         },
+         at(20, 0, 5), true},
+    };
+    for (const auto& row : rows) {
+        FilterWorld world(nightSchedule(), at(12));
+        FilterState& state = world.start();
+        row.begin(state);
+        world.scheduler.advance(1s);
+        EXPECT_EQ(state.nextScheduledChange.get(), (FilterState::ScheduledChange{at(20), true})) << row.what;
+        int told = 0;
+        const auto subscription = state.changes().onWillChange([&] { ++told; });
+        row.happen(world);
+        EXPECT_EQ(told, 1) << row.what;
+        EXPECT_EQ(state.nextScheduledChange.get(), (FilterState::ScheduledChange{row.at, row.turnsOn})) << row.what;
+        world.preferences.setScheduleEndMinutes(world.preferences.scheduleStartMinutes());
+        state.refreshState();
+        EXPECT_FALSE(state.nextScheduledChange.get()) << "never";
+    }
 }
 
 TEST(FilterStateTest, ASavedPresetIsShownAtOnceAlsoUnderTheSameId) {
@@ -306,6 +272,20 @@ TEST(FilterStateTest, AnEditOfTheSettingsFileCountsLikeThePersonsHand) {
     EXPECT_EQ(state.pausedUntil.get(), at(15));
     edit({{"scheduleEnabled", true}});
     EXPECT_FALSE(state.isEnabled);
+}
+
+TEST(FilterStateTest, AnEditOfOneAdjustmentLeavesTheOthersAsTheyAreOnScreen) {
+    FilterWorld world({{"lastIntensity", 0.5}});
+    FilterState& state = world.start();
+    state.selectedPreset = FilterPreset::fl41();
+    state.contrast = 0.25;
+    world.scheduler.advance(100ms);  // nothing of it is stored yet
+    world.defaults.replaceFromOutside({{"lastIntensity", 0.5}, {"lastDimming", 0.3}});
+    EXPECT_EQ(state.selectedPreset.get().id, "fl41");
+    EXPECT_EQ(state.adjustments(), (Adjustments{FilterPreset::fl41().intensity, 0.3, 0, 0.25}));
+    world.scheduler.advance(1s);
+    EXPECT_EQ(world.preferences.lastDimming(), 0.3);
+    EXPECT_EQ(world.preferences.lastContrast(), 0.25);
 }
 
 TEST(FilterStateTest, SavesWhatIsWaitingWhenAskedTo) {

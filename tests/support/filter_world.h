@@ -15,7 +15,6 @@
 #include "support/memory/memory_table_device.h"
 #include "support/memory/memory_user_defaults.h"
 #include "support/memory/virtual_scheduler.h"
-#include "support/plain_table.h"
 #include "support/temporary_folder.h"
 #include "support/zone_calendar.h"
 
@@ -47,7 +46,14 @@ struct FilterWorld {
             if (desk.shown(crtc) != levels) return false;
         return true;
     }
-    [[nodiscard]] bool showsFilter() const { return shows(plainTable(state->selectedPreset, state->adjustments())); }
+    [[nodiscard]] bool showsFilter() const {
+        return shows(
+            computeTable(state->selectedPreset, state->intensity, state->dimming, state->blackPoint, state->contrast));
+    }
+    /// With its own adjustments.
+    [[nodiscard]] bool showsPreset(const FilterPreset& preset) const {
+        return shows(computeTable(preset, preset.intensity, preset.dimming, preset.blackPoint, preset.contrast));
+    }
     [[nodiscard]] bool showsOwn() const { return shows(GammaTable::identity()); }
 
     /// The machine sleeps this long and wakes: hours at the price of a second.

@@ -99,7 +99,7 @@ int ScheduleView::shownMinutes(std::int64_t stored) const {
 }
 
 QString ScheduleView::nextChangeText() const {
-    const auto next = parts_.filterState.nextScheduledChange();
+    const auto& next = parts_.filterState.nextScheduledChange.get();
     if (!next) return {};
     const QString form = next->turnsOn ? text("schedule.on_at", "On at %@") : text("schedule.off_at", "Off at %@");
     return filled(form, timeText(parts_.calendar.fields(next->at)));
