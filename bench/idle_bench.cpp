@@ -1,8 +1,11 @@
 // What the program costs while nothing changes: it runs on three displays, and the kernel's own books are read before
 // and after, beside a program that does nothing but wake once a second. `idle_bench [SECONDS]`, 60 if not given; it
-// runs that long twice, without a panel: with the filter on and off. panel_bench does the same with one.
+// runs that long four times, without a panel: with the filter on and off, and the same again with breaks and a schedule
+// on. panel_bench does the first with a panel.
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <string>
 #include <thread>
 
@@ -21,17 +24,29 @@ constexpr std::size_t kDisplays = 3;
 
 struct Case {
     bool filterIsOn;
+    bool hasBreaksAndSchedule;
     const char* timeAim;
     const char* switchesAim;
     const char* memoryAim;
 };
 
+std::string preferencesFor(const Case& row) {
+    std::string text = "hasSeenOnboarding = true\n";
+    if (!row.hasBreaksAndSchedule) return text + "filterEnabled = " + (row.filterIsOn ? "true\n" : "false\n");
+    // A window that holds the present minute, or the half of the day that does not.
+    const std::time_t now = std::time(nullptr);
+    const std::tm local = *std::localtime(&now);
+    const int start = (local.tm_hour * 60 + local.tm_min + (row.filterIsOn ? 18 : 6) * 60) % 1440;
+    return text +
+           "breakReminderEnabled = true\nscheduleEnabled = true\nscheduleStartMinutes = " + std::to_string(start) +
+           "\nscheduleEndMinutes = " + std::to_string((start + 720) % 1440) + "\n";
+}
+
 void measure(const Case& row, int seconds) {
     testing::PrivateXServer xServer(kDisplays);
     testing::PrivateBus bus;
     testing::TestHome home;
-    home.writePreferences(std::string("hasSeenOnboarding = true\nfilterEnabled = ") +
-                          (row.filterIsOn ? "true\n" : "false\n"));
+    home.writePreferences(preferencesFor(row));
     const auto neutral = xServer.displays().ramps();
     testing::ProcessUnderTest program(home, {"--headless"},
                                       {{"DISPLAY", xServer.address()},
@@ -53,10 +68,11 @@ void measure(const Case& row, int seconds) {
 
     const char* how = "`idle_bench`";
     std::printf(
-        "| `--headless`, filter %s, three displays, a bus, %d s of nothing: processor time | %s | %.1f ms (a bare "
+        "| `--headless`, filter %s%s, three displays, a bus, %d s of nothing: processor time | %s | %.1f ms (a bare "
         "ticker: "
         "%.1f) | %s |\n",
-        row.filterIsOn ? "on" : "off", seconds, row.timeAim, used.milliseconds, tickerTime, how);
+        row.filterIsOn ? "on" : "off", row.hasBreaksAndSchedule ? ", breaks and a schedule on" : "", seconds,
+        row.timeAim, used.milliseconds, tickerTime, how);
     std::printf(
         "| the same: context switches of all threads | %s | %ld, and %ld where others took the processor | %s |\n",
         row.switchesAim, used.waits, used.preemptions, how);
@@ -72,7 +88,9 @@ int main(int argc, char** argv) {
     return run("idle_bench", [&] {
         const int seconds = argc > 1 ? std::atoi(argv[1]) : 60;
         need(seconds > 0, "for how many seconds?");
-        measure({true, "10 ms", "130", "4 MB"}, seconds);
-        measure({false, "", "", "4 MB"}, seconds);
+        measure({true, false, "10 ms", "130", "4 MB"}, seconds);
+        measure({false, false, "", "", "4 MB"}, seconds);
+        measure({true, true, "10 ms", "", "4 MB"}, seconds);
+        measure({false, true, "10 ms", "", "4 MB"}, seconds);
     });
 }

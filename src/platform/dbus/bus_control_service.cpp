@@ -69,9 +69,20 @@ void BusControlService::announce() {
     sd_bus_emit_properties_changed_strv(bus_.handle(), control::kObjectPath, control::kInterface, changed.data());
 }
 
-int BusControlService::onGet(sd_bus*, const char*, const char*, const char* name, sd_bus_message* reply, void* self,
+int BusControlService::onGet(sd_bus* bus, const char*, const char*, const char* name, sd_bus_message* reply, void* self,
                              sd_bus_error*) {
-    return control::propertyNamed(name)->append(reply, static_cast<BusControlService*>(self)->target_->controlState());
+    auto& service = *static_cast<BusControlService*>(self);
+    return control::propertyNamed(name)->append(reply, service.stateFor(sd_bus_get_current_message(bus)));
+}
+
+// Who asks for all properties is answered property by property: out of one state.
+const ControlState& BusControlService::stateFor(sd_bus_message* call) {
+    if (!call) return announced_;  // for the signal
+    if (call != answered_.get()) {
+        answered_.reset(sd_bus_message_ref(call));
+        answer_ = target_->controlState();
+    }
+    return answer_;
 }
 
 int BusControlService::onCall(sd_bus_message* call, void* self, sd_bus_error* error) {

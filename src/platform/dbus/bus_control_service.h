@@ -34,11 +34,14 @@ private:
 
     void connect();
     void announce();
+    [[nodiscard]] const ControlState& stateFor(sd_bus_message* call);
 
     Bus& bus_;
     Scheduler& scheduler_;
     ControlTarget* target_ = nullptr;
     ControlState announced_;
+    ControlState answer_;  ///< To `answered_`, the call that asked last.
+    Message answered_;
     Timer start_;
     Throttle changes_;
     Slot object_;

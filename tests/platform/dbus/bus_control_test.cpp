@@ -40,7 +40,10 @@ ControlState fullState() {
 /// A running program that notes what it is asked for.
 class FakeTarget final : public ControlTarget {
 public:
-    ControlState controlState() const override { return state; }
+    ControlState controlState() const override {
+        ++readings;
+        return state;
+    }
     Subscription onStateChange(std::function<void()> callback) override { return changes.add(std::move(callback)); }
     Result<ControlAnswer> carryOut(const ControlRequest& request) override {
         asked = request;
@@ -51,6 +54,7 @@ public:
     SubscriberList<> changes;
     std::optional<ControlRequest> asked;
     Result<ControlAnswer> answer = ControlAnswer{{"one", "zwö"}, "[]"};
+    mutable int readings = 0;
 };
 
 /// The program in the test's own loop. A client waits for answers, so it asks on a thread beside the loop.
@@ -97,8 +101,10 @@ protected:
 TEST_F(BusControlTest, TheWholeStateTravels) {
     for (const auto& sent : {fullState(), ControlState{}}) {
         target.state = sent;
+        target.readings = 0;
         const auto got = aside([&] { return client.state(); });
         ASSERT_TRUE(got) << got.error().message;
+        EXPECT_EQ(target.readings, 1) << "one for all properties together";
         for (const auto& property : control::properties()) EXPECT_FALSE(property.differs(*got, sent)) << property.name;
     }
 }
