@@ -67,7 +67,8 @@ InterfaceLocale interfaceLocaleFor(AppLanguage choice, const Environment& enviro
         if (isSystems) return std::string(locale.empty() ? kUntranslated : locale);
         return isRegionOf(language, locale) ? std::string(locale) : catalogueOf(language);
     };
-    return {catalogueOf(language), formsOf("LC_NUMERIC"), formsOf("LC_TIME"), language.pluralRule()};
+    return {catalogueOf(language), formsOf("LC_NUMERIC"), formsOf("LC_TIME"), language.pluralRule(),
+            language == AppLanguage::arabic};
 }
 
 }  // namespace dravo

@@ -31,8 +31,22 @@ Placeholder placeholderAt(std::string_view text) {
     return {};
 }
 
+/// Whether `value` is drawn in its own order also between letters that run from right to left: a figure or a time, what
+/// is Latin from its first letter to its last, and what begins and ends with other letters.
+bool keepsItsOrder(std::string_view value) {
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    const auto isForeign = [](char c) { return static_cast<unsigned char>(c) >= 0x80; };
+    if (std::ranges::all_of(value, [&](char c) { return isDigit(c) || c == '.' || c == ',' || c == ':'; })) return true;
+    if (isForeign(value.front())) return isForeign(value.back());
+    return isLetter(value.front()) && (isLetter(value.back()) || isDigit(value.back())) &&
+           std::ranges::none_of(value, isForeign);
+}
+
+std::string isolated(std::string_view value) { return "\u2068" + std::string(value) + "\u2069"; }
+
 template <typename Values>
-std::string fill(std::string_view text, const Values& values) {
+std::string fill(std::string_view text, const Values& values, bool isRightToLeft) {
     std::string result;
     std::size_t next = 0;
     while (!text.empty()) {
@@ -44,7 +58,9 @@ std::string fill(std::string_view text, const Values& values) {
         const bool isFilled = length > 0 && value < values.size();
         if (isFilled && index < 0) ++next;
         const std::size_t taken = std::min(std::max<std::size_t>(length, 1), text.size());
-        result += isFilled ? *(values.begin() + static_cast<std::ptrdiff_t>(value)) : text.substr(0, taken);
+        const std::string_view put =
+            isFilled ? *(values.begin() + static_cast<std::ptrdiff_t>(value)) : text.substr(0, taken);
+        result += isFilled && isRightToLeft && !keepsItsOrder(put) ? isolated(put) : put;
         text.remove_prefix(taken);
     }
     return result;
@@ -60,11 +76,26 @@ std::string localizedCount(std::string_view key, std::string_view one, std::stri
     return localizer().count(key, one, other, count);
 }
 
-std::string localized(const Sentence& sentence) { return fill(localized(sentence.text), sentence.values); }
+std::string localized(const Sentence& sentence) {
+    return fill(localized(sentence.text), sentence.values, interfaceLocale().isRightToLeft);
+}
 
-std::string inEnglish(const Sentence& sentence) { return fill(sentence.text.english, sentence.values); }
+std::string inEnglish(const Sentence& sentence) { return fill(sentence.text.english, sentence.values, false); }
 
-std::string filled(std::string_view text, std::initializer_list<std::string_view> values) { return fill(text, values); }
+std::string filled(std::string_view text, std::initializer_list<std::string_view> values) {
+    return fill(text, values, interfaceLocale().isRightToLeft);
+}
+
+std::string withDetail(std::string_view subject, std::string_view detail) {
+    return filled(localized("text.detail", "%1$@: %2$@"), {subject, detail});
+}
+
+std::string saidBy(std::string_view name, std::string_view sentence) {
+    // A terminal lays a line out by its first letter, which would be the name's.
+    constexpr const char* kRightToLeftMark = "\u200f";
+    return (localizer().locale().isRightToLeft ? kRightToLeftMark : "") + std::string(name) + ": " +
+           std::string(sentence) + "\n";
+}
 
 InterfaceLocale interfaceLocale() { return localizer().locale(); }
 

@@ -37,12 +37,14 @@ struct Sentence {
 };
 
 /// The locales of the interface: a POSIX name for the language of its texts ("de", "pt_BR", "zh_CN"), and ICU's names
-/// for the forms of its numbers and times, which follow settings of their own ("de_AT"). And how the language counts.
+/// for the forms of its numbers and times, which follow settings of their own ("de_AT"). And how the language counts
+/// and is written.
 struct InterfaceLocale {
     std::string language = "en";
     std::string numbers = "en_US";
     std::string times = "en_US";
     PluralRule pluralRule = formOfOneAndOthers;
+    bool isRightToLeft = false;
     bool operator==(const InterfaceLocale&) const = default;
 };
 
@@ -84,8 +86,15 @@ public:
                                          std::uint64_t count);
 
 /// `text` with its placeholders replaced: "%@" and "%lld" take the values in their order, "%1$@" takes the first,
-/// wherever it stands. What a value contains is never taken for a placeholder.
+/// wherever it stands. What a value contains is never taken for a placeholder. In a language that is written from right
+/// to left, a path or a negative number keeps its own direction: invisible characters isolate it.
 [[nodiscard]] std::string filled(std::string_view text, std::initializer_list<std::string_view> values);
+
+/// "FILE: what is wrong with it", as the language writes it.
+[[nodiscard]] std::string withDetail(std::string_view subject, std::string_view detail);
+
+/// `sentence` behind the program's name, or that of one of its commands ("dravo status"), as a line for a terminal.
+[[nodiscard]] std::string saidBy(std::string_view name, std::string_view sentence);
 
 /// The locales of the installed localizer.
 [[nodiscard]] InterfaceLocale interfaceLocale();

@@ -4,12 +4,14 @@
 #include <set>
 #include <string>
 
+#include "base/localized.h"
+
 namespace dravo {
 
 void reportOnce(std::string_view cause, std::string_view sentence) {
     static std::set<std::string, std::less<>> reported;
     if (!reported.emplace(cause).second) return;
-    std::fprintf(stderr, "dravo: %.*s\n", static_cast<int>(sentence.size()), sentence.data());
+    std::fputs(saidBy("dravo", sentence).c_str(), stderr);
 }
 
 }  // namespace dravo

@@ -58,7 +58,7 @@ ErrorCode errorCodeOf(int number) {
 }
 
 Error systemError(std::string_view what, int number) {
-    return {errorCodeOf(number), std::string(what) + ": " + systemReason(number), number};
+    return {errorCodeOf(number), withDetail(what, systemReason(number)), number};
 }
 
 }  // namespace dravo

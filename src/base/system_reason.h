@@ -15,7 +15,7 @@ namespace dravo {
 /// `PermissionDenied` (also a read-only file system), `Busy` (something has that name), else `Internal`.
 [[nodiscard]] ErrorCode errorCodeOf(int number);
 
-/// "what: why", with that code and number.
+/// "what: why" (see `withDetail`), with that code and number.
 [[nodiscard]] Error systemError(std::string_view what, int number);
 
 }  // namespace dravo

@@ -12,7 +12,7 @@ namespace dravo::cli {
 namespace {
 
 ExitCode failPlainly(CommandContext& context, ExitCode code, std::string_view message) {
-    context.err.write("dravo: " + std::string(message) + "\n");
+    context.err.write(saidBy("dravo", message));
     return code;
 }
 
@@ -76,7 +76,7 @@ ExitCode runCommandLine(int argc, char** argv, CommandContext& context) {
 }
 
 ExitCode fail(const Call& call, ExitCode code, std::string_view message) {
-    call.context.err.write("dravo " + std::string(call.command.name) + ": " + printable(message) + "\n");
+    call.context.err.write(saidBy("dravo " + std::string(call.command.name), printable(message)));
     return code;
 }
 

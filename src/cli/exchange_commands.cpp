@@ -21,7 +21,7 @@ ExitCode reportImport(CommandContext& context, const std::vector<std::string>& i
     for (const std::string& id : ids) listed += (listed.empty() ? "" : " ") + printable(id);
     const std::string form = localizedCount("import.done", "Imported %lld preset", "Imported %lld presets", ids.size());
     const std::string done = filled(form, {std::to_string(ids.size())});
-    context.out.write(filled(localized("import.listed", "%1$@: %2$@"), {done, listed}) + "\n");
+    context.out.write(withDetail(done, listed) + "\n");
     return ExitCode::Ok;
 }
 
@@ -38,7 +38,7 @@ ExitCode runImport(const Call& call) {
     const auto text = readFile(path, kLargestImport);
     if (!text) return fail(call, ExitCode::FileTrouble, text.error().message);
     const auto incoming = importPresets(*text);
-    if (!incoming) return fail(call, ExitCode::FileTrouble, path + ": " + incoming.error().message);
+    if (!incoming) return fail(call, ExitCode::FileTrouble, withDetail(path, incoming.error().message));
     const auto byInstance = context.control().ask(request::ImportPresets{*text});
     if (byInstance) return reportImport(context, byInstance->ids);
     if (const auto reason = whyNotByFile(byInstance.error(), context)) return fail(call, ExitCode::Refused, *reason);

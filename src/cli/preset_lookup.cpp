@@ -18,7 +18,7 @@ Result<FilterPreset> readPreset(const std::string& path) {
     const auto text = readFile(path, kLargestPresetFile);
     if (!text) return Error{ErrorCode::InvalidInput, text.error().message, text.error().nativeCode};
     auto preset = decodePreset(*text);
-    if (!preset) return Error{ErrorCode::InvalidInput, path + ": " + preset.error().message};
+    if (!preset) return Error{ErrorCode::InvalidInput, withDetail(path, preset.error().message)};
     return preset;
 }
 

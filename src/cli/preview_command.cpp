@@ -70,7 +70,7 @@ Result<Picture> readPicture(PictureService& pictures, std::string_view path) {
     const auto bytes = readFile(path, kMostPictureBytes);
     if (!bytes) return bytes.error();
     auto picture = pictures.decode(*bytes);
-    if (!picture) return Error{ErrorCode::InvalidInput, std::string(path) + ": " + picture.error().message};
+    if (!picture) return Error{ErrorCode::InvalidInput, withDetail(path, picture.error().message)};
     return picture;
 }
 

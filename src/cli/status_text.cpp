@@ -37,13 +37,15 @@ std::string presetText(const ControlState& state) {
 
 std::string nextChangeText(const ControlState::NextChange& change, WallTime now, const Calendar& calendar) {
     const std::string form =
+        // TRANSLATORS: the value is a time of day, or a date with one: "2026-11-24 07:00".
         change.turnsOn ? localized("status.next_on", "on at %@") : localized("status.next_off", "off at %@");
     return filled(form, {instantText(change.at, now, calendar)});
 }
 
+/// What is off has a gender and a number in many languages.
 std::string hoursText(const ControlState& state) {
     const auto& schedule = state.schedule;
-    if (!schedule.enabled) return onOrOff(false);
+    if (!schedule.enabled) return localized("status.schedule_off", "off");
     return schedule.mode == ScheduleMode::sunsetToSunrise ? localized("status.sun", "sun") : scheduleText(state);
 }
 
@@ -54,7 +56,7 @@ std::string displayText(const ControlledDisplay& display) {
 }
 
 std::string reminderText(const ControlState& state) {
-    if (!state.breaks.enabled) return onOrOff(false);
+    if (!state.breaks.enabled) return localized("status.breaks_off", "off");
     const auto minutes = static_cast<std::uint64_t>(std::max(state.breaks.intervalMinutes, 0));
     return filled(localizedCount("status.every", "every %lld minute", "every %lld minutes", minutes),
                   {std::to_string(minutes)});
@@ -91,8 +93,9 @@ std::string statusText(const ControlState& state, WallTime now, const Calendar& 
 
 std::string statusLine(const ControlState& state, WallTime now, const Calendar& calendar) {
     std::string line;
+    const std::string between = localized("status.between", "; ");
     for (const auto& row : rowsOf(state, now, calendar, Countdown::leftOut))
-        line += (line.empty() ? "" : "; ") + row[0] + " " + row[1];
+        line += (line.empty() ? "" : between) + row[0] + " " + row[1];
     return line;
 }
 

@@ -90,7 +90,7 @@ void OriginalGammaStore::takeOver(const std::filesystem::path& path) {
     auto tables = text ? decodeTables(*text) : Result<SavedTables>(text.error());
     if (!tables) {
         damaged_.insert(path);
-        const std::string fault = text ? path.string() + ": " + tables.error().message : text.error().message;
+        const std::string fault = text ? withDetail(path.string(), tables.error().message) : text.error().message;
         reportOnce("damaged-tables",
                    filled(localized("%@; it is kept as .bad, and displays without a color profile are given a "
                                     "neutral table"),

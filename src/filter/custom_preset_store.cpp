@@ -25,7 +25,7 @@ Result<std::vector<FilterPreset>> readPresets(const std::filesystem::path& file)
     const auto text = readFile(file, kMostBytes);
     if (!text) return text.error();
     auto presets = decodePresets(*text);
-    if (!presets) return Error{ErrorCode::InvalidInput, file.string() + ": " + presets.error().message};
+    if (!presets) return Error{ErrorCode::InvalidInput, withDetail(file.string(), presets.error().message)};
     return presets;
 }
 

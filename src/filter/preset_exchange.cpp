@@ -47,7 +47,7 @@ Result<std::vector<FilterPreset>> decodeOneOrMany(std::string_view text) {
 Result<void> checkForImport(const FilterPreset& preset, std::size_t index) {
     const auto refused = [&](const std::string& what) {
         return Error{ErrorCode::InvalidInput,
-                     filled(localized("preset %@"), {std::to_string(index + 1)}) + ": " + what};
+                     withDetail(filled(localized("preset %@"), {std::to_string(index + 1)}), what)};
     };
     if (preset.id.empty()) return refused(localized("\"id\" is empty"));
     if (findPreset(preset.id, {}))

@@ -17,7 +17,7 @@ namespace {
 using nlohmann::json;
 
 Error refused(const std::string& where, const std::string& what) {
-    return {ErrorCode::InvalidInput, where.empty() ? what : where + ": " + what};
+    return {ErrorCode::InvalidInput, where.empty() ? what : withDetail(where, what)};
 }
 
 /// What a field of this type has to be.

@@ -42,6 +42,7 @@ void report(const std::string& fault, const TextKey& withConsequence) {
 
 constexpr TextKey kUntilTheEnd = textKey("%@; settings last until Dravo ends");
 constexpr TextKey kIgnored = textKey("%@; it counts as unchanged, and the next write replaces it and keeps it as .bad");
+// TRANSLATORS: "it" is the preferences file.
 constexpr TextKey kUnwatched = textKey("%@; edits of it are noticed at the next start");
 
 }  // namespace

@@ -13,7 +13,7 @@ namespace dravo::pictures {
     if (width <= kLongestPictureSide && height <= kLongestPictureSide && width * height * 4 <= kMostPictureBytes) {
         return {};
     }
-    return Error{ErrorCode::InvalidInput, filled(localized("the picture is too large: %1$@ x %2$@ pixels"),
+    return Error{ErrorCode::InvalidInput, filled(localized("the picture is too large: %1$@ × %2$@ pixels"),
                                                  {std::to_string(width), std::to_string(height)})};
 }
 

@@ -160,6 +160,7 @@ double AdjustmentView::presetValue() const {
 }
 
 MelanopicIndicatorView::MelanopicIndicatorView(const PanelParts& parts) : View(parts) {
+    // TRANSLATORS: melanopsin is the key driver of photophobia, not the light and not its reduction.
     setToolTip(text("melanopic.help",
                     "Estimated reduction in melanopic light, the wavelengths around 490 nm that activate melanopsin, a "
                     "key driver of light sensitivity and circadian disruption. Higher means more is filtered out."));

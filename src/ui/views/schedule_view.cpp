@@ -39,7 +39,9 @@ ScheduleView::ScheduleView(const PanelParts& parts) : View(parts) {
 QWidget* ScheduleView::makeTimesRow() {
     auto* const widget = new QWidget(content_);
     auto* const row = new Row(widget);
+    // TRANSLATORS: "From" and "to" stand before two fields with times of day, in one row.
     start_ = new TimeField(text("From"), widget);
+    // TRANSLATORS: "From" and "to" stand before two fields with times of day, in one row.
     end_ = new TimeField(text("to"), widget);
     start_->onInput([this](int minutes) {
         parts_.preferences.setScheduleStartMinutes(minutes);

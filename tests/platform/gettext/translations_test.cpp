@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <regex>
 #include <set>
 #include <vector>
 
@@ -144,6 +145,30 @@ TEST(TranslationsTest, CountAsTheirHeadersDo) {
         const std::string rule = "nplurals=" + std::to_string(forms) + ";plural=" + withoutBlanks(expression) + ";";
         EXPECT_NE(header.find(rule), std::string::npos) << rule;
         for (std::uint64_t n = 0; n < 1000; ++n) ASSERT_EQ(language.pluralRule()(n), formFor(n)) << n;
+    }
+}
+
+TEST(TranslationsTest, AreNotTornOrTurnedWhereTheyAreDrawn) {
+    const struct {
+        AppLanguage language;
+        std::regex fault;
+        const char* reason;
+    } rows[] = {
+        {AppLanguage::french, std::regex(" [:;?!]|« | »"), "a space that may break, where U+00A0 belongs"},
+        {AppLanguage::arabic, std::regex("(^|[^-\\w\u200e\u2066 ]|[^\\w] )--?[\\w%]"),
+         "a sign that is drawn behind what it stands before, without U+200E or U+2066"},
+    };
+    const std::regex percent("(@|d|[0-9]) %($|[^@l0-9])");
+    for (const AppLanguage language : translated()) {
+        for (const Entry& entry : entriesOf(folderOf(language))) {
+            for (const std::string& form : entry.forms) {
+                EXPECT_FALSE(std::regex_search(form, percent))
+                    << language.code() << ": a space that may break: " << form;
+                for (const auto& row : rows)
+                    EXPECT_FALSE(row.language == language && std::regex_search(form, row.fault))
+                        << language.code() << ": " << row.reason << ": " << form;
+            }
+        }
     }
 }
 
