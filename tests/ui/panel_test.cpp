@@ -337,7 +337,7 @@ TEST(PanelTest, ScheduleTakesATimeOnlyOnceItsEditingHasEnded) {
     EXPECT_EQ(start->minutes(), 1320);
     world.preferences.setScheduleStartMinutes(1500);
     world.settle();
-    EXPECT_EQ(start->minutes(), 12 * 60) << "no time of day: the present one";
+    EXPECT_EQ(start->minutes(), 1439) << "held to the day, as the schedule takes it";
     world.preferences.setScheduleStartMinutes(1320);
     world.preferences.setScheduleEndMinutes(1320);
     world.settle();
