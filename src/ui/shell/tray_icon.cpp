@@ -81,7 +81,6 @@ void TrayIcon::askForNotifierHost() {
     if (icon_) return;
     ask(questionForWatcher(QStringLiteral("IsStatusNotifierHostRegistered")), [this](const QVariantList& answer) {
         if (propertyIn(answer).toBool()) {
-            isForNotifierHost_ = true;
             appear();
             registerOnceMoreLater();
         } else {
@@ -139,11 +138,14 @@ void TrayIcon::appear() {
     });
     icon_->setIcon(trayIconOf(symbol_));
     icon_->setToolTip(toolTip_);
-    fillMenu();
     icon_->setContextMenu(&menu_);
     icon_->show();
-    for (QWidget* const window : QApplication::topLevelWidgets())
-        if (window->inherits(kEmbeddedWindow)) window->installEventFilter(this);
+    for (QWidget* const window : QApplication::topLevelWidgets()) {
+        if (!window->inherits(kEmbeddedWindow)) continue;
+        isEmbedded_ = true;
+        window->installEventFilter(this);
+    }
+    fillMenu();
 }
 
 bool TrayIcon::eventFilter(QObject* watched, QEvent* event) {
@@ -204,12 +206,12 @@ void TrayIcon::fillMenu() {
         }
         QString title = QString::fromStdString(entry.title);
         // A host heeds no shortcut, but a letter of the title.
-        if (isForNotifierHost_ && entry.key != 0) {
+        if (!isEmbedded_ && entry.key != 0) {
             const auto place = title.indexOf(QLatin1Char(entry.key), 0, Qt::CaseInsensitive);
             if (place >= 0) title.insert(place, QLatin1Char('&'));
         }
         auto* const action = menu_.addAction(title);
-        if (!isForNotifierHost_ && entry.key != 0) action->setShortcut(Qt::CTRL | keyOf(entry));
+        if (isEmbedded_ && entry.key != 0) action->setShortcut(Qt::CTRL | keyOf(entry));
         // A menu that is rebuilt by what its entry does must not do so below it.
         connect(action, &QAction::triggered, this, [this, i] { scheduler_.post(entries_[i].action); });
     }

@@ -52,8 +52,8 @@ private:
 
     Scheduler& scheduler_;
     Timer lateRegistration_;
-    bool isKnownToHost_ = false;      ///< it has passed on a click or opened the menu
-    bool isForNotifierHost_ = false;  ///< it shows icon and menu itself
+    bool isKnownToHost_ = false;  ///< it has passed on a click or opened the menu
+    bool isEmbedded_ = false;     ///< icon and menu are windows of ours, not a host's
     TraySelection traySelection_;
     std::unique_ptr<QSystemTrayIcon> icon_;
     QMenu menu_;
