@@ -17,7 +17,7 @@ foreach(language ${languages})
   set(folder ${DRAVO_TRANSLATIONS}/${language}/LC_MESSAGES)
   file(MAKE_DIRECTORY ${folder})
   add_custom_command(OUTPUT ${folder}/dravo.mo
-    COMMAND ${DRAVO_MSGFMT} --check --output-file=${folder}/dravo.mo ${catalogue}
+    COMMAND ${DRAVO_MSGFMT} --check --endianness=little --output-file=${folder}/dravo.mo ${catalogue}
     DEPENDS ${catalogue} VERBATIM)
   list(APPEND translations ${folder}/dravo.mo)
   install(FILES ${folder}/dravo.mo DESTINATION share/locale/${language}/LC_MESSAGES)

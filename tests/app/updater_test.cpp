@@ -36,13 +36,10 @@ protected:
     int answers_ = 0;
 };
 
-TEST_F(UpdaterTest, AsksNobodyUntilItIsAsked) {
+TEST_F(UpdaterTest, AsksOnlyWhenAskedAndShowsANewerVersionUntilItIsDismissed) {
     scheduler_.advance(1h);
     EXPECT_TRUE(feed_.addresses.empty());
     EXPECT_TRUE(isIdle(updater_));
-}
-
-TEST_F(UpdaterTest, ShowsANewerVersionUntilItIsDismissed) {
     updater_.check([this](const Updater::Outcome&) { ++answers_; });
     EXPECT_TRUE(isChecking(updater_));
     scheduler_.advance(0s);

@@ -41,33 +41,16 @@ TEST(WebAddressTest, SeesTheHostThatEveryOtherReaderSees) {
 
 TEST(WebAddressTest, RefusesWhatReadersCouldDisagreeAbout) {
     const std::string tooLong = "https://dravo.example/" + std::string(2048, 'a');
+    // clang-format off
     const std::string_view rows[] = {
-        "",
-        "dravo.example",
-        "//dravo.example",
-        "ftp://dravo.example",
-        "file:///etc/passwd",
-        "javascript://dravo.example",
-        "https:/dravo.example",
-        "https://",
-        "https:///feed",
-        "https://localhost@evil.example/",
-        "http://localhost:80@evil.example/",
-        "http://127.0.0.1\\@evil.example/",
-        "https://dravo.example /",
-        "https://dravo.example/\n",
-        std::string_view("https://dravo.example/\0x", 24),
-        "https://dräv.example/",
-        "https://dravo%2eexample/",
-        "https://dravo.example:",
-        "https://dravo.example:0/",
-        "https://dravo.example:65536/",
-        "https://dravo.example:8o/",
-        "https://[::1/",
-        "https://[::1]x/",
-        "https://[fe80::1%25eth0]/",
-        tooLong,
-    };
+        "", "dravo.example", "//dravo.example", "ftp://dravo.example", "file:///etc/passwd",
+        "javascript://dravo.example", "https:/dravo.example", "https://", "https:///feed",
+        "https://localhost@evil.example/", "http://localhost:80@evil.example/", "http://127.0.0.1\\@evil.example/",
+        "https://dravo.example /", "https://dravo.example/\n", std::string_view("https://dravo.example/\0x", 24),
+        "https://dräv.example/", "https://dravo%2eexample/", "https://dravo.example:", "https://dravo.example:0/",
+        "https://dravo.example:65536/", "https://dravo.example:8o/", "https://[::1/", "https://[::1]x/",
+        "https://[fe80::1%25eth0]/", tooLong};
+    // clang-format on
     for (const auto row : rows) EXPECT_FALSE(parseWebAddress(row)) << row;
 }
 

@@ -7,7 +7,6 @@ namespace dravo::gettext {
 namespace {
 
 constexpr std::uint32_t kMagic = 0x950412de;
-constexpr std::uint32_t kSwappedMagic = 0xde120495;
 constexpr std::size_t kHeaderBytes = 28;
 constexpr std::size_t kRowBytes = 8;
 constexpr std::size_t kMostEntries = 100'000;
@@ -37,9 +36,7 @@ Result<Catalogue> Catalogue::parse(std::string bytes) {
 
 bool Catalogue::check() {
     if (bytes_.size() < kHeaderBytes) return false;
-    const std::uint32_t magic = numberAt(0);
-    isSwapped_ = magic == kSwappedMagic;
-    if (!isSwapped_ && magic != kMagic) return false;
+    if (numberAt(0) != kMagic) return false;
     entries_ = numberAt(8);
     originals_ = numberAt(12);
     translations_ = numberAt(16);
@@ -57,7 +54,7 @@ bool Catalogue::check() {
 std::uint32_t Catalogue::numberAt(std::size_t offset) const {
     std::uint32_t number = 0;
     for (std::size_t i = 0; i < 4; ++i) {
-        const auto byte = static_cast<unsigned char>(bytes_[offset + (isSwapped_ ? i : 3 - i)]);
+        const auto byte = static_cast<unsigned char>(bytes_[offset + 3 - i]);
         number = number << 8 | byte;
     }
     return number;

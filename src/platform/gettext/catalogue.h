@@ -19,7 +19,7 @@ public:
     /// One without texts.
     Catalogue() = default;
 
-    /// Checks every entry of the file's bytes, in either byte order.
+    /// Checks every entry of the file's bytes, which are in the order of little ends.
     /// Errors: `InvalidInput` (no such file, cut short, or damaged).
     [[nodiscard]] static Result<Catalogue> parse(std::string bytes);
 
@@ -34,7 +34,6 @@ private:
     [[nodiscard]] std::optional<std::string_view> find(std::string_view id) const;
 
     std::string bytes_;
-    bool isSwapped_ = false;
     std::size_t entries_ = 0;
     std::size_t originals_ = 0;  ///< Where the tables of lengths and offsets begin.
     std::size_t translations_ = 0;

@@ -11,8 +11,6 @@
 
 #include "app/app_language.h"
 #include "app/interface_locale.h"
-#include "platform/gettext/catalogue.h"
-#include "platform/gettext/catalogue_localizer.h"
 #include "support/temporary_folder.h"
 
 namespace dravo::gettext {
@@ -169,17 +167,6 @@ TEST(TranslationsTest, AreNotTornOrTurnedWhereTheyAreDrawn) {
                         << language.code() << ": " << row.reason << ": " << form;
             }
         }
-    }
-}
-
-TEST(TranslationsTest, AreFoundByTheProgramWhateverTheSystemsLocales) {
-    const std::pair<const char*, const char*> rows[] = {
-        {"de", "Abbrechen"}, {"zh_CN", "取消"}, {"en", "Cancel"}, {"xx", "Cancel"}};
-    for (const auto& [language, cancel] : rows) {
-        const CatalogueLocalizer texts(kFolder, [name = std::string(language)] {
-            return InterfaceLocale{name, "", ""};
-        });
-        EXPECT_EQ(texts.text("Cancel", "Cancel"), cancel) << language;
     }
 }
 
