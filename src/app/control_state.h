@@ -17,7 +17,8 @@ struct ControlledDisplay {
     DisplayId id{};
     std::string name;
     std::size_t tableSize = 0;
-    std::string problem;  ///< Why it cannot be filtered, in English, also the key of its translation; empty when it can.
+    std::string
+        problem;  ///< Why it cannot be filtered, in English, also the key of its translation; empty when it can.
     bool operator==(const ControlledDisplay&) const = default;
 };
 [[nodiscard]] ControlledDisplay controlled(const DisplayDescription& display);

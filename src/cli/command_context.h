@@ -73,9 +73,8 @@ public:
     /// Becomes the Dravo that filters and carries `first` out; returns when that ends.
     virtual ExitCode start(const ControlRequest& first) = 0;
 
-    /// The displays with what an earlier run saved of them, and the right to change both; what that run left gray is not
-    /// gray any more.
-    /// Errors: those of `displays`, and `Busy` (a Dravo has been started meanwhile).
+    /// The displays with what an earlier run saved of them, and the right to change both; what that run left gray is
+    /// not gray any more. Errors: those of `displays`, and `Busy` (a Dravo has been started meanwhile).
     virtual Result<RememberedDisplays*> displaysToRestore() = 0;
 
     /// Errors: `NotFound`, `Unsupported`: this installation cannot make pictures.

@@ -30,8 +30,9 @@ struct PanelWorld : FilterWorld {
                                            grayscaleSwitch, scheduler, calendar, [] { return Result<void>(); }, [] {},
                                            [] { return Result<void>(); }});
         parts.emplace(PanelParts{*state, preferences, customPresets, breakTimer, notifier, locationProvider, applicator,
-                                 grayscaleSwitch, displays, *control, shortcutManager, launchAtLogin, scheduler, calendar,
-                                 appearance, systemSettings, updater, [this] { ++relaunches; }, [this] { ++quits; }});
+                                 grayscaleSwitch, displays, *control, shortcutManager, launchAtLogin, scheduler,
+                                 calendar, appearance, systemSettings, updater, [this] { ++relaunches; },
+                                 [this] { ++quits; }});
         ui::setTheme(ui::Theme::of({}));
     }
 

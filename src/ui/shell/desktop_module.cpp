@@ -66,9 +66,8 @@ private:
             const double factor = QByteArray(variable.data() + kScale.size()).toDouble();
             return factor >= 0.25 && factor <= 8;
         }
-        for (const std::string_view ours :
-             {"QT_QPA_", "QT_STYLE_OVERRIDE=", "XDG_CURRENT_DESKTOP=", "QT_RELY_ON_NET_WORKAREA_ATOM=",
-              "DBUS_SESSION_BUS_ADDRESS="})
+        for (const std::string_view ours : {"QT_QPA_", "QT_STYLE_OVERRIDE=", "XDG_CURRENT_DESKTOP=",
+                                            "QT_RELY_ON_NET_WORKAREA_ATOM=", "DBUS_SESSION_BUS_ADDRESS="})
             if (variable.starts_with(ours)) return false;
         return true;
     }
