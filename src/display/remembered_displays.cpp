@@ -103,7 +103,9 @@ RememberedDisplays::Ramps RememberedDisplays::remainsOnIdleCrtcs() const {
     }
     const auto ids = DisplayIdentities(identities_).assign(identities);
     Ramps ramps;
-    for (const auto& [crtc, held] : topology.crtcs) {
+    for (const auto& table : topology.crtcs) {
+        const CrtcId crtc = table.crtc;
+        const RampLevels& held = table.levels;
         const bool isOn = std::ranges::any_of(displays_, [&](const Display& display) { return display.crtc == crtc; });
         if (isOn || !hasTable(held.size())) continue;
         std::vector<const GammaTable*> candidates;

@@ -276,6 +276,8 @@ struct Entry {
         return true;
     }
 };
+template <typename Request, typename Value>
+Entry(const char*, std::optional<Value> Request::*) -> Entry<Request, Value>;
 
 template <typename Request>
 constexpr std::tuple kEntries{};

@@ -84,26 +84,26 @@ private:
 class ToolkitComplaints {
 public:
     explicit ToolkitComplaints(std::function<void(const std::string&)> onFailure) {
-        said_.clear();
-        onFailure_ = std::move(onFailure);
+        saidSoFar.clear();
+        tellFailure = std::move(onFailure);
         qInstallMessageHandler(hear);
     }
     ~ToolkitComplaints() {
         qInstallMessageHandler(nullptr);
-        if (!said_.empty()) qWarning("%s", said_.c_str());
+        if (!saidSoFar.empty()) qWarning("%s", saidSoFar.c_str());
     }
     ToolkitComplaints(const ToolkitComplaints&) = delete;
     ToolkitComplaints& operator=(const ToolkitComplaints&) = delete;
 
 private:
     static void hear(QtMsgType type, const QMessageLogContext&, const QString& text) {
-        if (type != QtFatalMsg || said_.empty())
-            said_ += (said_.empty() ? "" : "; ") + text.section('\n', 0, 0).toStdString();
-        if (type == QtFatalMsg) onFailure_(said_);
+        if (type != QtFatalMsg || saidSoFar.empty())
+            saidSoFar += (saidSoFar.empty() ? "" : "; ") + text.section('\n', 0, 0).toStdString();
+        if (type == QtFatalMsg) tellFailure(saidSoFar);
     }
 
-    static inline std::string said_;
-    static inline std::function<void(const std::string&)> onFailure_;
+    static inline std::string saidSoFar;
+    static inline std::function<void(const std::string&)> tellFailure;
 };
 
 class Toolkit {
