@@ -188,7 +188,7 @@ Result<void> FilterRun::restore() {
 
 void FilterRun::giveBack() {
     if (filterState_) filterState_->saveNow();
-    grayscale_->set(false);
+    grayscale_->shutDown();
     // Unconfirmed, the saved tables stay: the next start gives the displays back.
     if (applicator_->shutDown() && !grayscale_->isOurs()) originalGamma_.clear();
     defaults_.flush();

@@ -3,10 +3,15 @@
 namespace dravo {
 
 void GrayscaleSwitch::set(bool enabled) {
-    if (settled_ == enabled) return;
+    if (hasEnded_ || settled_ == enabled) return;
     const Result<void> done = enabled ? switchOn() : switchOff();
     settled_.reset();
     if (done || done.error().code == ErrorCode::Unsupported) settled_ = enabled;
+}
+
+void GrayscaleSwitch::shutDown() {
+    set(false);
+    hasEnded_ = true;
 }
 
 bool GrayscaleSwitch::isUnsupported() const {

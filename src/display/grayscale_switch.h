@@ -25,6 +25,9 @@ public:
     /// without a grayscale mode is asked once.
     void set(bool enabled);
 
+    /// The end of a run: undoes what it switched on; every later request does nothing.
+    void shutDown();
+
     /// Whether this desktop has no such mode, asked anew: displays come and go.
     [[nodiscard]] bool isUnsupported() const;
     /// Whether the mode is on because of this.
@@ -39,6 +42,7 @@ private:
     GrayscaleService& service_;
     OriginalGammaStore& store_;
     bool isOurs_ = false;
+    bool hasEnded_ = false;
     std::optional<bool> settled_ = false;  ///< The last request that needs nothing more; none after a refusal.
 };
 

@@ -112,7 +112,6 @@ bool OriginalGammaStore::add(const std::map<DisplayId, GammaTable>& own) {
 }
 
 Result<void> OriginalGammaStore::write() {
-    ensureDirectory();
     const std::string text = encodeTables(saved_);
     Error reason{ErrorCode::NotFound, {}};
     for (const auto& path : paths()) {

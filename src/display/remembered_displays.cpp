@@ -231,7 +231,7 @@ void RememberedDisplays::show(const std::optional<GammaTable>& wish, Fade fade) 
     const bool wasFading = dropWish();
     hasBeenTold_ = true;
     wish_ = wish;
-    if (!wish_) askForProfiles();
+    if (!wish_ && !topologyIsFresh_) askForProfiles();
     if (fade == Fade::animated) {
         startFade();
     } else {

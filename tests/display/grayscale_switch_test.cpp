@@ -61,6 +61,14 @@ TEST_F(GrayscaleSwitchTest, SuccessorUndoesWhatItsPredecessorSwitchedOn) {
     EXPECT_FALSE(desktop.isGray);
 }
 
+TEST_F(GrayscaleSwitchTest, SwitchesNothingOnAfterTheEnd) {
+    grayscale.set(true);
+    grayscale.shutDown();
+    EXPECT_FALSE(desktop.isGray);
+    grayscale.set(true);
+    EXPECT_FALSE(desktop.isGray);
+}
+
 TEST_F(GrayscaleSwitchTest, SpendsNothingOnEqualRequests) {
     grayscale.set(false);
     EXPECT_EQ(desktop.calls, 0);
