@@ -14,19 +14,14 @@
 #include <memory>
 
 #include "app/keyboard_shortcut.h"
+#include "base/owned.h"
 
 namespace dravo::ui {
 
 namespace {
 
-struct NumberFormatCloser {
-    void operator()(UNumberFormat* format) const { unum_close(format); }
-};
-struct DateFormatCloser {
-    void operator()(UDateFormat* format) const { udat_close(format); }
-};
-using NumberFormat = std::unique_ptr<UNumberFormat, NumberFormatCloser>;
-using DateFormat = std::unique_ptr<UDateFormat, DateFormatCloser>;
+using NumberFormat = Owned<UNumberFormat, unum_close>;
+using DateFormat = Owned<UDateFormat, udat_close>;
 using Buffer = std::array<UChar, 128>;
 
 const QChar* toQt(const UChar* text) { return reinterpret_cast<const QChar*>(text); }

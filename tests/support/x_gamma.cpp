@@ -6,7 +6,7 @@
 #include <ostream>
 #include <stdexcept>
 
-#include "support/owned.h"
+#include "base/owned.h"
 
 namespace dravo::testing {
 
@@ -16,13 +16,13 @@ constexpr std::uint16_t kWidth = 1024;
 constexpr std::uint16_t kHeight = 768;
 
 template <typename T>
-Owned<T> need(T* reply, const char* what) {
+Freed<T> need(T* reply, const char* what) {
     if (!reply) throw std::runtime_error(std::string("the X server did not answer ") + what);
-    return Owned<T>(reply);
+    return Freed<T>(reply);
 }
 
 void check(xcb_connection_t* connection, xcb_void_cookie_t cookie, const char* what) {
-    const Owned<xcb_generic_error_t> error(xcb_request_check(connection, cookie));
+    const Freed<xcb_generic_error_t> error(xcb_request_check(connection, cookie));
     if (error) {
         throw std::runtime_error(std::string("the X server refused ") + what + ": " +
                                  std::to_string(error->error_code));
@@ -225,7 +225,7 @@ void XGamma::setEdid(const std::string& output, std::span<const std::uint8_t> ed
 std::vector<std::uint32_t> XGamma::matrix(const std::string& output) {
     const auto cookie = xcb_randr_get_output_property(connection_, find(output).id, atom("CTM"),
                                                       XCB_GET_PROPERTY_TYPE_ANY, 0, 18, 0, 0);
-    const Owned<xcb_randr_get_output_property_reply_t> reply(
+    const Freed<xcb_randr_get_output_property_reply_t> reply(
         xcb_randr_get_output_property_reply(connection_, cookie, nullptr));
     if (!reply || reply->format != 32) return {};
     const auto* words = reinterpret_cast<const std::uint32_t*>(xcb_randr_get_output_property_data(reply.get()));

@@ -5,21 +5,21 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "support/owned.h"
+#include "base/owned.h"
 
 namespace dravo::testing {
 
 namespace {
 
-Owned<xcb_get_property_reply_t> property(xcb_connection_t* connection, xcb_get_property_cookie_t cookie) {
-    return Owned<xcb_get_property_reply_t>(xcb_get_property_reply(connection, cookie, nullptr));
+Freed<xcb_get_property_reply_t> property(xcb_connection_t* connection, xcb_get_property_cookie_t cookie) {
+    return Freed<xcb_get_property_reply_t>(xcb_get_property_reply(connection, cookie, nullptr));
 }
 
 xcb_get_property_cookie_t askFor(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t name) {
     return xcb_get_property(connection, 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, 64);
 }
 
-std::string textOf(const Owned<xcb_get_property_reply_t>& reply) {
+std::string textOf(const Freed<xcb_get_property_reply_t>& reply) {
     if (!reply) return {};
     return {static_cast<const char*>(xcb_get_property_value(reply.get())),
             static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
@@ -67,12 +67,12 @@ std::vector<XWindows::Window> XWindows::of(const std::string& program) {
         }
         level.clear();
         for (const Asked& one : asked) {
-            const Owned<xcb_get_window_attributes_reply_t> attributes(
+            const Freed<xcb_get_window_attributes_reply_t> attributes(
                 xcb_get_window_attributes_reply(c, one.attributes, nullptr));
-            const Owned<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, one.geometry, nullptr));
+            const Freed<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, one.geometry, nullptr));
             const std::string classes = textOf(property(c, one.classes));
             const std::string title = textOf(property(c, one.title));
-            const Owned<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, one.tree, nullptr));
+            const Freed<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, one.tree, nullptr));
             if (!attributes || !geometry || !tree || attributes->map_state != XCB_MAP_STATE_VIEWABLE) continue;
             const Box box{one.window.parent.x + geometry->x + geometry->border_width,
                           one.window.parent.y + geometry->y + geometry->border_width, geometry->width,
@@ -89,13 +89,13 @@ std::vector<XWindows::Window> XWindows::of(const std::string& program) {
 
 std::string XWindows::focusedProgram() {
     auto* const c = connection_.get();
-    const Owned<xcb_get_input_focus_reply_t> focus(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    const Freed<xcb_get_input_focus_reply_t> focus(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
     if (!focus) throw std::runtime_error("the X server does not say who has the focus");
     // The focus may be on a child that has no class of its own.
     for (xcb_window_t window = focus->focus; window > XCB_INPUT_FOCUS_POINTER_ROOT && window != root_;) {
         const auto classes = textOf(property(c, askFor(c, window, XCB_ATOM_WM_CLASS)));
         if (!classes.empty()) return instanceOf(classes);
-        const Owned<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr));
+        const Freed<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr));
         window = tree ? tree->parent : root_;
     }
     return {};
@@ -106,7 +106,7 @@ std::vector<std::uint32_t> XWindows::picture(const Box& box) {
     const auto cookie = xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, root_, static_cast<std::int16_t>(box.x),
                                       static_cast<std::int16_t>(box.y), static_cast<std::uint16_t>(box.width),
                                       static_cast<std::uint16_t>(box.height), ~0U);
-    const Owned<xcb_get_image_reply_t> image(xcb_get_image_reply(c, cookie, nullptr));
+    const Freed<xcb_get_image_reply_t> image(xcb_get_image_reply(c, cookie, nullptr));
     if (!image) return {};
     const auto* const first = reinterpret_cast<const std::uint32_t*>(xcb_get_image_data(image.get()));
     return {first, first + xcb_get_image_data_length(image.get()) / 4};
@@ -120,7 +120,7 @@ bool XWindows::isBlank(const Box& box) {
 bool XWindows::areManaged() {
     auto* const c = connection_.get();
     constexpr std::string_view kName = "_NET_SUPPORTING_WM_CHECK";
-    const Owned<xcb_intern_atom_reply_t> atom(
+    const Freed<xcb_intern_atom_reply_t> atom(
         xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, kName.size(), kName.data()), nullptr));
     return atom && !textOf(property(c, askFor(c, root_, atom->atom))).empty();
 }

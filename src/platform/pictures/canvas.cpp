@@ -29,10 +29,7 @@ Canvas::Canvas(double width, double height, double scale)
     cairo_font_options_destroy(options);
 }
 
-void Canvas::use(const Ink& ink) {
-    const auto level = [&](unsigned shift) { return ((ink.rgb >> shift) & 0xff) / 255.0; };
-    cairo_set_source_rgba(context(), level(16), level(8), level(0), ink.alpha);
-}
+void Canvas::use(const Ink& ink) { cairo_set_source_rgba(context(), ink.red(), ink.green(), ink.blue(), ink.alpha); }
 
 void Canvas::roundedPath(const Box& box, double radius) {
     constexpr double kQuarter = kFullTurn / 4;
@@ -111,7 +108,7 @@ void Canvas::textRight(double x, double y, const std::string& text, double size,
 void Canvas::picture(const Picture& picture, const Box& box, double radius) {
     const int width = static_cast<int>(picture.width);
     const int height = static_cast<int>(picture.height);
-    const std::unique_ptr<cairo_surface_t, Deleter> source(
+    const Owned<cairo_surface_t, cairo_surface_destroy> source(
         cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height));
     unsigned char* const target = cairo_image_surface_get_data(source.get());
     if (!target) return;

@@ -2,9 +2,9 @@
 
 #include <cairo.h>
 
-#include <memory>
 #include <string>
 
+#include "base/owned.h"
 #include "base/result.h"
 #include "pictures/picture.h"
 
@@ -14,6 +14,11 @@ namespace dravo::pictures {
 struct Ink {
     unsigned rgb = 0;
     double alpha = 1;
+
+    // As the drawing library takes them, 0..1.
+    [[nodiscard]] double red() const { return (rgb >> 16 & 0xff) / 255.0; }
+    [[nodiscard]] double green() const { return (rgb >> 8 & 0xff) / 255.0; }
+    [[nodiscard]] double blue() const { return (rgb & 0xff) / 255.0; }
 };
 
 struct Box {
@@ -34,6 +39,8 @@ public:
     Canvas(double width, double height, double scale);
 
     [[nodiscard]] cairo_t* context() { return context_.get(); }
+    /// Draws with this from now on.
+    void use(const Ink& ink);
 
     void fill(const Box& box, const Ink& ink);
     void fillRounded(const Box& box, double radius, const Ink& ink);
@@ -54,19 +61,13 @@ public:
     [[nodiscard]] Result<Picture> picture();
 
 private:
-    struct Deleter {
-        void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-        void operator()(cairo_t* context) const { cairo_destroy(context); }
-    };
-
-    void use(const Ink& ink);
     void roundedPath(const Box& box, double radius);
     void useFont(double size, Weight weight);
     [[nodiscard]] double advance(const std::string& text);
     [[nodiscard]] std::string shortened(std::string text, double maxWidth);
 
-    std::unique_ptr<cairo_surface_t, Deleter> surface_;
-    std::unique_ptr<cairo_t, Deleter> context_;
+    Owned<cairo_surface_t, cairo_surface_destroy> surface_;
+    Owned<cairo_t, cairo_destroy> context_;
 };
 
 }  // namespace dravo::pictures

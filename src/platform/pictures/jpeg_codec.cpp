@@ -2,20 +2,17 @@
 
 #include <turbojpeg.h>
 
-#include <memory>
 #include <string>
 
 #include "base/localized.h"
+#include "base/owned.h"
 #include "platform/pictures/limits.h"
 
 namespace dravo::pictures {
 
 namespace {
 
-struct HandleDeleter {
-    void operator()(void* handle) const { static_cast<void>(tjDestroy(handle)); }
-};
-using Handle = std::unique_ptr<void, HandleDeleter>;
+using Handle = Owned<void, tjDestroy>;
 
 Error damaged(const Handle& handle) {
     return Error{ErrorCode::InvalidInput,

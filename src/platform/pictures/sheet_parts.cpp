@@ -4,7 +4,7 @@ namespace dravo::pictures {
 
 namespace {
 
-void drawCurve(Canvas& canvas, const Box& box, const std::vector<float>& channel, unsigned rgb) {
+void drawCurve(Canvas& canvas, const Box& box, const std::vector<float>& channel, const Ink& ink) {
     if (channel.size() < 2) return;
     cairo_t* const context = canvas.context();
     const double step = box.width / static_cast<double>(channel.size() - 1);
@@ -12,7 +12,7 @@ void drawCurve(Canvas& canvas, const Box& box, const std::vector<float>& channel
         cairo_line_to(context, box.x + static_cast<double>(i) * step,
                       box.y + box.height * (1 - static_cast<double>(channel[i])));
     }
-    cairo_set_source_rgb(context, ((rgb >> 16) & 0xff) / 255.0, ((rgb >> 8) & 0xff) / 255.0, (rgb & 0xff) / 255.0);
+    canvas.use(ink);
     cairo_set_line_width(context, 1.8);
     cairo_set_line_join(context, CAIRO_LINE_JOIN_ROUND);
     cairo_set_line_cap(context, CAIRO_LINE_CAP_ROUND);
@@ -37,9 +37,9 @@ void drawCurves(Canvas& canvas, const Box& box, const GammaTable& table) {
         canvas.fill({plot.x, plot.y + plot.height * quarter, plot.width, 0.6}, {0xffffff, 0.05});
         canvas.fill({plot.x + plot.width * quarter, plot.y, 0.6, plot.height}, {0xffffff, 0.05});
     }
-    drawCurve(canvas, plot, table.blue, 0x6f9be8);
-    drawCurve(canvas, plot, table.green, 0x74c08a);
-    drawCurve(canvas, plot, table.red, 0xe5746a);
+    drawCurve(canvas, plot, table.blue, {0x6f9be8});
+    drawCurve(canvas, plot, table.green, {0x74c08a});
+    drawCurve(canvas, plot, table.red, {0xe5746a});
 }
 
 }  // namespace dravo::pictures

@@ -12,15 +12,13 @@ namespace {
 
 struct Stop {
     double at;
-    unsigned rgb;
+    Ink ink;
 };
 
 void fillGradient(Canvas& canvas, const Box& box, double toX, double toY, std::initializer_list<Stop> stops) {
     cairo_pattern_t* const pattern = cairo_pattern_create_linear(box.x, box.y, toX, toY);
-    for (const Stop& stop : stops) {
-        cairo_pattern_add_color_stop_rgb(pattern, stop.at, ((stop.rgb >> 16) & 0xff) / 255.0,
-                                         ((stop.rgb >> 8) & 0xff) / 255.0, (stop.rgb & 0xff) / 255.0);
-    }
+    for (const auto& [at, ink] : stops)
+        cairo_pattern_add_color_stop_rgb(pattern, at, ink.red(), ink.green(), ink.blue());
     cairo_set_source(canvas.context(), pattern);
     cairo_rectangle(canvas.context(), box.x, box.y, box.width, box.height);
     cairo_fill(canvas.context());
@@ -70,7 +68,7 @@ void drawPaper(Canvas& canvas, const Box& box) {
     }
 }
 
-void drawHill(Canvas& canvas, const Box& box, double height, double phase, unsigned rgb) {
+void drawHill(Canvas& canvas, const Box& box, double height, double phase, const Ink& ink) {
     cairo_t* const context = canvas.context();
     cairo_move_to(context, box.x, box.y + box.height);
     for (double x = 0; x <= box.width; x += 2) {
@@ -79,7 +77,7 @@ void drawHill(Canvas& canvas, const Box& box, double height, double phase, unsig
     }
     cairo_line_to(context, box.x + box.width, box.y + box.height);
     cairo_close_path(context);
-    cairo_set_source_rgb(context, ((rgb >> 16) & 0xff) / 255.0, ((rgb >> 8) & 0xff) / 255.0, (rgb & 0xff) / 255.0);
+    canvas.use(ink);
     cairo_fill(context);
 }
 
@@ -94,9 +92,9 @@ void drawLandscape(Canvas& canvas, const Box& box) {
     const double sunY = box.y + box.height * 0.55;
     for (const double radius : {58.0, 46.0, 36.0}) canvas.fillCircle(sunX, sunY, radius, {0xfff6cf, 0.25});
     canvas.fillCircle(sunX, sunY, 27, {0xfffdf2});
-    drawHill(canvas, box, 74, 0.4, 0x7fa6a3);
-    drawHill(canvas, box, 50, 2.1, 0x4d8a66);
-    drawHill(canvas, box, 26, 4.0, 0x2c5a3a);
+    drawHill(canvas, box, 74, 0.4, {0x7fa6a3});
+    drawHill(canvas, box, 50, 2.1, {0x4d8a66});
+    drawHill(canvas, box, 26, 4.0, {0x2c5a3a});
     cairo_restore(canvas.context());
 }
 

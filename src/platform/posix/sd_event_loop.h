@@ -6,6 +6,7 @@
 
 #include "base/descriptor_watch.h"
 #include "base/guest_loop.h"
+#include "base/owned.h"
 #include "base/scheduler.h"
 #include "base/timer_queue.h"
 #include "platform/systemd/systemd.h"
@@ -48,13 +49,7 @@ public:
     [[nodiscard]] std::optional<int> exitCode() override;
 
 private:
-    struct EventDeleter {
-        void operator()(sd_event* event) const { sd_event_unref(event); }
-    };
-    struct SourceDeleter {
-        void operator()(sd_event_source* source) const { sd_event_source_disable_unref(source); }
-    };
-    using Source = std::unique_ptr<sd_event_source, SourceDeleter>;
+    using Source = Owned<sd_event_source, sd_event_source_disable_unref>;
 
     struct Watch;
 
@@ -65,7 +60,7 @@ private:
 
     TimerQueue queue_;
     std::vector<std::weak_ptr<Watch>> waiting_;  ///< asked for before there is a loop
-    std::unique_ptr<sd_event, EventDeleter> event_;
+    Owned<sd_event, sd_event_unref> event_;
     Source timerSource_;
     Source readySource_;
     SteadyTime armedFor_ = SteadyTime::max();

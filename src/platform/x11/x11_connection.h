@@ -4,25 +4,19 @@
 #include <xcb/xcb.h>
 
 #include <cstdlib>
-#include <memory>
 #include <string>
+#include <type_traits>
 
+#include "base/owned.h"
 #include "base/result.h"
 
 namespace dravo::x11 {
 
-struct FreeDeleter {
-    void operator()(void* memory) const { std::free(memory); }
-};
-
-/// A reply or error of the server, freed with the handle; null when the connection broke or the request failed.
+/// A reply or error of the server; null when the connection broke or the request failed.
 template <typename T>
-using Reply = std::unique_ptr<T, FreeDeleter>;
+using Reply = Freed<T>;
 
-struct ConnectionDeleter {
-    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-};
-using ConnectionHandle = std::unique_ptr<xcb_connection_t, ConnectionDeleter>;
+using ConnectionHandle = Owned<xcb_connection_t, xcb_disconnect>;
 
 /// A connection to the X server and its first screen's root window.
 ///
