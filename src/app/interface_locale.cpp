@@ -4,6 +4,8 @@
 #include <array>
 #include <string_view>
 
+#include "base/split.h"
+
 namespace dravo {
 
 namespace {
@@ -32,10 +34,7 @@ AppLanguage systemLanguage(const Environment& environment) {
     const std::string_view locale = localeFor("LC_MESSAGES", environment);
     // Who asks for no locale gets no translation, whatever the list of languages says.
     if (locale.empty()) return AppLanguage::english;
-    std::string_view list = valueOf(environment, "LANGUAGE");
-    while (!list.empty()) {
-        const std::string_view entry = list.substr(0, list.find(':'));
-        list.remove_prefix(std::min(entry.size() + 1, list.size()));
+    for (const auto entry : splitAt(':', valueOf(environment, "LANGUAGE"))) {
         const auto language = AppLanguage::matching(entry.substr(0, entry.find_first_of(".@")));
         if (language != AppLanguage::system) return language;
     }

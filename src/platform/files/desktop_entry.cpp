@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "base/split.h"
+
 namespace dravo::files {
 
 namespace {
@@ -40,11 +42,8 @@ DesktopEntry::DesktopEntry() : lines_{std::string(kMainGroup)}, groupBegin_(1) {
 std::optional<DesktopEntry> DesktopEntry::parse(std::string_view text) {
     DesktopEntry entry;
     entry.lines_.clear();
-    while (!text.empty()) {
-        const auto end = text.find('\n');
-        entry.lines_.emplace_back(text.substr(0, end));
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    }
+    for (const auto line : splitAt('\n', text)) entry.lines_.emplace_back(line);
+    if (entry.lines_.back().empty()) entry.lines_.pop_back();  // behind the last newline
     const auto group =
         std::ranges::find_if(entry.lines_, [](const std::string& line) { return trimmed(line) == kMainGroup; });
     if (group == entry.lines_.end()) return std::nullopt;
@@ -84,15 +83,9 @@ std::optional<bool> DesktopEntry::flag(std::string_view key) const {
 std::optional<std::vector<std::string>> DesktopEntry::list(std::string_view key) const {
     const auto text = value(key);
     if (!text) return std::nullopt;
-    std::vector<std::string> parts{""};
-    for (const char letter : *text) {
-        if (letter == ';') {
-            parts.emplace_back();
-        } else {
-            parts.back() += letter;
-        }
-    }
-    std::erase(parts, "");
+    std::vector<std::string> parts;
+    for (const auto part : splitAt(';', *text))
+        if (!part.empty()) parts.emplace_back(part);
     return parts;
 }
 

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "base/split.h"
+
 namespace dravo::files {
 
 std::string_view variable(const char* name, std::string_view unset) {
@@ -13,13 +15,9 @@ std::string_view variable(const char* name, std::string_view unset) {
 }
 
 std::vector<std::string> listVariable(const char* name, std::string_view unset) {
-    std::string_view text = variable(name, unset);
     std::vector<std::string> pieces;
-    while (!text.empty()) {
-        const auto end = text.find(':');
-        if (end != 0) pieces.emplace_back(text.substr(0, end));
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    }
+    for (const auto piece : splitAt(':', variable(name, unset)))
+        if (!piece.empty()) pieces.emplace_back(piece);
     return pieces;
 }
 

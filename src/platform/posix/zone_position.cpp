@@ -9,6 +9,7 @@
 
 #include "base/files.h"
 #include "base/localized.h"
+#include "base/split.h"
 #include "platform/posix/system_calendar.h"
 
 namespace dravo::posix {
@@ -17,16 +18,6 @@ namespace {
 
 constexpr std::size_t kLargestTable = 1 << 20;
 constexpr std::size_t kLongestName = 4096;
-
-std::vector<std::string_view> splitAt(std::string_view text, char separator) {
-    std::vector<std::string_view> parts;
-    while (true) {
-        const auto end = text.find(separator);
-        parts.push_back(text.substr(0, end));
-        if (end == std::string_view::npos) return parts;
-        text.remove_prefix(end + 1);
-    }
-}
 
 // Sign, degrees of `degreeDigits` digits, minutes, and seconds if two digits more.
 std::optional<double> parseAngle(std::string_view text, std::size_t degreeDigits) {
@@ -57,9 +48,9 @@ std::string nameUnder(const std::filesystem::path& database, const std::filesyst
 std::optional<Position> findIn(const std::filesystem::path& table, std::string_view zone) {
     const auto text = readFile(table, kLargestTable);
     if (!text) return std::nullopt;
-    for (const auto line : splitAt(*text, '\n')) {
+    for (const auto line : splitAt('\n', *text)) {
         if (line.starts_with('#')) continue;
-        const auto columns = splitAt(line, '\t');
+        const auto columns = splitAt('\t', line);
         if (columns.size() < 3 || columns[2] != zone) continue;
         if (const auto position = parseZoneCoordinates(columns[1])) return *position;
     }
