@@ -15,11 +15,8 @@ namespace dravo::dbus {
 namespace {
 
 constexpr std::chrono::seconds kNameTimeout{10};
-
-struct SlotDeleter {
-    void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
-};
-using Slot = std::unique_ptr<sd_bus_slot, SlotDeleter>;
+constexpr const char* kBus = "org.freedesktop.DBus";
+constexpr const char* kBusPath = "/org/freedesktop/DBus";
 
 /// A callback and the slot that leads to it; shared, because the callback may end its own subscription.
 struct Handler {
@@ -99,6 +96,11 @@ bool readDictionary(sd_bus_message* message,
     return sd_bus_message_exit_container(message) >= 0;
 }
 
+std::string ruleFor(const std::string& service, const std::string& path, const std::string& interface,
+                    const std::string& member) {
+    return "sender='" + service + "',path='" + path + "',interface='" + interface + "',member='" + member + "'";
+}
+
 Bus::Bus(SystemdLoop& loop, Scheduler& scheduler, Kind kind) : loop_(loop), scheduler_(scheduler), kind_(kind) {}
 
 bool Bus::open() {
@@ -111,17 +113,10 @@ bool Bus::open() {
         bus_.reset();
         return false;
     }
-    disconnected_ = onSignal(
-        "path='/org/freedesktop/DBus/Local',interface='org.freedesktop.DBus.Local',"
-        "member='Disconnected'",
-        [this](sd_bus_message*) { lost_.deliver(); });
+    constexpr const char* kLocal = "org.freedesktop.DBus.Local";
+    disconnected_ = onSignal(ruleFor(kLocal, "/org/freedesktop/DBus/Local", kLocal, "Disconnected"),
+                             [this](sd_bus_message*) { lost_.deliver(); });
     return true;
-}
-
-Message Bus::newCall(const char* service, const char* path, const char* interface, const char* member) {
-    sd_bus_message* message = nullptr;
-    sd_bus_message_new_method_call(bus_.get(), &message, service, path, interface, member);
-    return Message(message);
 }
 
 Subscription Bus::call(Message message, std::chrono::milliseconds timeout,
@@ -171,22 +166,19 @@ Subscription Bus::watchName(const std::string& name, const std::function<void(bo
         Subscription asked;
     };
     auto watch = std::make_shared<Watch>();
-    watch->changed = onSignal(
-        "sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
-        "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='" +
-            name + "'",
-        [callback](sd_bus_message* signal) {
-            const char* owner = nullptr;
-            if (sd_bus_message_read(signal, "sss", nullptr, nullptr, &owner) >= 0) callback(*owner != '\0');
-        });
+    watch->changed = onSignal(ruleFor(kBus, kBusPath, kBus, "NameOwnerChanged") + ",arg0='" + name + "'",
+                              [callback](sd_bus_message* signal) {
+                                  const char* owner = nullptr;
+                                  if (sd_bus_message_read(signal, "sss", nullptr, nullptr, &owner) >= 0)
+                                      callback(*owner != '\0');
+                              });
     watch->lost = onLost([callback] { callback(false); });
-    auto question = newCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner");
-    if (question) sd_bus_message_append(question.get(), "s", name.c_str());
-    watch->asked = call(std::move(question), kNameTimeout, [callback](const Answer& answer) {
-        int isOwned = 0;
-        if (answer) sd_bus_message_read(*answer, "b", &isOwned);
-        callback(isOwned != 0);
-    });
+    watch->asked = call(newCall(kBus, kBusPath, kBus, "NameHasOwner", "s", name.c_str()), kNameTimeout,
+                        [callback](const Answer& answer) {
+                            int isOwned = 0;
+                            if (answer) sd_bus_message_read(*answer, "b", &isOwned);
+                            callback(isOwned != 0);
+                        });
     return Subscription([watch] { *watch = {}; });
 }
 

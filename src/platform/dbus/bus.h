@@ -2,10 +2,10 @@
 
 #include <chrono>
 #include <functional>
-#include <memory>
 #include <string>
 
 #include "base/observable.h"
+#include "base/owned.h"
 #include "base/result.h"
 #include "base/scheduler.h"
 #include "base/subscription.h"
@@ -13,14 +13,9 @@
 
 namespace dravo::dbus {
 
-struct BusDeleter {
-    void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
-};
-struct MessageDeleter {
-    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
-};
-using BusHandle = std::unique_ptr<sd_bus, BusDeleter>;
-using Message = std::unique_ptr<sd_bus_message, MessageDeleter>;
+using BusHandle = Owned<sd_bus, sd_bus_close_unref>;
+using Message = Owned<sd_bus_message, sd_bus_message_unref>;
+using Slot = Owned<sd_bus_slot, sd_bus_slot_unref>;
 
 /// The error that an answer carries, by what the caller does about it: `NotFound` (nobody offers it, and nothing can
 /// be started that does), `PermissionDenied`, `Busy` (no answer in time), `Disconnected` (it went away meanwhile),
@@ -34,6 +29,10 @@ using Message = std::unique_ptr<sd_bus_message, MessageDeleter>;
 /// contents' signature, and may leave it unread. False when the message holds something else.
 bool readDictionary(sd_bus_message* message,
                     const std::function<void(const char* key, const char* signature, sd_bus_message*)>& onEntry);
+
+/// The match rule for a signal of one object of a service.
+[[nodiscard]] std::string ruleFor(const std::string& service, const std::string& path, const std::string& interface,
+                                  const std::string& member);
 
 /// A connection to a message bus, driven by the loop: nothing waits, and every callback comes from the loop.
 ///
@@ -54,10 +53,19 @@ public:
     /// For what has no function here. Null before `open` and without a bus.
     [[nodiscard]] sd_bus* handle() const { return bus_.get(); }
 
-    /// A method call to fill with arguments. REQUIRES: `open` was true.
-    [[nodiscard]] Message newCall(const char* service, const char* path, const char* interface, const char* member);
+    /// A method call, with arguments as the bus library takes them. Null without a
+    /// bus, and for a text that is not UTF-8.
+    template <typename... Arguments>
+    [[nodiscard]] Message newCall(const char* service, const char* path, const char* interface, const char* member,
+                                  const char* types = "", Arguments... arguments) {
+        sd_bus_message* message = nullptr;
+        if (bus_) sd_bus_message_new_method_call(bus_.get(), &message, service, path, interface, member);
+        Message call(message);
+        if (call && *types && sd_bus_message_append(message, types, arguments...) < 0) call.reset();
+        return call;
+    }
 
-    /// Sends the call; the subscription drops its answer.
+    /// Sends the call; the subscription drops its answer. Without a bus that is `Disconnected`, from the loop as any.
     [[nodiscard]] Subscription call(Message message, std::chrono::milliseconds timeout,
                                     const std::function<void(const Answer&)>& onAnswer);
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <memory>
 #include <vector>
 
 #include "app/control.h"
@@ -22,11 +21,6 @@ public:
     void serve(ControlTarget& target) override;
 
 private:
-    struct SlotDeleter {
-        void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
-    };
-    using Slot = std::unique_ptr<sd_bus_slot, SlotDeleter>;
-
     static int onCall(sd_bus_message* call, void* self, sd_bus_error* error);
     static int onGet(sd_bus* bus, const char* path, const char* interface, const char* name, sd_bus_message* reply,
                      void* self, sd_bus_error* error);

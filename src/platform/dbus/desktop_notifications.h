@@ -29,7 +29,7 @@ public:
     void post(const Notification& notification) override;
 
 private:
-    /// Calls a method without arguments. An absent bus answers like an absent server, from the loop.
+    /// Calls a method without arguments.
     void ask(const char* member, std::function<void(const Bus::Answer&)> onAnswer);
     void askGnome(std::function<void(NotificationPermission)> answer);
     void notify(const Notification& notification, bool readsMarkup);
@@ -38,7 +38,6 @@ private:
     Scheduler& scheduler_;
     DescriptorWatch& watch_;
     std::map<int, Subscription> pending_;  ///< Calls whose answers are awaited, by number.
-    std::map<int, Timer> refusals_;
     int lastNumber_ = 0;
 };
 

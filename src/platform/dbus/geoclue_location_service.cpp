@@ -75,23 +75,16 @@ void GeoclueLocationService::begin() {
 
 void GeoclueLocationService::prepareClient(const char* path) {
     client_ = path;
-    updates_ = bus_.onSignal(std::string("sender='") + kService + "',path='" + client_ + "',interface='" + kClient +
-                                 "',member='LocationUpdated'",
-                             [this](sd_bus_message* signal) {
-                                 const char* location = nullptr;
-                                 if (sd_bus_message_read(signal, "oo", nullptr, &location) < 0) return;
-                                 newest_ = location;
-                                 if (hasStarted_) readLocation(newest_);
-                             });
+    updates_ = bus_.onSignal(ruleFor(kService, client_, kClient, "LocationUpdated"), [this](sd_bus_message* signal) {
+        const char* location = nullptr;
+        if (sd_bus_message_read(signal, "oo", nullptr, &location) < 0) return;
+        newest_ = location;
+        if (hasStarted_) readLocation(newest_);
+    });
     // Settings and start are carried out in the order in which they are sent.
-    if (auto set = bus_.newCall(kService, path, kProperties, "Set")) {
-        sd_bus_message_append(set.get(), "ssv", kClient, "DesktopId", "s", desktopId_.c_str());
-        bus_.send(std::move(set));
-    }
-    if (auto set = bus_.newCall(kService, path, kProperties, "Set")) {
-        sd_bus_message_append(set.get(), "ssv", kClient, "RequestedAccuracyLevel", "u", kCityAccuracy);
-        bus_.send(std::move(set));
-    }
+    bus_.send(bus_.newCall(kService, path, kProperties, "Set", "ssv", kClient, "DesktopId", "s", desktopId_.c_str()));
+    bus_.send(
+        bus_.newCall(kService, path, kProperties, "Set", "ssv", kClient, "RequestedAccuracyLevel", "u", kCityAccuracy));
     answer_ = bus_.call(bus_.newCall(kService, path, kClient, "Start"), kAnswerTimeout,
                         [this](const Bus::Answer& answer) { started(answer); });
 }
@@ -107,9 +100,8 @@ void GeoclueLocationService::started(const Bus::Answer& answer) {
 }
 
 void GeoclueLocationService::readLocation(const std::string& path) {
-    auto question = bus_.newCall(kService, path.c_str(), kProperties, "GetAll");
-    if (question) sd_bus_message_append(question.get(), "s", kLocation);
-    answer_ = bus_.call(std::move(question), kAnswerTimeout, [this](const Bus::Answer& read) { locationRead(read); });
+    answer_ = bus_.call(bus_.newCall(kService, path.c_str(), kProperties, "GetAll", "s", kLocation), kAnswerTimeout,
+                        [this](const Bus::Answer& read) { locationRead(read); });
 }
 
 void GeoclueLocationService::locationRead(const Bus::Answer& answer) {
@@ -147,10 +139,7 @@ void GeoclueLocationService::end() {
     updates_.reset();
     if (!client_.empty()) {
         bus_.send(bus_.newCall(kService, client_.c_str(), kClient, "Stop"));
-        if (auto drop = bus_.newCall(kService, kManagerPath, kManager, "DeleteClient")) {
-            sd_bus_message_append(drop.get(), "o", client_.c_str());
-            bus_.send(std::move(drop));
-        }
+        bus_.send(bus_.newCall(kService, kManagerPath, kManager, "DeleteClient", "o", client_.c_str()));
     }
     client_.clear();
     newest_.clear();

@@ -33,15 +33,12 @@ Subscription LogindWakeSource::onWake(std::function<void()> callback) {
 void LogindWakeSource::connect() {
     watchClock();
     if (!bus_.open()) return;
-    sleepSubscription_ = bus_.onSignal(std::string("sender='") + kService + "',path='" + kManagerPath +
-                                           "',interface='" + kManager + "',member='PrepareForSleep'",
-                                       [this](sd_bus_message* signal) {
-                                           int begins = 1;
-                                           if (sd_bus_message_read(signal, "b", &begins) >= 0 && !begins)
-                                               wakes_.deliver();
-                                       });
-    auto question = bus_.newCall(kService, kManagerPath, kManager, "GetSession");
-    if (question) sd_bus_message_append(question.get(), "s", kOwnSession);
+    sleepSubscription_ =
+        bus_.onSignal(ruleFor(kService, kManagerPath, kManager, "PrepareForSleep"), [this](sd_bus_message* signal) {
+            int begins = 1;
+            if (sd_bus_message_read(signal, "b", &begins) >= 0 && !begins) wakes_.deliver();
+        });
+    auto question = bus_.newCall(kService, kManagerPath, kManager, "GetSession", "s", kOwnSession);
     sessionAnswer_ = bus_.call(std::move(question), kTimeout, [this](const Bus::Answer& answer) {
         const char* path = nullptr;
         if (answer && sd_bus_message_read(*answer, "o", &path) >= 0) watchSession(path);
@@ -50,9 +47,8 @@ void LogindWakeSource::connect() {
 
 void LogindWakeSource::watchSession(const char* path) {
     sessionSubscription_ =
-        bus_.onSignal(std::string("sender='") + kService + "',path='" + path +
-                          "',interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',"
-                          "arg0='org.freedesktop.login1.Session'",
+        bus_.onSignal(ruleFor(kService, path, "org.freedesktop.DBus.Properties", "PropertiesChanged") +
+                          ",arg0='org.freedesktop.login1.Session'",
                       [this](sd_bus_message* signal) {
                           if (sd_bus_message_skip(signal, "s") < 0) return;
                           int isActive = 0;

@@ -50,20 +50,18 @@ Subscription PortalAppearance::onChange(std::function<void()> callback) {
 
 void PortalAppearance::connect() {
     if (!bus_.open()) return;
-    changed_ = bus_.onSignal(std::string("sender='") + kService + "',path='" + kPath + "',interface='" + kSettings +
-                                 "',member='SettingChanged'",
-                             [this](sd_bus_message* signal) {
-                                 const char* name = nullptr;
-                                 const char* key = nullptr;
-                                 const char* contents = nullptr;
-                                 if (sd_bus_message_read(signal, "ss", &name, &key) <= 0 ||
-                                     sd_bus_message_peek_type(signal, nullptr, &contents) <= 0 ||
-                                     sd_bus_message_enter_container(signal, 'v', contents) <= 0)
-                                     return;
-                                 auto told = told_;
-                                 readSetting(told, name, key, contents, signal);
-                                 take(told);
-                             });
+    changed_ = bus_.onSignal(ruleFor(kService, kPath, kSettings, "SettingChanged"), [this](sd_bus_message* signal) {
+        const char* name = nullptr;
+        const char* key = nullptr;
+        const char* contents = nullptr;
+        if (sd_bus_message_read(signal, "ss", &name, &key) <= 0 ||
+            sd_bus_message_peek_type(signal, nullptr, &contents) <= 0 ||
+            sd_bus_message_enter_container(signal, 'v', contents) <= 0)
+            return;
+        auto told = told_;
+        readSetting(told, name, key, contents, signal);
+        take(told);
+    });
     name_ = bus_.watchName(kService, [this](bool isOwned) { nameChanged(isOwned); });
 }
 
@@ -73,8 +71,7 @@ void PortalAppearance::nameChanged(bool isOwned) {
 }
 
 void PortalAppearance::readAll() {
-    auto question = bus_.newCall(kService, kPath, kSettings, "ReadAll");
-    if (question) sd_bus_message_append(question.get(), "as", 2, kAppearance, kGnomeInterface);
+    auto question = bus_.newCall(kService, kPath, kSettings, "ReadAll", "as", 2, kAppearance, kGnomeInterface);
     answer_ = bus_.call(std::move(question), kTimeout, [this](const Bus::Answer& answer) {
         if (!answer || sd_bus_message_enter_container(*answer, 'a', "{sa{sv}}") <= 0) return;
         Told told;
