@@ -48,7 +48,7 @@ Result<std::unique_ptr<GammaLook>> GammaLook::open(const std::string& display) {
     return std::unique_ptr<GammaLook>(new GammaLook(std::move(*connection), *clock));
 }
 
-void GammaLook::ask(const std::vector<xcb_randr_crtc_t>& crtcs) {
+void GammaLook::ask(std::span<const CrtcId> crtcs) {
     xcb_sync_waitcondition_t condition = {};
     condition.trigger.counter = serverClock_;
     condition.trigger.wait_type = XCB_SYNC_VALUETYPE_RELATIVE;
@@ -57,7 +57,7 @@ void GammaLook::ask(const std::vector<xcb_randr_crtc_t>& crtcs) {
     condition.event_threshold.hi = INT32_MAX;  // no event, only the wait
     xcb_sync_await(connection_.get(), 1, &condition);
     for (const auto crtc : crtcs)
-        questions_.push_back({crtc, xcb_randr_get_crtc_gamma(connection_.get(), crtc).sequence});
+        questions_.push_back({crtc, xcb_randr_get_crtc_gamma(connection_.get(), native(crtc)).sequence});
     xcb_flush(connection_.get());
 }
 

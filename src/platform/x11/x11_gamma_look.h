@@ -23,15 +23,14 @@ public:
 
     /// Asks for the ramps of `crtcs`, to be read by the server a little before the next tick.
     /// REQUIRES: nothing is pending.
-    void ask(const std::vector<xcb_randr_crtc_t>& crtcs);
+    void ask(std::span<const CrtcId> crtcs);
 
     [[nodiscard]] bool isPending() const { return !questions_.empty(); }
 
-    using Answers = std::map<xcb_randr_crtc_t, RampLevels>;
+    using Answers = std::map<CrtcId, RampLevels>;
 
     /// What the displays held, once every answer is there; nothing before that, without waiting. Empty if nothing was
-    /// asked. A CRTC that is gone
-    /// or has no table is left out. A broken connection answers with an empty map.
+    /// asked. A CRTC that is gone or has no table is left out. A broken connection answers with an empty map.
     [[nodiscard]] std::optional<Answers> collect();
 
 private:
@@ -39,7 +38,7 @@ private:
         : connection_(std::move(connection)), serverClock_(serverClock) {}
 
     struct Question {
-        xcb_randr_crtc_t crtc;
+        CrtcId crtc;
         unsigned int sequence;
     };
 

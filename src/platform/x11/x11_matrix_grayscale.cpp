@@ -42,10 +42,8 @@ MatrixGrayscale::MatrixGrayscale(const Connection& connection, const ServerFacts
       isGuarded_(std::move(isGuarded)),
       onOutputsChange_(std::move(onOutputsChange)) {}
 
-void MatrixGrayscale::outputsAre(const std::vector<Output>& outputs) {
-    outputs_.clear();
-    for (const auto& output : outputs)
-        if (output.supportsMatrix) outputs_.push_back(output.id);
+void MatrixGrayscale::outputsAre(std::vector<xcb_randr_output_t> outputs) {
+    outputs_ = std::move(outputs);
     if (!grayOutputs_.empty() && grayOutputs_ != outputs_) static_cast<void>(setEnabled(true));
 }
 

@@ -20,8 +20,8 @@ public:
     MatrixGrayscale(const Connection& connection, const ServerFacts& facts, std::function<bool()> isGuarded,
                     std::function<void()> onOutputsChange);
 
-    /// Tells which outputs there are; one that came while everything is gray becomes gray too.
-    void outputsAre(const std::vector<Output>& outputs);
+    /// Tells which outputs have a matrix; one that came while everything is gray becomes gray too.
+    void outputsAre(std::vector<xcb_randr_output_t> outputs);
 
     /// Where our matrix is set.
     [[nodiscard]] const std::vector<xcb_randr_output_t>& grayOutputs() const { return grayOutputs_; }

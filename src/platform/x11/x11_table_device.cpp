@@ -1,11 +1,9 @@
 #include "platform/x11/x11_table_device.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 #include "base/localized.h"
-#include "display/icc_profile.h"
 
 namespace dravo::x11 {
 
@@ -13,9 +11,6 @@ namespace {
 
 /// From a look's question to its use, at most: one period and a little for the timer.
 constexpr std::chrono::milliseconds kLookIsFresh{992};
-
-xcb_randr_crtc_t native(CrtcId crtc) { return static_cast<xcb_randr_crtc_t>(crtc); }
-CrtcId crtcId(xcb_randr_crtc_t crtc) { return static_cast<CrtcId>(crtc); }
 
 Result<void> outcomeOf(xcb_connection_t* connection, xcb_void_cookie_t cookie) {
     const Reply<xcb_generic_error_t> error(xcb_request_check(connection, cookie));
@@ -81,26 +76,13 @@ void X11TableDevice::listen(DescriptorWatch& watch, Scheduler& scheduler) {
 Result<void> X11TableDevice::refresh() {
     auto topology = queryTopology(connection_, facts_);
     if (!topology) return topology.error();
-    grayscale_.outputsAre(topology->outputs);
-    topology_ = {};
-    for (const auto& output : topology->outputs) {
-        auto& row = topology_.outputs.emplace_back();
-        row.connector = output.name;
-        row.edid = output.edid;
-        for (const auto crtc : output.crtcs) row.possibleCrtcs.push_back(crtcId(crtc));
-        if (output.crtc == XCB_NONE) continue;
-        row.crtc = crtcId(output.crtc);
-        const auto crtc = std::ranges::find(topology->crtcs, output.crtc, &Crtc::id);
-        if (crtc != topology->crtcs.end()) row.calibration = calibrationOfProfile(profileOf(*topology, *crtc));
-    }
-    for (auto& crtc : topology->crtcs) topology_.crtcs.push_back({crtcId(crtc.id), std::move(crtc.levels)});
+    grayscale_.outputsAre(std::move(topology->matrixOutputs));
+    topology_ = std::move(topology->device);
     return {};
 }
 
 void X11TableDevice::read(std::span<const CrtcId> crtcs, std::function<void(Result<Levels>)> done) {
-    std::vector<xcb_randr_crtc_t> ids;
-    std::ranges::transform(crtcs, std::back_inserter(ids), native);
-    auto levels = readLevels(connection_, ids);
+    auto levels = readLevels(connection_, crtcs);
     noteQueuedEvents();
     done(std::move(levels));
 }
@@ -127,12 +109,13 @@ std::optional<std::vector<bool>> X11TableDevice::lookAt(std::span<const CrtcLeve
     // or one that an `apply` has put off. A plain look costs a wake-up more and is right.
     const auto held = look_->collect();
     const bool isFresh = held && now - lookAsked_ <= kLookIsFresh;
-    std::vector<xcb_randr_crtc_t> crtcs;
+    std::vector<CrtcId> crtcs;
     std::vector<bool> isKept;
     for (const auto& [crtc, levels] : wanted) {
-        crtcs.push_back(native(crtc));
-        const auto found = isFresh ? held->find(native(crtc)) : GammaLook::Answers::const_iterator{};
-        isKept.push_back(isFresh && found != held->end() && found->second == levels);
+        crtcs.push_back(crtc);
+        if (!isFresh) continue;
+        const auto found = held->find(crtc);
+        isKept.push_back(found != held->end() && found->second == levels);
     }
     if (!look_->isPending()) {
         look_->ask(crtcs);

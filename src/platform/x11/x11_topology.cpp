@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <string_view>
 
 #include "base/localized.h"
 #include "display/display_identity.h"
+#include "display/icc_profile.h"
 
 namespace dravo::x11 {
 
@@ -27,10 +29,18 @@ xcb_atom_t atomOf(xcb_connection_t* connection, xcb_intern_atom_cookie_t cookie)
     return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_NONE);
 }
 
-std::vector<std::uint8_t> bytesOf(const Reply<xcb_randr_get_output_property_reply_t>& reply) {
+using Bytes = std::vector<std::uint8_t>;
+
+Bytes bytesOf(const Reply<xcb_randr_get_output_property_reply_t>& reply) {
     if (!reply || reply->format != 8) return {};
     const auto* data = xcb_randr_get_output_property_data(reply.get());
     return {data, data + xcb_randr_get_output_property_data_length(reply.get())};
+}
+
+Bytes bytesOf(const Reply<xcb_get_property_reply_t>& reply) {
+    if (!reply || reply->format != 8) return {};
+    const auto* data = static_cast<const std::uint8_t*>(xcb_get_property_value(reply.get()));
+    return {data, data + xcb_get_property_value_length(reply.get())};
 }
 
 struct OutputQuery {
@@ -45,20 +55,18 @@ xcb_randr_get_output_property_cookie_t askProperty(xcb_connection_t* connection,
     return xcb_randr_get_output_property(connection, output, property, XCB_GET_PROPERTY_TYPE_ANY, 0, maxWords, 0, 0);
 }
 
-Output readOutput(xcb_connection_t* connection, xcb_randr_output_t id, const OutputQuery& query) {
-    Output output;
-    output.id = id;
+/// But for its calibration.
+DeviceOutput readOutput(xcb_connection_t* connection, const OutputQuery& query) {
+    DeviceOutput output;
     if (const auto info = fetchReply(connection, xcb_randr_get_output_info_reply, query.info)) {
         const auto* name = reinterpret_cast<const char*>(xcb_randr_get_output_info_name(info.get()));
-        output.name.assign(name, static_cast<std::size_t>(xcb_randr_get_output_info_name_length(info.get())));
-        output.crtc = info->crtc;
+        output.connector.assign(name, static_cast<std::size_t>(xcb_randr_get_output_info_name_length(info.get())));
+        if (info->crtc != XCB_NONE) output.crtc = CrtcId{info->crtc};
         const auto* crtcs = xcb_randr_get_output_info_crtcs(info.get());
-        output.crtcs.assign(crtcs, crtcs + xcb_randr_get_output_info_crtcs_length(info.get()));
+        for (int i = 0; i < xcb_randr_get_output_info_crtcs_length(info.get()); ++i)
+            output.possibleCrtcs.push_back(CrtcId{crtcs[i]});
     }
     output.edid = bytesOf(fetchReply(connection, xcb_randr_get_output_property_reply, query.edid));
-    output.profile = bytesOf(fetchReply(connection, xcb_randr_get_output_property_reply, query.profile));
-    const auto matrix = fetchReply(connection, xcb_randr_get_output_property_reply, query.matrix);
-    output.supportsMatrix = matrix && matrix->type != XCB_NONE;
     return output;
 }
 
@@ -85,11 +93,27 @@ std::vector<std::optional<xcb_get_property_cookie_t>> askRootProfiles(
     return cookies;
 }
 
-std::vector<std::uint8_t> bytesOf(const Reply<xcb_get_property_reply_t>& reply) {
-    if (!reply || reply->format != 8) return {};
-    const auto* data = static_cast<const std::uint8_t*>(xcb_get_property_value(reply.get()));
-    return {data, data + xcb_get_property_value_length(reply.get())};
-}
+/// Where profiles are set: on outputs, in their order, and on the root window, by monitor number. Monitors are numbered
+/// as Xinerama does: the primary output's CRTC first, then the others in the server's order.
+struct Profiles {
+    std::vector<Bytes> ofOutputs;
+    std::vector<Bytes> ofMonitors;
+    std::vector<CrtcId> monitors;
+
+    /// The display's on `crtc`; empty without. Of several outputs one stands for them all.
+    [[nodiscard]] Bytes of(CrtcId crtc, const std::vector<DeviceOutput>& outputs) const {
+        std::vector<std::size_t> mirrored;
+        std::vector<std::string> names;
+        for (std::size_t i = 0; i < outputs.size(); ++i) {
+            if (outputs[i].crtc != crtc) continue;
+            mirrored.push_back(i);
+            names.push_back(outputs[i].connector);
+        }
+        if (const auto& own = ofOutputs[mirrored[representativeOutput(names)]]; !own.empty()) return own;
+        const auto number = static_cast<std::size_t>(std::ranges::find(monitors, crtc) - monitors.begin());
+        return number < ofMonitors.size() ? ofMonitors[number] : Bytes{};
+    }
+};
 
 }  // namespace
 
@@ -137,10 +161,10 @@ RampLevels levelsOf(const xcb_randr_get_crtc_gamma_reply_t& reply) {
     return {{red, red + reply.size}, {green, green + reply.size}, {blue, blue + reply.size}};
 }
 
-Result<std::vector<RampLevels>> readLevels(const Connection& connection, const std::vector<xcb_randr_crtc_t>& crtcs) {
+Result<std::vector<RampLevels>> readLevels(const Connection& connection, std::span<const CrtcId> crtcs) {
     std::vector<xcb_randr_get_crtc_gamma_cookie_t> cookies;
     cookies.reserve(crtcs.size());
-    for (const auto crtc : crtcs) cookies.push_back(xcb_randr_get_crtc_gamma(connection.get(), crtc));
+    for (const auto crtc : crtcs) cookies.push_back(xcb_randr_get_crtc_gamma(connection.get(), native(crtc)));
     std::vector<RampLevels> levels;
     levels.reserve(crtcs.size());
     for (const auto cookie : cookies) {
@@ -174,51 +198,38 @@ Result<Topology> queryTopology(const Connection& connection, const ServerFacts& 
                                  askProperty(xcb, outputIds[i], facts.iccProfile, kMaxProfileWords),
                                  askProperty(xcb, outputIds[i], facts.matrix, 0)});
     }
-    const std::vector<xcb_randr_crtc_t> crtcs(crtcIds, crtcIds + crtcCount);
+    std::vector<CrtcId> crtcs;
+    std::transform(crtcIds, crtcIds + crtcCount, std::back_inserter(crtcs), [](auto id) { return CrtcId{id}; });
     auto levels = readLevels(connection, crtcs);
     if (!levels) return levels.error();
 
     Topology topology;
-    if (const auto primary = fetchReply(xcb, xcb_randr_get_output_primary_reply, primaryCookie))
-        topology.primary = primary->output;
+    Profiles profiles;
+    std::optional<CrtcId> primaryCrtc;
+    const auto primary = fetchReply(xcb, xcb_randr_get_output_primary_reply, primaryCookie);
     for (const auto cookie : profileCookies)
-        topology.rootProfiles.push_back(cookie ? bytesOf(fetchReply(xcb, xcb_get_property_reply, *cookie))
-                                               : std::vector<std::uint8_t>{});
-    for (std::size_t i = 0; i < outputCount; ++i)
-        topology.outputs.push_back(readOutput(xcb, outputIds[i], outputQueries[i]));
-    for (std::size_t i = 0; i < crtcCount; ++i) {
-        const bool enabled = std::any_of(topology.outputs.begin(), topology.outputs.end(),
-                                         [&](const Output& output) { return output.crtc == crtcs[i]; });
-        topology.crtcs.push_back({crtcs[i], enabled, std::move((*levels)[i])});
+        profiles.ofMonitors.push_back(cookie ? bytesOf(fetchReply(xcb, xcb_get_property_reply, *cookie)) : Bytes{});
+    auto& outputs = topology.device.outputs;
+    for (std::size_t i = 0; i < outputCount; ++i) {
+        outputs.push_back(readOutput(xcb, outputQueries[i]));
+        if (primary && primary->output == outputIds[i]) primaryCrtc = outputs.back().crtc;
+        const auto fetchProperty = [&](auto cookie) {
+            return fetchReply(xcb, xcb_randr_get_output_property_reply, cookie);
+        };
+        profiles.ofOutputs.push_back(bytesOf(fetchProperty(outputQueries[i].profile)));
+        const auto matrix = fetchProperty(outputQueries[i].matrix);
+        if (matrix && matrix->type != XCB_NONE) topology.matrixOutputs.push_back(outputIds[i]);
     }
+    for (std::size_t i = 0; i < crtcCount; ++i) {
+        topology.device.crtcs.push_back({crtcs[i], std::move((*levels)[i])});
+        if (std::ranges::find(outputs, crtcs[i], &DeviceOutput::crtc) != outputs.end())
+            profiles.monitors.push_back(crtcs[i]);
+    }
+    std::ranges::stable_partition(profiles.monitors, [&](CrtcId crtc) { return crtc == primaryCrtc; });
+    for (auto& output : outputs)
+        if (output.crtc) output.calibration = calibrationOfProfile(profiles.of(*output.crtc, outputs));
     if (connection.isBroken()) return disconnected();
     return topology;
-}
-
-const Output* representativeOf(const Topology& topology, const Crtc& crtc) {
-    std::vector<const Output*> outputs;
-    std::vector<std::string> names;
-    for (const auto& output : topology.outputs) {
-        if (output.crtc != crtc.id) continue;
-        outputs.push_back(&output);
-        names.push_back(output.name);
-    }
-    return outputs.empty() ? nullptr : outputs[representativeOutput(names)];
-}
-
-std::vector<std::uint8_t> profileOf(const Topology& topology, const Crtc& crtc) {
-    const Output* output = representativeOf(topology, crtc);
-    if (output && !output->profile.empty()) return output->profile;
-    std::vector<xcb_randr_crtc_t> monitors;
-    for (const auto& candidate : topology.crtcs)
-        if (candidate.enabled) monitors.push_back(candidate.id);
-    std::stable_partition(monitors.begin(), monitors.end(), [&](xcb_randr_crtc_t monitor) {
-        return std::ranges::any_of(topology.outputs, [&](const Output& candidate) {
-            return candidate.id == topology.primary && candidate.crtc == monitor;
-        });
-    });
-    const auto number = static_cast<std::size_t>(std::ranges::find(monitors, crtc.id) - monitors.begin());
-    return number < topology.rootProfiles.size() ? topology.rootProfiles[number] : std::vector<std::uint8_t>{};
 }
 
 }  // namespace dravo::x11

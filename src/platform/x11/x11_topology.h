@@ -1,48 +1,21 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
-#include <string>
+#include <span>
 #include <vector>
 
-#include "display/ramp_levels.h"
+#include "display/table_device.h"
 #include "platform/x11/x11_connection.h"
 
 namespace dravo::x11 {
 
-/// One output (connector) of the server, connected or not.
-struct Output {
-    xcb_randr_output_t id = XCB_NONE;
-    std::string name;
-    std::vector<std::uint8_t> edid;       ///< Empty when the monitor gives none.
-    std::vector<std::uint8_t> profile;    ///< The ICC profile set on it, empty without.
-    bool supportsMatrix = false;          ///< Its driver has a colour matrix ("CTM" property).
-    xcb_randr_crtc_t crtc = XCB_NONE;     ///< What drives it now; none when it is off.
-    std::vector<xcb_randr_crtc_t> crtcs;  ///< What could drive it.
-};
-
-/// One CRTC with its gamma ramps as the server holds them, in use or not.
-struct Crtc {
-    xcb_randr_crtc_t id = XCB_NONE;
-    bool enabled = false;
-    RampLevels levels;  ///< Empty when it has no table.
-};
-
 /// All outputs and CRTCs of a server at one moment.
 struct Topology {
-    std::vector<Output> outputs;
-    std::vector<Crtc> crtcs;
-    xcb_randr_output_t primary = XCB_NONE;
-    /// The ICC profiles set on the root window, by monitor number; empty where there is none.
-    std::vector<std::vector<std::uint8_t>> rootProfiles;
+    DeviceTopology device;
+    std::vector<xcb_randr_output_t> matrixOutputs;  ///< Those whose driver has a colour matrix ("CTM" property).
 };
 
-/// The output that stands for the display on `crtc`: the first by name of those it drives; null when it is off.
-[[nodiscard]] const Output* representativeOf(const Topology& topology, const Crtc& crtc);
-
-/// The ICC profile of the display on `crtc`, empty without: its output's own, else the root window's for its monitor.
-/// Monitors are numbered as Xinerama does: the primary output's CRTC first, then the others in the server's order.
-[[nodiscard]] std::vector<std::uint8_t> profileOf(const Topology& topology, const Crtc& crtc);
+inline xcb_randr_crtc_t native(CrtcId crtc) { return static_cast<xcb_randr_crtc_t>(crtc); }
 
 /// The atoms and extension facts that queries need, asked for once per connection.
 struct ServerFacts {
@@ -63,8 +36,7 @@ struct ServerFacts {
 
 /// Reads the ramps of some CRTCs in one round trip; an entry is empty when its CRTC is gone or has no table.
 /// Errors: `Disconnected`.
-[[nodiscard]] Result<std::vector<RampLevels>> readLevels(const Connection& connection,
-                                                         const std::vector<xcb_randr_crtc_t>& crtcs);
+[[nodiscard]] Result<std::vector<RampLevels>> readLevels(const Connection& connection, std::span<const CrtcId> crtcs);
 
 /// "the X server is gone".
 [[nodiscard]] Error disconnected();
