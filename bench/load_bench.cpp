@@ -63,7 +63,7 @@ void measure() {
     memory::VirtualScheduler scheduler;
     OriginalGammaStore store({});
     RememberedDisplays displays(*device, store, scheduler);
-    displays.begin(RememberedDisplays::Beginning::looking);
+    displays.begin(LastingDisplays::Beginning::looking);
     need(need(displays.list(), "the displays").size() == kDisplays, "not every display is on");
     PlainClient plain(xServer.address());
 

@@ -99,7 +99,7 @@ Figures fade(const std::string& address) {
     Witness witness(*device);
     OriginalGammaStore store({});
     RememberedDisplays displays(witness, store, loop);
-    displays.begin(RememberedDisplays::Beginning::looking);
+    displays.begin(LastingDisplays::Beginning::looking);
     GammaApplicator applicator(displays, wake, loop);
     applicator.apply(grayTable(kBright), Fade::none);
     witness.takeLoads();

@@ -90,8 +90,9 @@ bool FilterRun::launch() {
     grayscale_.emplace(session_->grayscale(), originalGamma_);
     applicator_.emplace(displays, wakeSource_, loop_);
     defaults_.setMayWrite([this] { return !applicator_->isRamping(); });
-    using Beginning = RememberedDisplays::Beginning;
-    const bool wasUnclean = displays.begin(inherited_ ? Beginning::goingOn : Beginning::afresh);
+    using Beginning = LastingDisplays::Beginning;
+    LastingDisplays* const lasting = session_->lasting();
+    const bool wasUnclean = lasting && lasting->begin(inherited_ ? Beginning::goingOn : Beginning::afresh);
     if (inherited_ && inherited_->hasGrayOn) {
         grayscale_->takeOver();
     } else {
@@ -103,8 +104,7 @@ bool FilterRun::launch() {
     }
     if (!guard_) return false;
     guard_->waitUntilReady();
-    if (!session_->isGuarded())
-        reportOnce("unguarded", localized("not filtered until the X server grants another connection"));
+    if (!session_->isGuarded()) reportOnce("unguarded", localized(kUnguarded));
     filterState_.emplace(FilterStateParts{loop_, calendar_, preferences_, customPresets_, breakTimer_,
                                           locationProvider_, *applicator_, *grayscale_, wakeSource_,
                                           inherited_ ? std::optional(inherited_->state) : std::nullopt});
@@ -190,7 +190,7 @@ void FilterRun::giveBack() {
     if (filterState_) filterState_->saveNow();
     grayscale_->shutDown();
     // Unconfirmed, the saved tables stay: the next start gives the displays back.
-    if (applicator_->shutDown() && !grayscale_->isOurs()) originalGamma_.clear();
+    if (applicator_->shutDown() && !grayscale_->isOurs() && session_->lasting()) originalGamma_.clear();
     defaults_.flush();
 }
 
@@ -219,7 +219,9 @@ void FilterRun::relaunch() {
         std::fprintf(stderr, "dravo: %s\n", told.c_str());
     };
     // What is on the displays would be the successor's only knowledge of them.
-    if (const auto prepared = session_->displays().prepareHandOver(); !prepared) return failed(prepared.error());
+    LastingDisplays* const lasting = session_->lasting();
+    const auto prepared = lasting ? lasting->prepareHandOver() : Result<void>();
+    if (!prepared) return failed(prepared.error());
     filterState_->saveNow();
     defaults_.flush();
     auto successor = makeSuccessor(true);
@@ -232,7 +234,7 @@ void FilterRun::serverIsGone() {
     filterState_->saveNow();
     defaults_.flush();
     // The toolkit's connection breaks, too.
-    if (!isServerGone_) std::fprintf(stderr, "dravo: %s\n", localized("the X server is gone").c_str());
+    if (!isServerGone_) std::fprintf(stderr, "dravo: %s\n", localized("the display server is gone").c_str());
     isServerGone_ = true;
     loop_.quit(static_cast<int>(cli::ExitCode::NoDisplayServer));
 }

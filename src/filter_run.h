@@ -19,7 +19,6 @@
 #include "display/gamma_applicator.h"
 #include "display/grayscale_switch.h"
 #include "display/original_gamma_store.h"
-#include "display/remembered_displays.h"
 #include "filter/custom_preset_store.h"
 #include "filter/preferences_store.h"
 #include "platform/curl/curl_update_feed.h"
@@ -85,7 +84,7 @@ private:
     std::optional<posix::InstanceLock> lock_;
     posix::SdEventLoop loop_;
     OriginalGammaStore originalGamma_{folder_};
-    std::unique_ptr<Session> session_ = Session::choose(Session::Guarding::byLastWord);
+    std::unique_ptr<Session> session_ = Session::choose(Session::Guarding::byLastWord, std::getenv);
     std::unique_ptr<posix::TerminationGuard> guard_;
     posix::BackgroundSync backgroundSync_;
     files::TomlUserDefaults defaults_{files::TomlUserDefaults::pathIn(folder_.settings), loop_, loop_};
@@ -106,7 +105,7 @@ private:
     files::DesktopSettings systemSettings_{loop_, loop_};
     BreakNotifier breakNotifier_{notifications_};
     BreakTimer breakTimer_{preferences_, breakNotifier_, loop_};
-    std::unique_ptr<HotKeyService> hotKeys_ = Session::makeHotKeys(loop_, loop_);
+    std::unique_ptr<HotKeyService> hotKeys_ = session_->makeHotKeys(loop_, loop_);
     files::AutostartLoginItem loginItems_{files::AutostartPlace::ofThisProcess(folder_.settings)};
     KeyboardShortcutManager shortcutManager_{*hotKeys_, preferences_, loop_};
     LaunchAtLogin launchAtLogin_{loginItems_};

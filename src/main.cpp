@@ -20,7 +20,6 @@
 #include "cli/command_line.h"
 #include "cli/running.h"
 #include "display/grayscale_switch.h"
-#include "display/remembered_displays.h"
 #include "filter/custom_preset_store.h"
 #include "filter/preferences_store.h"
 #include "filter_run.h"
@@ -97,10 +96,9 @@ public:
     CommandWorld() : CommandContext(stdout, stderr) {}
 
     Result<Displays*> displays() override {
-        const auto displays = connect();
-        if (!displays) return displays.error();
-        (*displays)->begin(RememberedDisplays::Beginning::looking);
-        return *displays;
+        if (const auto connected = connect(); !connected) return connected.error();
+        if (auto* const lasting = session_->lasting()) lasting->begin(LastingDisplays::Beginning::looking);
+        return &session_->displays();
     }
 
     Result<std::vector<FilterPreset>> userPresets() override {
@@ -152,9 +150,10 @@ public:
 
     Result<PictureService*> pictures() override { return pictures::loadPictureModule(DRAVO_VERSION); }
 
-    Result<RememberedDisplays*> displaysToRestore() override {
-        const auto displays = connect();
-        if (!displays) return displays.error();
+    Result<LastingDisplays*> displaysToRestore() override {
+        if (const auto connected = connect(); !connected) return connected.error();
+        LastingDisplays* const lasting = session_->lasting();
+        if (!lasting) return lasting;
         saved_->ensureDirectory();
         auto lock = posix::InstanceLock::acquire(folder());
         if (lock) {
@@ -166,19 +165,18 @@ public:
             reportOnce("no-lock",
                        filled(localized("%@; a Dravo started now would not be noticed"), {lock.error().message}));
         }
-        (*displays)->begin(RememberedDisplays::Beginning::doubtful);
+        lasting->begin(LastingDisplays::Beginning::doubtful);
         GrayscaleSwitch(session_->grayscale(), *saved_).undoUncleanRun();
-        return *displays;
+        return lasting;
     }
 
 private:
     static constexpr std::size_t kLargestZone = 1 << 20;
 
-    Result<RememberedDisplays*> connect() {
+    Result<void> connect() {
+        if (!session_) session_ = Session::choose(Session::Guarding::byCaller, std::getenv);
         if (!saved_) saved_.emplace(folder());
-        const auto opened = session_->openDisplays(*saved_, loop_);
-        if (!opened) return opened.error();
-        return &session_->displays();
+        return session_->openDisplays(*saved_, loop_);
     }
 
     std::optional<DefaultsValue> stored(std::string_view key) {
@@ -205,7 +203,7 @@ private:
     std::optional<posix::InstanceLock> lock_;
     posix::SdEventLoop loop_;
     std::optional<OriginalGammaStore> saved_;
-    std::unique_ptr<Session> session_ = Session::choose(Session::Guarding::byCaller);
+    std::unique_ptr<Session> session_;
     std::optional<CustomPresetStore> store_;
     posix::SystemCalendar calendar_;
 };

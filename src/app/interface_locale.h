@@ -1,14 +1,10 @@
 #pragma once
 
-#include <functional>
-
 #include "app/app_language.h"
+#include "base/environment.h"
 #include "base/localized.h"
 
 namespace dravo {
-
-/// An environment variable's value; null if it is unset.
-using Environment = std::function<const char*(const char* name)>;
 
 /// The locales of an interface in the chosen language.
 ///

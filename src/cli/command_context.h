@@ -18,7 +18,7 @@ namespace dravo {
 
 class CustomPresetStore;
 class PictureService;
-class RememberedDisplays;
+class LastingDisplays;
 
 namespace cli {
 
@@ -74,8 +74,9 @@ public:
     virtual ExitCode start(const ControlRequest& first) = 0;
 
     /// The displays with what an earlier run saved of them, and the right to change both; what that run left gray is
-    /// not gray any more. Errors: those of `displays`, and `Busy` (a Dravo has been started meanwhile).
-    virtual Result<RememberedDisplays*> displaysToRestore() = 0;
+    /// not gray any more. Null where no run can have left anything.
+    /// Errors: those of `displays`, and `Busy` (a Dravo has been started meanwhile).
+    virtual Result<LastingDisplays*> displaysToRestore() = 0;
 
     /// Errors: `NotFound`, `Unsupported`: this installation cannot make pictures.
     virtual Result<PictureService*> pictures() = 0;

@@ -4,14 +4,14 @@
 #include "cli/displays.h"
 #include "cli/running.h"
 #include "cli/text.h"
-#include "display/remembered_displays.h"
+#include "display/lasting_displays.h"
 
 namespace dravo::cli {
 
 namespace {
 
-std::string outcomeText(const RememberedDisplays::Restored& row) {
-    using Source = RememberedDisplays::Source;
+std::string outcomeText(const LastingDisplays::Restored& row) {
+    using Source = LastingDisplays::Source;
     const std::string& name = row.display.name;
     if (row.display.state == DisplayState::noTable)
         return filled(localized("%1$@: left alone: %2$@"), {name, localized(row.display.problem)});
@@ -22,7 +22,7 @@ std::string outcomeText(const RememberedDisplays::Restored& row) {
 }
 
 /// A display that fails does not stop the others.
-ExitCode restoreDisplays(RememberedDisplays& displays, const Call& call) {
+ExitCode restoreDisplays(LastingDisplays& displays, const Call& call) {
     const auto rows = displays.restoreAll();
     if (!rows) return failForDisplays(call, rows.error());
     ExitCode worst = ExitCode::Ok;
@@ -47,7 +47,10 @@ ExitCode runRestore(const Call& call) {
     const auto displays = context.displaysToRestore();
     if (!displays && displays.error().code == ErrorCode::Busy)
         return fail(call, ExitCode::Refused, displays.error().message);
-    return displays ? restoreDisplays(**displays, call) : failForDisplays(call, displays.error());
+    if (!displays) return failForDisplays(call, displays.error());
+    if (*displays) return restoreDisplays(**displays, call);
+    context.out.write(localized("Nothing to give back: in this session no table stays when Dravo ends.") + "\n");
+    return ExitCode::Ok;
 }
 
 }  // namespace

@@ -17,7 +17,8 @@ constexpr Duration kSaveRetryPeriod = 30s;
 
 bool hasTable(std::size_t size) { return size >= 2; }
 
-Error disconnected() { return {ErrorCode::Disconnected, "the display server is gone"}; }
+Error disconnected() { return {ErrorCode::Disconnected, std::string(textKey("the display server is gone").english)}; }
+Error unanswered() { return {ErrorCode::Busy, std::string(textKey("the display server does not answer").english)}; }
 
 }  // namespace
 
@@ -173,9 +174,8 @@ Result<std::vector<DisplayDescription>> RememberedDisplays::list() {
         row.tableSize = display.tableSize;
         row.state = !hasTable(display.tableSize) ? DisplayState::noTable : DisplayState::ready;
         row.problem = row.state == DisplayState::noTable ? Sentence{textKey("its driver has no transfer table")}
-                      : device_.isGuarded()
-                          ? display.refusal
-                          : Sentence{textKey("not filtered until the X server grants another connection")};
+                      : device_.isGuarded()              ? display.refusal
+                                                         : Sentence{kUnguarded};
         if (row.state == DisplayState::ready && !row.problem.empty()) row.state = DisplayState::refused;
     }
     return descriptions;
@@ -446,7 +446,7 @@ Result<void> RememberedDisplays::giveBack(GivingBack how) {
     if (isGivenBack_) return {};
     const bool wasFading = dropWish();
     isGivenBack_ = how == GivingBack::forGood;
-    const auto outcome = std::make_shared<Result<void>>(Error{ErrorCode::Busy, "the display server does not answer"});
+    const auto outcome = std::make_shared<Result<void>>(unanswered());
     if (const auto refreshed = device_.refresh()) {
         adopt();
         takeBack([outcome](const Result<void>& result) { *outcome = result; });
@@ -474,8 +474,7 @@ Result<std::vector<RememberedDisplays::Restored>> RememberedDisplays::restoreAll
         ramps.push_back({find(display.id)->crtc, toLevels(own, display.tableSize)});
     }
     ramps.insert(ramps.end(), idleRemains_.begin(), idleRemains_.end());
-    const auto answers = std::make_shared<TableDevice::Outcomes>(
-        ramps.size(), Error{ErrorCode::Busy, "the display server does not answer"});
+    const auto answers = std::make_shared<TableDevice::Outcomes>(ramps.size(), unanswered());
     device_.write(ramps, [answers](TableDevice::Outcomes outcomes) { *answers = std::move(outcomes); });
     device_.finish(kPatience);
     auto answer = answers->begin();

@@ -12,7 +12,7 @@
 #include "base/observable.h"
 #include "base/scheduler.h"
 #include "display/display_identity.h"
-#include "display/displays.h"
+#include "display/lasting_displays.h"
 #include "display/original_gamma_store.h"
 #include "display/table_device.h"
 #include "display/table_fade.h"
@@ -27,41 +27,14 @@ namespace dravo {
 /// every first write, here and nowhere else.
 ///
 /// Thread: main thread. Lifetime: device, store and scheduler outlive it.
-class RememberedDisplays final : public Displays {
+class RememberedDisplays final : public LastingDisplays {
 public:
     RememberedDisplays(TableDevice& device, OriginalGammaStore& store, Scheduler& scheduler);
     ~RememberedDisplays() override;
 
-    /// What the displays hold when a run begins.
-    enum class Beginning {
-        afresh,    ///< Their own tables, or what an earlier run left that was cut off.
-        goingOn,   ///< What the program that this one replaced has left on them.
-        doubtful,  ///< Somebody asks for a restore: what is found is nobody's own.
-        looking,   ///< Whatever they hold is only looked at: nothing is read from the file, saved or written.
-    };
-
-    /// Reads the saved tables of an earlier run, and saves those of displays they do not name. Writes nothing that
-    /// could be seen: the first `show` brings each display from what an earlier run left to what is wanted, in one
-    /// load. Comes first, once. True if an earlier run's tables were there and could be understood.
-    bool begin(Beginning how);
-
-    /// Makes sure that the saved tables are there for a program that replaces this one, complete, whoever may have
-    /// removed them, and that no fade is under way.
-    /// Errors: `PermissionDenied` and the rest of `OriginalGammaStore::saveIfAbsent`: stay.
-    [[nodiscard]] Result<void> prepareHandOver();
-
-    /// How a display got its own table back.
-    enum class Source { saved, profile, neutral };
-    struct Restored {
-        DisplayDescription display;
-        Source source = Source::neutral;
-        Result<void> outcome;
-    };
-    /// Gives every display its own table, whatever it holds, and tells of each; those without a table are told by their
-    /// `problem` and left alone. After `begin(doubtful)`.
-    /// Errors: `Disconnected`.
-    [[nodiscard]] Result<std::vector<Restored>> restoreAll();
-
+    bool begin(Beginning how) override;
+    Result<void> prepareHandOver() override;
+    Result<std::vector<Restored>> restoreAll() override;
     std::string backend() const override { return device_.backend(); }
     DisplayTraits traits() const override { return {.tablesOutliveUs = true, .needsLooks = true}; }
     Result<std::vector<DisplayDescription>> list() override;

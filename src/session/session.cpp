@@ -1,44 +1,29 @@
 #include "session/session.h"
 
-#include "platform/x11/x11_emergency_restore.h"
-#include "platform/x11/x11_hot_key_service.h"
-#include "platform/x11/x11_table_device.h"
+#include "session/no_displays_session.h"
+#include "session/wayland_socket.h"
+#include "session/x11_session.h"
 
 namespace dravo {
-namespace {
 
-/// $DISPLAY.
-constexpr const char* kUsualServer = "";
-
-}  // namespace
-
-std::unique_ptr<Session> Session::choose(Guarding guarding) { return std::unique_ptr<Session>(new Session(guarding)); }
-
-Session::Session(Guarding guarding) {
-    if (guarding == Guarding::byLastWord) emergency_ = std::make_unique<x11::EmergencyRestore>(kUsualServer);
+std::unique_ptr<Session> Session::choose(Guarding guarding, const Environment& environment) {
+    if (!isWaylandSession(environment)) return std::make_unique<X11Session>(guarding);
+    return std::make_unique<NoDisplaysSession>();
 }
 
-Session::~Session() = default;
-
-LastWord& Session::lastWord() { return *emergency_; }
-
-Result<void> Session::openDisplays(OriginalGammaStore& store, Scheduler& scheduler) {
-    if (displays_) return {};
-    auto device = x11::X11TableDevice::create(kUsualServer, emergency_.get());
-    if (!device) return device.error();
-    device_ = std::move(*device);
-    displays_.emplace(*device_, store, scheduler);
-    return {};
-}
-
-GrayscaleService& Session::grayscale() { return device_->grayscale(); }
-
-bool Session::isGuarded() const { return device_->isGuarded(); }
-
-void Session::listen(DescriptorWatch& watch, Scheduler& scheduler) { device_->listen(watch, scheduler); }
-
-std::unique_ptr<HotKeyService> Session::makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) {
-    return std::make_unique<x11::X11HotKeyService>(kUsualServer, watch, scheduler);
+std::vector<PortReport> Session::reportOnDisplays() {
+    std::vector<PortReport> rows{{textKey("port.displays", "displays"), {}, displays().backend(), {}, {}}};
+    const auto list = displays().list();
+    if (!list) {
+        rows.front().problem = Sentence{textKey("the display server is gone")};
+        return rows;
+    }
+    for (const auto& display : *list)
+        rows.push_back({textKey("port.display", "display"), display.name, displays().backend(), display.problem, {}});
+    PortReport gray{textKey("port.grayscale", "grayscale"), {}, displays().backend(), {}, {}};
+    if (!grayscale().isEnabled()) gray.problem = Sentence{textKey("this desktop has no grayscale mode")};
+    rows.push_back(gray);
+    return rows;
 }
 
 }  // namespace dravo

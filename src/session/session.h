@@ -1,30 +1,33 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
+#include <vector>
 
 #include "app/hot_key_service.h"
 #include "base/descriptor_watch.h"
+#include "base/environment.h"
+#include "base/localized.h"
 #include "base/result.h"
 #include "base/scheduler.h"
 #include "display/grayscale_service.h"
 #include "display/last_word.h"
+#include "display/lasting_displays.h"
 #include "display/original_gamma_store.h"
-#include "display/remembered_displays.h"
 
 namespace dravo {
 
-namespace x11 {
-class EmergencyRestore;
-class X11TableDevice;
-}  // namespace x11
+/// Whether something that the program asks of the desktop works here, for a person who wonders why it does not.
+struct PortReport {
+    TextKey port;         ///< What is served, e.g. "the shortcut".
+    std::string display;  ///< Which display, where it is one's own; else empty.
+    std::string adapter;  ///< What serves it, e.g. "x11"; empty where nothing does.
+    Sentence problem;     ///< Why it does not work; empty when it does.
+    Sentence remedy;      ///< What the person can do about it; may be empty.
+};
 
 /// What serves the ports that depend on the kind of session: the displays, what can still be said for them at a sudden
-/// end, gray, and the shortcut. Nobody but this and the composition root names their adapters.
-///
-/// Tried in this order:
-///  1. X11, by RandR; never inside a Wayland session, whose X server takes tables and does nothing with them.
+/// end, gray, and the shortcut. Nobody but this folder and the composition root names their adapters.
 ///
 /// Thread: main thread, but for what `LastWord` says. Lifetime: outlives everything that it serves.
 class Session {
@@ -32,38 +35,51 @@ public:
     /// Whether a sudden end has to be answered for: by a run that filters, not by a command that looks or restores.
     enum class Guarding { byLastWord, byCaller };
 
-    /// Looks at the session; connects to nothing. REQUIRES with `byLastWord`: no other thread yet.
-    [[nodiscard]] static std::unique_ptr<Session> choose(Guarding guarding);
-    ~Session();
+    /// Looks at the environment and, in a Wayland session only, at what its compositor offers. Tried in this order:
+    ///  1. outside a Wayland session, X11 by RandR. Never inside one, whatever DISPLAY says: its X server takes tables
+    ///     and does nothing with them.
+    ///  2. none of these: a session whose displays cannot be filtered, where everything else works.
+    /// REQUIRES with `byLastWord`: no other thread yet.
+    [[nodiscard]] static std::unique_ptr<Session> choose(Guarding guarding, const Environment& environment);
+
+    virtual ~Session() = default;
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
     /// For the guard, before the displays are opened. REQUIRES: `byLastWord`.
-    [[nodiscard]] LastWord& lastWord();
+    [[nodiscard]] virtual LastWord& lastWord() = 0;
 
-    /// Connects to the session's displays; the first call counts.
+    /// Connects to the session's displays; the first call that succeeds counts. `store` is for those that outlive us.
     /// Errors: `Disconnected` (nobody answers), `Unsupported` (nothing here can be tinted; the message says why).
-    Result<void> openDisplays(OriginalGammaStore& store, Scheduler& scheduler);
+    virtual Result<void> openDisplays(OriginalGammaStore& store, Scheduler& scheduler) = 0;
 
     // REQUIRES for what follows: the displays are open.
 
-    [[nodiscard]] RememberedDisplays& displays() { return *displays_; }
-    [[nodiscard]] GrayscaleService& grayscale();
-    /// Whether `lastWord` could give the displays back.
-    [[nodiscard]] bool isGuarded() const;
+    [[nodiscard]] virtual Displays& displays() = 0;
+    /// The same displays where what they hold outlives us; null where the compositor gives them back by itself, or
+    /// nothing is ever loaded. Without, nothing is saved, and nothing is left of a run that was cut off.
+    [[nodiscard]] virtual LastingDisplays* lasting() = 0;
+    [[nodiscard]] virtual GrayscaleService& grayscale() = 0;
+    /// Whether `lastWord` could give the displays back, or nobody needs it to.
+    [[nodiscard]] virtual bool isGuarded() const = 0;
 
     /// Starts to listen for what the displays' server tells.
-    void listen(DescriptorWatch& watch, Scheduler& scheduler);
+    virtual void listen(DescriptorWatch& watch, Scheduler& scheduler) = 0;
+
+    /// A row for each port served here, and one for each display.
+    [[nodiscard]] virtual std::vector<PortReport> report() = 0;
 
     /// Needs no displays.
-    [[nodiscard]] static std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler);
+    [[nodiscard]] virtual std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) = 0;
 
-private:
-    explicit Session(Guarding guarding);
+protected:
+    Session() = default;
 
-    std::unique_ptr<x11::EmergencyRestore> emergency_;
-    std::unique_ptr<x11::X11TableDevice> device_;
-    std::optional<RememberedDisplays> displays_;
+    /// The rows of `report` that are told alike in every session: the displays, each of them, and gray.
+    [[nodiscard]] std::vector<PortReport> reportOnDisplays();
 };
+
+/// The port of `PortReport` for the shortcut.
+inline constexpr TextKey kShortcutPort = textKey("port.shortcut", "shortcut");
 
 }  // namespace dravo

@@ -40,7 +40,7 @@ TEST(HandOverTest, SuccessorGoesOnAsThePredecessorWas) {
 
     FilterWorld after;
     after.preferences.setScheduleEnabled(true);
-    after.displays.begin(RememberedDisplays::Beginning::goingOn);
+    after.displays.begin(LastingDisplays::Beginning::goingOn);
     auto parts = after.parts();
     parts.continued = running;
     after.state.emplace(parts);

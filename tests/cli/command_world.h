@@ -108,19 +108,17 @@ private:
     struct Context : cli::CommandContext, cli::RunningInstance {
         Context(CommandWorld& owner, std::FILE* toOut, std::FILE* toErr) : CommandContext(toOut, toErr), world(owner) {}
 
-        Result<RememberedDisplays*> displays(RememberedDisplays::Beginning how) {
+        Result<LastingDisplays*> displays(LastingDisplays::Beginning how) {
             if (!world.hasDisplayServer || !world.desk.isUp())
                 return Error{ErrorCode::NotFound, "no display server to talk to"};
             remembered.emplace(device.emplace(world.desk), saved.emplace(world.dataFolder()), scheduler).begin(how);
             return &*remembered;
         }
         Result<Displays*> displays() override {
-            const auto found = displays(RememberedDisplays::Beginning::looking);
+            const auto found = displays(LastingDisplays::Beginning::looking);
             return found ? Result<Displays*>(*found) : found.error();
         }
-        Result<RememberedDisplays*> displaysToRestore() override {
-            return displays(RememberedDisplays::Beginning::doubtful);
-        }
+        Result<LastingDisplays*> displaysToRestore() override { return displays(LastingDisplays::Beginning::doubtful); }
         Result<std::vector<FilterPreset>> userPresets() override { return world.ownPresets; }
         CustomPresetStore& presetStore() override { return store.emplace(world.dataFolder().home); }
         Result<cli::TimeZone> timeZone(std::optional<std::string_view>) override {

@@ -93,7 +93,7 @@ TEST_F(DisplayCommandsTest, RestoreGivesSavedTablesThenProfilesThenNeutral) {
         memory::MemoryTableDevice device(world.desk);
         memory::VirtualScheduler scheduler;
         OriginalGammaStore store(world.dataFolder());
-        RememberedDisplays(device, store, scheduler).begin(RememberedDisplays::Beginning::afresh);
+        RememberedDisplays(device, store, scheduler).begin(LastingDisplays::Beginning::afresh);
     }
     world.desk.plug("DP-2", profiled, {}, profile);
     world.desk.plug("DP-3", plain);

@@ -25,6 +25,7 @@ protected:
     [[nodiscard]] Run start(std::vector<std::string> arguments) {
         auto environment = onServer();
         environment["DBUS_SESSION_BUS_ADDRESS"] = bus_->address();
+        if (isWaylandSession_) environment["XDG_SESSION_TYPE"] = "wayland";
         return std::make_unique<ProcessUnderTest>(home(), std::move(arguments), environment);
     }
     /// The program, once it filters and can be asked.
@@ -57,6 +58,9 @@ protected:
         return shown(preset, preset.intensity, preset.dimming, preset.blackPoint, preset.contrast);
     }
     PrivateBus& bus() { return *bus_; }
+
+    /// Whether the X server is one that a Wayland compositor brought along.
+    bool isWaylandSession_ = false;
 
 private:
     std::optional<PrivateBus> bus_;
@@ -189,6 +193,27 @@ TEST_F(ControlTest, WithoutASessionBusItFiltersAndSaysWhatIsMissing) {
     ProcessUnderTest quit(home(), {"quit"}, onServer());
     EXPECT_EQ(quit.waitForExit(), ExitStatus::exited(0)) << quit.standardError();
     EXPECT_EQ(run.exitStatus(), ExitStatus::exited(0)) << run.standardError();
+    EXPECT_EQ(tables(), ownTables());
+}
+
+TEST_F(ControlTest, WorksInAWaylandSessionWithoutTouchingTheDisplaysOfItsXServer) {
+    isWaylandSession_ = true;
+    home().write(".dravo/original_gamma.json", "of another session");
+    const Run run = start({"--headless"});
+    ASSERT_TRUE(waitUntil([this] { return canBeAsked(); })) << run->standardError();
+    constexpr const char* kReason = "this Wayland session offers no way to tint the screen";
+    EXPECT_NE(command({"status"}).find(kReason), std::string::npos);
+    EXPECT_NE(command({"displays"}).find(kReason), std::string::npos);
+    command({"off"});
+    command({"on"});
+    EXPECT_EQ(status()["isEnabled"], true);
+    EXPECT_EQ(command({"restore"}), "The running Dravo has switched the filter off.\n");
+    quit(*run);
+    EXPECT_NE(command({"restore"}).find("Nothing to give back"), std::string::npos);
+    EXPECT_EQ(run->standardOutput() + run->standardError(),
+              "dravo: the shortcut Control Shift E does not work: in this Wayland session no key can be reserved for a "
+              "program\n");
+    EXPECT_EQ(contentOf(savedTables()), "of another session");
     EXPECT_EQ(tables(), ownTables());
 }
 

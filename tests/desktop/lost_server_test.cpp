@@ -13,7 +13,7 @@ TEST_F(LostServerTest, EndsTheRunPlainlyAndKeepsTheFile) {
     preferOther();
     server().kill();
     EXPECT_EQ(run->waitForExit(), ExitStatus::exited(3));
-    EXPECT_TRUE(run->standardError().ends_with("dravo: the X server is gone\n")) << run->standardError();
+    EXPECT_TRUE(run->standardError().ends_with("dravo: the display server is gone\n")) << run->standardError();
     EXPECT_EQ(contentOf(savedTables()), saved);
 }
 

@@ -136,8 +136,8 @@ TEST_F(PanelLifeTest, EndsWithThePanelUp) {
     server().kill();
     EXPECT_EQ(run->waitForExit(), ExitStatus::exited(3));
     const std::string told = run->standardError();
-    EXPECT_NE(told.find("dravo: the X server is gone\n"), std::string::npos) << told;
-    EXPECT_EQ(told.find("the X server is gone"), told.rfind("the X server is gone")) << told;
+    EXPECT_NE(told.find("dravo: the display server is gone\n"), std::string::npos) << told;
+    EXPECT_EQ(told.find("the display server is gone"), told.rfind("the display server is gone")) << told;
     EXPECT_EQ(contentOf(savedTables()), saved);
 }
 

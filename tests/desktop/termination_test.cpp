@@ -114,7 +114,7 @@ protected:
         posix::SdEventLoop loop;
         OriginalGammaStore store({});
         RememberedDisplays displays(**device, store, loop);
-        displays.begin(RememberedDisplays::Beginning::afresh);
+        displays.begin(LastingDisplays::Beginning::afresh);
         const auto load = [&](double intensity) {
             displays.show(computeTable(FilterPreset::fl41(), intensity, 0, 0, 0), Fade::none);
             return displays.list()->front().state == DisplayState::ready;

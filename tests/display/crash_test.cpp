@@ -79,7 +79,7 @@ TEST_P(CrashTest, NeverLightensTheScreenWhileOnAndLosesNobodysTable) {
         EngineRun& run = life == 0 ? *world.run : world.start();
         // A kill may also come between any two steps of the launch.
         const int stepsOfLaunch = pick(6);
-        if (stepsOfLaunch >= 1) run.displays.begin(RememberedDisplays::Beginning::afresh);
+        if (stepsOfLaunch >= 1) run.displays.begin(LastingDisplays::Beginning::afresh);
         if (stepsOfLaunch >= 2) {
             run.applicator->apply(kDark, Fade::none);
             for (int i = pick(20); i > 0; --i) disturb();

@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 class DisplayMonitorTest : public ::testing::Test {
 protected:
     DisplayMonitorTest() {
-        displays.begin(RememberedDisplays::Beginning::afresh);
+        displays.begin(LastingDisplays::Beginning::afresh);
         monitor->onDisplayChange = [this] { calls.push_back((scheduler.steadyNow() - start) / 1ms); };
     }
     memory::VirtualDesk desk;

@@ -54,7 +54,7 @@ struct EngineRun {
 
     /// The order of a launch: crash check and save, then what is wanted.
     bool launch(const std::optional<GammaTable>& filter,
-                RememberedDisplays::Beginning how = RememberedDisplays::Beginning::afresh) {
+                LastingDisplays::Beginning how = LastingDisplays::Beginning::afresh) {
         const bool restored = displays.begin(how);
         filter ? applicator->apply(*filter, Fade::none) : applicator->reset(Fade::none);
         return restored;
@@ -116,7 +116,7 @@ struct EngineWorld {
         memory::MemoryTableDevice device(desk);
         OriginalGammaStore nothing({});
         RememberedDisplays displays(device, nothing, scheduler);
-        displays.begin(RememberedDisplays::Beginning::looking);
+        displays.begin(LastingDisplays::Beginning::looking);
         const auto list = displays.list().value();
         return std::ranges::find(list, connector(index), &DisplayDescription::name)->id;
     }

@@ -83,7 +83,7 @@ TEST(OriginalGammaStoreTest, SuccessorWithoutAFileTakesNothingForTheDisplaysOwn)
     EngineWorld world;
     world.run->launch(kDark);
     std::filesystem::remove_all(world.folder.home);
-    world.crashAndStart().launch(kDark, RememberedDisplays::Beginning::goingOn);
+    world.crashAndStart().launch(kDark, LastingDisplays::Beginning::goingOn);
     ASSERT_TRUE(world.run->quit());
     EXPECT_TRUE(world.shows(GammaTable::identity()));
 }
@@ -93,7 +93,7 @@ TEST(OriginalGammaStoreTest, SuccessorKeepsWhatIsOnScreenAndKnowsWhatToGiveBack)
     world.run->launch(kDark);
     world.desk.log.clear();
     auto& successor = world.crashAndStart();
-    successor.launch(kDark, RememberedDisplays::Beginning::goingOn);
+    successor.launch(kDark, LastingDisplays::Beginning::goingOn);
     for (const auto& write : world.desk.log) EXPECT_EQ(write.levels, toLevels(kDark, write.levels.size()));
     EXPECT_TRUE(world.shows(kDark));
     EXPECT_EQ(saved(homeFile(world)).size(), 2U);

@@ -26,7 +26,7 @@ struct DisplayBenchMaker {
 /// A desk, and clients of it one after the other.
 class DisplayContract : public ::testing::TestWithParam<DisplayBenchMaker> {
 protected:
-    using Beginning = RememberedDisplays::Beginning;
+    using Beginning = LastingDisplays::Beginning;
 
     void SetUp() override {
         bench = GetParam().make();

@@ -30,7 +30,7 @@ struct FilterWorld {
     }
 
     FilterState& start() {
-        displays.begin(RememberedDisplays::Beginning::afresh);
+        displays.begin(LastingDisplays::Beginning::afresh);
         state.emplace(parts());
         return *state;
     }

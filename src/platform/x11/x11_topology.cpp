@@ -117,7 +117,7 @@ struct Profiles {
 
 }  // namespace
 
-Error disconnected() { return Error{ErrorCode::Disconnected, std::string(textKey("the X server is gone").english)}; }
+Error disconnected() { return Error{ErrorCode::Disconnected, std::string(textKey("the display server is gone").english)}; }
 
 Error waylandSession() {
     return Error{ErrorCode::Unsupported,

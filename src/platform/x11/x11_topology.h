@@ -38,7 +38,7 @@ struct ServerFacts {
 /// Errors: `Disconnected`.
 [[nodiscard]] Result<std::vector<RampLevels>> readLevels(const Connection& connection, std::span<const CrtcId> crtcs);
 
-/// "the X server is gone".
+/// "the display server is gone".
 [[nodiscard]] Error disconnected();
 
 /// A Wayland session's X server takes tables and does nothing with them.

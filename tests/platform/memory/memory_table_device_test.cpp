@@ -63,7 +63,7 @@ TEST(MemoryTableDeviceTest, CountsMirroredOutputsAsOneDisplay) {
     memory::VirtualScheduler scheduler;
     OriginalGammaStore store({});
     RememberedDisplays displays(device, store, scheduler);
-    displays.begin(RememberedDisplays::Beginning::looking);
+    displays.begin(LastingDisplays::Beginning::looking);
     ASSERT_EQ(displays.list()->size(), 1U);
     EXPECT_EQ(displays.list()->front().name, "DP-1");
 }

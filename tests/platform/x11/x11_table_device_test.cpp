@@ -114,7 +114,7 @@ class X11TableDeviceTest : public testing::DesktopTest {
 protected:
     /// A run with the filter on.
     RememberedDisplays& filter(float by = 0.5F) {
-        displays_.emplace(client().device(), store_, client().scheduler()).begin(RememberedDisplays::Beginning::afresh);
+        displays_.emplace(client().device(), store_, client().scheduler()).begin(LastingDisplays::Beginning::afresh);
         displays_->show(dimmed(by), Fade::none);
         return *displays_;
     }

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <functional>
+#include <utility>
+
+#include "app/hot_key_service.h"
+#include "base/localized.h"
+#include "display/grayscale_service.h"
+#include "display/last_word.h"
+
+// What answers for a port that a session cannot serve, and says so.
+
+namespace dravo {
+
+/// Displays that nobody has to give back: the compositor does it, or nothing was ever loaded.
+class NoLastWord final : public LastWord {
+public:
+    Result<void> open() override { return {}; }
+    void speak() override {}
+};
+
+class NoGrayscale final : public GrayscaleService {
+public:
+    Result<bool> isEnabled() override { return unsupported(); }
+    Result<void> setEnabled(bool) override { return unsupported(); }
+
+private:
+    static Error unsupported() { return {ErrorCode::Unsupported, "this desktop has no grayscale mode"}; }
+};
+
+/// A shortcut that nobody delivers to programs, for this reason.
+class NoHotKeys final : public HotKeyService {
+public:
+    explicit NoHotKeys(TextKey why) : why_(why) {}
+    Result<Subscription> registerHotKey(HotKey, std::function<void()>) override {
+        return Error{ErrorCode::Unsupported, std::string(why_.english)};
+    }
+
+private:
+    TextKey why_;
+};
+
+}  // namespace dravo

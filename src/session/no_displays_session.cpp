@@ -1,0 +1,29 @@
+#include "session/no_displays_session.h"
+
+namespace dravo {
+namespace {
+
+constexpr TextKey kNoWay = textKey("this Wayland session offers no way to tint the screen");
+constexpr TextKey kNoShortcut = textKey("in this Wayland session no key can be reserved for a program");
+
+}  // namespace
+
+Result<std::vector<DisplayDescription>> NoDisplaysSession::NoDisplays::list() {
+    return std::vector<DisplayDescription>{{DisplayId{1}, "Wayland", 0, DisplayState::noTable, Sentence{kNoWay}}};
+}
+
+std::vector<Result<GammaTable>> NoDisplaysSession::NoDisplays::held(std::span<const DisplayId> displays) {
+    return {displays.size(), Error{ErrorCode::Unsupported, std::string(kNoWay.english)}};
+}
+
+std::vector<PortReport> NoDisplaysSession::report() {
+    auto rows = reportOnDisplays();
+    rows.push_back({kShortcutPort, {}, {}, Sentence{kNoShortcut}, {}});
+    return rows;
+}
+
+std::unique_ptr<HotKeyService> NoDisplaysSession::makeHotKeys(DescriptorWatch&, Scheduler&) {
+    return std::make_unique<NoHotKeys>(kNoShortcut);
+}
+
+}  // namespace dravo
