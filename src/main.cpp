@@ -151,6 +151,8 @@ public:
     Result<PictureService*> pictures() override { return pictures::loadPictureModule(DRAVO_VERSION); }
 
     Result<LastingDisplays*> displaysToRestore() override {
+        // Where a look takes the displays, no run can have left anything on them.
+        if (session().isExclusive()) return nullptr;
         if (const auto connected = connect(); !connected) return connected.error();
         LastingDisplays* const lasting = session_->lasting();
         if (!lasting) return lasting;
@@ -173,10 +175,14 @@ public:
 private:
     static constexpr std::size_t kLargestZone = 1 << 20;
 
-    Result<void> connect() {
+    Session& session() {
         if (!session_) session_ = Session::choose(Session::Guarding::byCaller, std::getenv);
+        return *session_;
+    }
+
+    Result<void> connect() {
         if (!saved_) saved_.emplace(folder());
-        return session_->openDisplays(*saved_, loop_);
+        return session().openDisplays(*saved_, loop_);
     }
 
     std::optional<DefaultsValue> stored(std::string_view key) {

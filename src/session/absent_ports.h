@@ -12,6 +12,8 @@
 
 namespace dravo {
 
+inline constexpr TextKey kNoGrayscaleMode = textKey("this desktop has no grayscale mode");
+
 /// Displays that nobody has to give back: the compositor does it, or nothing was ever loaded.
 class NoLastWord final : public LastWord {
 public:
@@ -25,7 +27,7 @@ public:
     Result<void> setEnabled(bool) override { return unsupported(); }
 
 private:
-    static Error unsupported() { return {ErrorCode::Unsupported, "this desktop has no grayscale mode"}; }
+    static Error unsupported() { return {ErrorCode::Unsupported, std::string(kNoGrayscaleMode.english)}; }
 };
 
 /// A shortcut that nobody delivers to programs, for this reason.

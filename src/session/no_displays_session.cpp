@@ -17,9 +17,9 @@ std::vector<Result<GammaTable>> NoDisplaysSession::NoDisplays::held(std::span<co
 }
 
 std::vector<PortReport> NoDisplaysSession::report() {
-    auto rows = reportOnDisplays();
-    rows.push_back({kShortcutPort, {}, {}, Sentence{kNoShortcut}, {}});
-    return rows;
+    constexpr TextKey kElsewhere = textKey("The desktops where Dravo can do it are listed in its README");
+    return {{kDisplaysPort, {}, {{}, Sentence{kNoWay}, Sentence{kElsewhere}}},
+            {kGrayscalePort, {}, {{}, Sentence{kNoGrayscaleMode}}}};
 }
 
 std::unique_ptr<HotKeyService> NoDisplaysSession::makeHotKeys(DescriptorWatch&, Scheduler&) {

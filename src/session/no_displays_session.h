@@ -11,6 +11,8 @@ class NoDisplaysSession final : public Session {
 public:
     NoDisplaysSession() = default;
 
+    std::string backend() const override { return "wayland"; }
+    bool isExclusive() const override { return false; }
     LastWord& lastWord() override { return lastWord_; }
     Result<void> openDisplays(OriginalGammaStore&, Scheduler&) override { return {}; }
     Displays& displays() override { return displays_; }

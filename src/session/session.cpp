@@ -1,5 +1,6 @@
 #include "session/session.h"
 
+#include "session/absent_ports.h"
 #include "session/no_displays_session.h"
 #include "session/wayland_socket.h"
 #include "session/x11_session.h"
@@ -11,19 +12,34 @@ std::unique_ptr<Session> Session::choose(Guarding guarding, const Environment& e
     return std::make_unique<NoDisplaysSession>();
 }
 
-std::vector<PortReport> Session::reportOnDisplays() {
-    std::vector<PortReport> rows{{textKey("port.displays", "displays"), {}, displays().backend(), {}, {}}};
+std::vector<PortReport> Session::report() {
+    std::vector<PortReport> rows{{kDisplaysPort, {}, {backend()}}};
     const auto list = displays().list();
     if (!list) {
-        rows.front().problem = Sentence{textKey("the display server is gone")};
+        rows.front().finding = {{}, Sentence{textKey("the display server is gone")}};
         return rows;
     }
-    for (const auto& display : *list)
-        rows.push_back({textKey("port.display", "display"), display.name, displays().backend(), display.problem, {}});
-    PortReport gray{textKey("port.grayscale", "grayscale"), {}, displays().backend(), {}, {}};
-    if (!grayscale().isEnabled()) gray.problem = Sentence{textKey("this desktop has no grayscale mode")};
-    rows.push_back(gray);
+    for (const auto& display : *list) rows.push_back({kDisplayPort, display.name, {backend(), display.problem}});
+    rows.push_back({kGrayscalePort, {}, {backend()}});
+    if (!grayscale().isEnabled()) rows.back().finding = {{}, Sentence{kNoGrayscaleMode}};
     return rows;
+}
+
+std::vector<PortReport> Session::look(OriginalGammaStore& store, Scheduler& scheduler) {
+    if (isExclusive()) {
+        constexpr TextKey kStart = textKey(
+            "Start Dravo: only the program that filters the displays can tell of each, as a look would take them from "
+            "it");
+        return {{kDisplaysPort, {}, {backend(), {}, Sentence{kStart}}}};
+    }
+    if (const auto opened = openDisplays(store, scheduler); !opened) {
+        constexpr TextKey kStart = textKey("Start it inside your desktop's session");
+        Finding finding = findingOf(opened.error());
+        finding.remedy = Sentence{kStart};
+        return {{kDisplaysPort, {}, finding}};
+    }
+    if (auto* const kept = lasting()) kept->begin(LastingDisplays::Beginning::looking);
+    return report();
 }
 
 }  // namespace dravo

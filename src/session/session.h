@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "app/hot_key_service.h"
+#include "app/port_report.h"
 #include "base/descriptor_watch.h"
 #include "base/environment.h"
-#include "base/localized.h"
 #include "base/result.h"
 #include "base/scheduler.h"
 #include "display/grayscale_service.h"
@@ -16,15 +16,6 @@
 #include "display/original_gamma_store.h"
 
 namespace dravo {
-
-/// Whether something that the program asks of the desktop works here, for a person who wonders why it does not.
-struct PortReport {
-    TextKey port;         ///< What is served, e.g. "the shortcut".
-    std::string display;  ///< Which display, where it is one's own; else empty.
-    std::string adapter;  ///< What serves it, e.g. "x11"; empty where nothing does.
-    Sentence problem;     ///< Why it does not work; empty when it does.
-    Sentence remedy;      ///< What the person can do about it; may be empty.
-};
 
 /// What serves the ports that depend on the kind of session: the displays, what can still be said for them at a sudden
 /// end, gray, and the shortcut. Nobody but this folder and the composition root names their adapters.
@@ -46,6 +37,13 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
+    /// Which kind this is, as `Displays::backend` says it.
+    [[nodiscard]] virtual std::string backend() const = 0;
+
+    /// Whether opening the displays takes them from whoever has them: a command then asks the running program instead
+    /// of opening them itself.
+    [[nodiscard]] virtual bool isExclusive() const = 0;
+
     /// For the guard, before the displays are opened. REQUIRES: `byLastWord`.
     [[nodiscard]] virtual LastWord& lastWord() = 0;
 
@@ -66,20 +64,17 @@ public:
     /// Starts to listen for what the displays' server tells.
     virtual void listen(DescriptorWatch& watch, Scheduler& scheduler) = 0;
 
-    /// A row for each port served here, and one for each display.
-    [[nodiscard]] virtual std::vector<PortReport> report() = 0;
+    /// How the displays, each of them, and gray are served.
+    [[nodiscard]] virtual std::vector<PortReport> report();
 
     /// Needs no displays.
     [[nodiscard]] virtual std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) = 0;
 
+    /// For a command: the same as `report`, from a look at displays that were not opened yet. Takes none from anybody.
+    [[nodiscard]] std::vector<PortReport> look(OriginalGammaStore& store, Scheduler& scheduler);
+
 protected:
     Session() = default;
-
-    /// The rows of `report` that are told alike in every session: the displays, each of them, and gray.
-    [[nodiscard]] std::vector<PortReport> reportOnDisplays();
 };
-
-/// The port of `PortReport` for the shortcut.
-inline constexpr TextKey kShortcutPort = textKey("port.shortcut", "shortcut");
 
 }  // namespace dravo

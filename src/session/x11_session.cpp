@@ -25,12 +25,6 @@ Result<void> X11Session::openDisplays(OriginalGammaStore& store, Scheduler& sche
     return {};
 }
 
-std::vector<PortReport> X11Session::report() {
-    auto rows = reportOnDisplays();
-    rows.push_back({kShortcutPort, {}, displays_->backend(), {}, {}});
-    return rows;
-}
-
 std::unique_ptr<HotKeyService> X11Session::makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) {
     return std::make_unique<x11::X11HotKeyService>(kUsualServer, watch, scheduler);
 }

@@ -15,6 +15,8 @@ class X11Session final : public Session {
 public:
     explicit X11Session(Guarding guarding);
 
+    std::string backend() const override { return "x11"; }
+    bool isExclusive() const override { return false; }
     LastWord& lastWord() override { return *emergency_; }
     Result<void> openDisplays(OriginalGammaStore& store, Scheduler& scheduler) override;
     Displays& displays() override { return *displays_; }
@@ -22,7 +24,6 @@ public:
     GrayscaleService& grayscale() override { return device_->grayscale(); }
     bool isGuarded() const override { return device_->isGuarded(); }
     void listen(DescriptorWatch& watch, Scheduler& scheduler) override { device_->listen(watch, scheduler); }
-    std::vector<PortReport> report() override;
     std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) override;
 
 private:
