@@ -22,7 +22,6 @@
 #include "display/grayscale_switch.h"
 #include "filter/custom_preset_store.h"
 #include "filter/preferences_store.h"
-#include "filter_run.h"
 #include "platform/dbus/bus_control_client.h"
 #include "platform/files/preferences_text.h"
 #include "platform/files/toml_user_defaults.h"
@@ -33,6 +32,7 @@
 #include "platform/posix/system_calendar.h"
 #include "platform/posix/termination_guard.h"
 #include "platform/posix/zone_position.h"
+#include "run/filter_run.h"
 #include "session/session.h"
 
 namespace {

@@ -8,10 +8,11 @@
 
 namespace dravo {
 
+void report(std::string_view sentence) { std::fputs(saidBy("dravo", sentence).c_str(), stderr); }
+
 void reportOnce(std::string_view cause, std::string_view sentence) {
     static std::set<std::string, std::less<>> reported;
-    if (!reported.emplace(cause).second) return;
-    std::fputs(saidBy("dravo", sentence).c_str(), stderr);
+    if (reported.emplace(cause).second) report(sentence);
 }
 
 }  // namespace dravo

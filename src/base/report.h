@@ -4,10 +4,11 @@
 
 namespace dravo {
 
-/// Writes one line, "dravo: " and `sentence`, to standard error, once per `cause` and run: what a person should know
-/// and nobody may be bothered with twice. Never a dialog, never more than a line.
-///
-/// Thread: main thread.
+/// Writes one line, "dravo: " and `sentence`, to standard error: what a person should know. Never a dialog, never more
+/// than a line. Thread: any.
+void report(std::string_view sentence);
+
+/// The same once per `cause` and run: nobody is bothered with it twice. Thread: main thread.
 void reportOnce(std::string_view cause, std::string_view sentence);
 
 }  // namespace dravo
