@@ -94,23 +94,23 @@ const Formats& formats() {
 
 void adoptInterfaceLocale() {
     const InterfaceLocale locale = interfaceLocale();
-    QLocale::setDefault(QLocale(QString::fromStdString(locale.times)));
-    QGuiApplication::setLayoutDirection(QLocale(QString::fromStdString(locale.language)).textDirection());
+    QLocale::setDefault(QLocale(toQt(locale.times)));
+    QGuiApplication::setLayoutDirection(QLocale(toQt(locale.language)).textDirection());
 }
 
-QString text(std::string_view key, std::string_view english) { return QString::fromStdString(localized(key, english)); }
+QString text(std::string_view key, std::string_view english) { return toQt(localized(key, english)); }
 
 QString text(std::string_view english) { return text(english, english); }
 
-QString text(const TextKey& key) { return QString::fromStdString(localized(key)); }
+QString text(const TextKey& key) { return toQt(localized(key)); }
 
 QString countText(std::string_view key, std::string_view one, std::string_view other, std::uint64_t count) {
     const std::string number = decimalText(static_cast<double>(count), 0).toStdString();
-    return QString::fromStdString(dravo::filled(localizedCount(key, one, other, count), {number}));
+    return toQt(dravo::filled(localizedCount(key, one, other, count), {number}));
 }
 
 QString filled(const QString& text, const QString& first, const QString& second) {
-    return QString::fromStdString(dravo::filled(text.toStdString(), {first.toStdString(), second.toStdString()}));
+    return toQt(dravo::filled(text.toStdString(), {first.toStdString(), second.toStdString()}));
 }
 
 QString percentText(double fraction, bool isSigned) {
@@ -140,7 +140,7 @@ ShortcutText shortcutText(std::int64_t keyCode, std::int64_t modifiers, const QF
     constexpr QChar kEnd(0x2069);
     // Digits in a name are those on the key.
     const auto written = [&](const std::string& text) {
-        const QString plain = QString::fromStdString(text);
+        const QString plain = toQt(text);
         return hasName(keyCode) ? plain : inOwnDigits(plain);
     };
     const QString signs = written(displayString(keyCode, modifiers));

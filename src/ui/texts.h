@@ -17,6 +17,9 @@ namespace dravo::ui {
 /// Makes the toolkit write in the interface's direction, and its own times in the interface's form.
 void adoptInterfaceLocale();
 
+/// A text of the program's as the toolkit has it.
+[[nodiscard]] inline QString toQt(const std::string& text) { return QString::fromStdString(text); }
+
 /// The text for `key`, else `english`; the second form is for texts whose key is the text itself, the third for those
 /// that stand in a table.
 [[nodiscard]] QString text(std::string_view key, std::string_view english);

@@ -6,6 +6,7 @@
 #include <QToolTip>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace dravo::ui {
 
@@ -47,47 +48,46 @@ QColor readableInk(const QColor& fill) {
     return contrastRatio(tinted, fill) >= kTextContrast ? tinted : QColor(Qt::black);
 }
 
-Theme darkTheme() {
-    Theme t;
-    t.isDark = true;
-    t.panel = QColor(0x1c, 0x1b, 0x1f);
-    t.raised = QColor(0x2a, 0x29, 0x2e);
-    t.sunk = QColor(0x15, 0x14, 0x17);
-    t.pressed = withAlpha(Qt::white, 0.14);
-    t.text = QColor(0xe9, 0xe6, 0xea);
-    t.hairline = withAlpha(Qt::white, 0.10);
-    t.accent = QColor(0xe0, 0xa3, 0x6b);
-    t.knob = QColor(0xf3, 0xf0, 0xf4);
-    t.green = QColor(0x7f, 0xcf, 0x9a);
-    t.orange = QColor(0xe8, 0xa4, 0x5f);
-    t.red = QColor(0xef, 0x8d, 0x84);
-    t.shadow = withAlpha(Qt::black, 0.45);
-    t.curveRed = QColor(0xe5, 0x74, 0x6a);
-    t.curveGreen = QColor(0x74, 0xc0, 0x8a);
-    t.curveBlue = QColor(0x6f, 0x9b, 0xe8);
-    return t;
-}
+struct Shade {
+    QRgb colour;
+    double opacity = 1;
+};
 
-Theme lightTheme() {
-    Theme t;
-    t.isDark = false;
-    t.panel = QColor(0xf6, 0xf4, 0xf2);
-    t.raised = Qt::white;
-    t.sunk = QColor(0xec, 0xea, 0xe7);
-    t.pressed = withAlpha(Qt::black, 0.13);
-    t.text = QColor(0x1f, 0x1d, 0x21);
-    t.hairline = withAlpha(Qt::black, 0.10);
-    t.accent = QColor(0xb0, 0x62, 0x2a);
-    t.knob = Qt::white;
-    t.green = QColor(0x1f, 0x6d, 0x45);
-    t.orange = QColor(0x8f, 0x53, 0x10);
-    t.red = QColor(0xb3, 0x37, 0x2c);
-    t.shadow = withAlpha(Qt::black, 0.30);
-    t.curveRed = QColor(0xc9, 0x4f, 0x44);
-    t.curveGreen = QColor(0x2f, 0x8a, 0x55);
-    t.curveBlue = QColor(0x3f, 0x6f, 0xc8);
-    return t;
-}
+struct Token {
+    QColor Theme::*colour;
+    Shade dark;
+    Shade light;
+};
+
+constexpr Token kTokens[] = {
+    {&Theme::panel, {0x1c1b1f}, {0xf6f4f2}},
+    {&Theme::raised, {0x2a292e}, {0xffffff}},
+    {&Theme::sunk, {0x151417}, {0xeceae7}},
+    {&Theme::pressed, {0xffffff, 0.14}, {0x000000, 0.13}},
+    {&Theme::text, {0xe9e6ea}, {0x1f1d21}},
+    {&Theme::secondary, {0xe9e6ea, 0.66}, {0x1f1d21, 0.72}},
+    {&Theme::hairline, {0xffffff, 0.10}, {0x000000, 0.10}},
+    {&Theme::accent, {0xe0a36b}, {0xb0622a}},
+    {&Theme::knob, {0xf3f0f4}, {0xffffff}},
+    {&Theme::green, {0x7fcf9a}, {0x1f6d45}},
+    {&Theme::orange, {0xe8a45f}, {0x8f5310}},
+    {&Theme::red, {0xef8d84}, {0xb3372c}},
+    {&Theme::shadow, {0x000000, 0.45}, {0x000000, 0.30}},
+    {&Theme::curveRed, {0xe5746a}, {0xc94f44}},
+    {&Theme::curveGreen, {0x74c08a}, {0x2f8a55}},
+    {&Theme::curveBlue, {0x6f9be8}, {0x3f6fc8}},
+};
+
+struct Lettering {
+    double pixels;
+    QFont::Weight weight;
+};
+
+/// In the order of `TextStyle`.
+constexpr Lettering kLettering[] = {
+    {15, QFont::DemiBold}, {13, QFont::DemiBold},   {13, QFont::Normal},
+    {11.5, QFont::Normal}, {11.5, QFont::DemiBold}, {10.5, QFont::Normal},
+};
 
 /// The surface on which a text colour has the least contrast.
 QColor hardestGround(const Theme& t) { return t.isDark ? t.raised : t.sunk; }
@@ -123,10 +123,14 @@ QString css(const QColor& colour) {
 }  // namespace
 
 Theme Theme::of(const Appearance& appearance) {
-    Theme t = appearance.scheme == Appearance::Scheme::light ? lightTheme() : darkTheme();
+    Theme t;
+    t.isDark = appearance.scheme != Appearance::Scheme::light;
     t.reducedMotion = appearance.reducedMotion;
+    for (const auto& [colour, dark, light] : kTokens) {
+        const Shade& shade = t.isDark ? dark : light;
+        t.*colour = withAlpha(QColor(shade.colour), shade.opacity);
+    }
     if (appearance.accent) t.accent = QColor((*appearance.accent)[0], (*appearance.accent)[1], (*appearance.accent)[2]);
-    t.secondary = withAlpha(t.text, t.isDark ? 0.66 : 0.72);
     if (appearance.highContrast) {
         t.text = t.isDark ? Qt::white : Qt::black;
         t.secondary = withAlpha(t.text, 0.9);
@@ -141,22 +145,17 @@ Theme Theme::of(const Appearance& appearance) {
 
 QPalette Theme::palette() const {
     QPalette p;
-    p.setColor(QPalette::Window, panel);
-    p.setColor(QPalette::Base, sunk);
-    p.setColor(QPalette::Button, raised);
-    p.setColor(QPalette::WindowText, text);
-    p.setColor(QPalette::Text, text);
-    p.setColor(QPalette::ButtonText, text);
-    p.setColor(QPalette::PlaceholderText, laidOver(secondary, sunk));
-    p.setColor(QPalette::Link, accentText);
-    p.setColor(QPalette::BrightText, green);
-    p.setColor(QPalette::LinkVisited, orange);
-    p.setColor(QPalette::Midlight, red);
-    p.setColor(QPalette::Mid, laidOver(hairline, panel));
-    p.setColor(QPalette::Highlight, accent);
-    p.setColor(QPalette::HighlightedText, onAccent);
-    p.setColor(QPalette::ToolTipBase, raised);
-    p.setColor(QPalette::ToolTipText, text);
+    const std::pair<QPalette::ColorRole, QColor> colours[] = {
+        {QPalette::Window, panel},          {QPalette::Base, sunk},
+        {QPalette::Button, raised},         {QPalette::Text, text},
+        {QPalette::ButtonText, text},       {QPalette::Mid, laidOver(hairline, panel)},
+        {QPalette::Highlight, accent},      {QPalette::HighlightedText, onAccent},
+        {QPalette::ToolTipBase, raised},    {QPalette::ToolTipText, text},
+        {roleOf(Tone::plain), text},        {roleOf(Tone::secondary), laidOver(secondary, sunk)},
+        {roleOf(Tone::accent), accentText}, {roleOf(Tone::green), green},
+        {roleOf(Tone::orange), orange},     {roleOf(Tone::red), red},
+    };
+    for (const auto& [role, colour] : colours) p.setColor(role, colour);
     return p;
 }
 
@@ -186,29 +185,18 @@ void setTheme(const Theme& theme) {
     QToolTip::setFont(fontOf(TextStyle::caption));
 }
 
+QPalette::ColorRole roleOf(Tone tone) {
+    constexpr QPalette::ColorRole kRoles[] = {QPalette::WindowText, QPalette::PlaceholderText, QPalette::Link,
+                                              QPalette::BrightText, QPalette::LinkVisited,     QPalette::Midlight};
+    return kRoles[static_cast<std::size_t>(tone)];
+}
+
 QFont fontOf(TextStyle style) {
     QFont font = typeface().font;
+    const auto& [pixels, weight] = kLettering[static_cast<std::size_t>(style)];
     // Sizes between two pixels are points at 96 dpi: 0.75 points are a pixel.
-    const auto pixels = [&](double size) { font.setPointSizeF(size * 0.75 * typeface().scale); };
-    switch (style) {
-        case TextStyle::headline:
-            pixels(15);
-            break;
-        case TextStyle::title:
-        case TextStyle::body:
-            pixels(13);
-            break;
-        case TextStyle::caption:
-        case TextStyle::captionStrong:
-            pixels(11.5);
-            break;
-        case TextStyle::caption2:
-            pixels(10.5);
-            break;
-    }
-    const bool isStrong =
-        style == TextStyle::headline || style == TextStyle::title || style == TextStyle::captionStrong;
-    font.setWeight(isStrong ? QFont::DemiBold : QFont::Normal);
+    font.setPointSizeF(pixels * 0.75 * typeface().scale);
+    font.setWeight(weight);
     return font;
 }
 

@@ -12,6 +12,9 @@ namespace dravo::ui {
 /// Text by its role in the panel.
 enum class TextStyle { headline, title, body, caption, captionStrong, caption2 };
 
+/// What a text's colour says.
+enum class Tone { plain, secondary, accent, green, orange, red };
+
 /// Every colour, size and font of the panel: nothing else names one. Lengths are pixels at scale 1.
 ///
 /// Thread: main thread.
@@ -26,6 +29,10 @@ struct Theme {
     static constexpr int kTarget = 24;  ///< The least side of what can be clicked.
     static constexpr int kIcon = 16;
     static constexpr int kSmallIcon = 14;
+
+    // The same in both schemes: nobody tells a program how bright the desktop's bar is.
+    static constexpr QRgb kTrayGlyph = qRgb(240, 236, 241);
+    static constexpr QRgb kTrayEdge = qRgba(20, 18, 22, 150);
 
     bool isDark = true;
     bool reducedMotion = false;
@@ -55,8 +62,7 @@ struct Theme {
     /// until text in it and on it has 4.5:1, and a fill of it 3:1 against the panel.
     [[nodiscard]] static Theme of(const Appearance& appearance);
 
-    /// Text colours under the palette's roles, so that labels follow a change by themselves: `WindowText` text,
-    /// `PlaceholderText` secondary, `Link` accent, `BrightText` green, `LinkVisited` orange, `Midlight` red.
+    /// Text colours stand under the roles of their tones, so that labels follow a change by themselves.
     [[nodiscard]] QPalette palette() const;
 
     /// For the toolkit's own menus and scroll bars: set on each, since a style sheet over all windows slows all of
@@ -71,6 +77,9 @@ struct Theme {
 void setTheme(const Theme& theme);
 
 [[nodiscard]] QFont fontOf(TextStyle style);
+
+/// The palette's role for a tone.
+[[nodiscard]] QPalette::ColorRole roleOf(Tone tone);
 
 /// How many times larger than at scale 1 text is, where the toolkit does not enlarge everything alike.
 [[nodiscard]] double textScale();

@@ -2,11 +2,10 @@
 
 #include <QAccessible>
 #include <QKeyEvent>
-#include <QPainter>
 #include <algorithm>
 #include <cmath>
 
-#include "ui/controls/knob.h"
+#include "ui/controls/control_painter.h"
 
 namespace dravo::ui {
 
@@ -18,8 +17,9 @@ constexpr int kNotch = 120;
 
 }  // namespace
 
-AdjustmentSlider::AdjustmentSlider(AdjustmentRange range, Steps steps, const QString& name, QWidget* parent)
-    : QWidget(parent), range_(range), steps_(steps) {
+AdjustmentSlider::AdjustmentSlider(AdjustmentRange range, Steps steps, const QString& name,
+                                   std::function<void(double)> onInput)
+    : range_(range), steps_(steps), onInput_(std::move(onInput)) {
     setAccessibleName(name);
     setFocusPolicy(Qt::StrongFocus);  // not by the wheel: it would take over the scrolling
     setAttribute(Qt::WA_Hover);
@@ -36,7 +36,7 @@ void AdjustmentSlider::setValue(double value, const QString& valueText) {
 }
 
 void AdjustmentSlider::input(double value) {
-    if (!std::isfinite(value) || !onInput_) return;
+    if (!std::isfinite(value)) return;
     // What comes before the next redraw starts from here.
     value_ = std::clamp(value, range_.lowest, range_.highest);
     update();
@@ -57,31 +57,25 @@ double AdjustmentSlider::valueAt(qreal x) const {
 }
 
 void AdjustmentSlider::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
+    ControlPainter painter(this);
     const Theme& t = theme();
-    if (!isEnabled()) painter.setOpacity(0.4);
     const qreal middle = height() / 2.0;
     const QRectF track(0, middle - kTrack / 2, width(), kTrack);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(t.pressed);
-    painter.drawRoundedRect(track, kTrack / 2, kTrack / 2);
+    painter.fill(track, kTrack / 2, t.pressed);
     // A range with both signs fills from its zero.
     const bool hasSigns = range_.lowest < 0 && range_.highest > 0;
     const qreal edge = isRightToLeft() ? width() : 0;
     const qreal from = hasSigns ? xOf(0) : edge;
     const qreal to = xOf(value_);
-    painter.setBrush(t.accent);
-    painter.drawRoundedRect(
-        QRectF(QPointF(std::min(from, to), track.top()), QPointF(std::max(from, to), track.bottom())), kTrack / 2,
-        kTrack / 2);
+    painter.fill(QRectF(QPointF(std::min(from, to), track.top()), QPointF(std::max(from, to), track.bottom())),
+                 kTrack / 2, t.accent);
     const QRectF knob(to - kKnob / 2, middle - kKnob / 2, kKnob, kKnob);
     if (isEnabled() && (isDragging_ || underMouse())) {
         painter.setBrush(t.pressed);
         painter.drawEllipse(knob.adjusted(-2, -2, 2, 2));
     }
-    drawKnob(painter, knob);
-    if (focus_.isShown()) drawFocusRing(painter, knob.adjusted(-2, -2, 2, 2), kKnob / 2 + 1);
+    painter.drawKnob(knob);
+    if (focus_.isShown()) painter.drawFocusRing(knob.adjusted(-2, -2, 2, 2), kKnob / 2 + 1);
 }
 
 void AdjustmentSlider::mousePressEvent(QMouseEvent* event) {
@@ -150,16 +144,6 @@ void AdjustmentSlider::keyPressEvent(QKeyEvent* event) {
         default:
             QWidget::keyPressEvent(event);
     }
-}
-
-void AdjustmentSlider::focusInEvent(QFocusEvent* event) {
-    focus_.note(*event);
-    QWidget::focusInEvent(event);
-}
-
-void AdjustmentSlider::focusOutEvent(QFocusEvent* event) {
-    focus_.note(*event);
-    QWidget::focusOutEvent(event);
 }
 
 }  // namespace dravo::ui

@@ -19,12 +19,11 @@ public:
         double large = 0.1;   ///< Page keys.
     };
 
-    AdjustmentSlider(AdjustmentRange range, Steps steps, const QString& name, QWidget* parent = nullptr);
+    /// `onInput` gets every value that a person sets, within the range.
+    AdjustmentSlider(AdjustmentRange range, Steps steps, const QString& name, std::function<void(double)> onInput);
 
     /// What it shows; `valueText` is what a screen reader says.
     void setValue(double value, const QString& valueText);
-    /// `handler` gets every value that a person sets, within the range.
-    void onInput(std::function<void(double)> handler) { onInput_ = std::move(handler); }
     /// The value that a double click sets.
     void setResetValue(std::function<double()> value) { resetValue_ = std::move(value); }
 
@@ -46,8 +45,6 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
 
 private:
     void stepBy(double step, int count);
@@ -60,7 +57,7 @@ private:
     QString valueText_;
     std::function<void(double)> onInput_;
     std::function<double()> resetValue_;
-    KeyboardFocus focus_;
+    KeyboardFocus focus_{this};
     bool isDragging_ = false;
     qreal grip_ = 0;     ///< where on the knob it was taken
     int wheelTurn_ = 0;  ///< eighths of a degree not yet turned into steps

@@ -3,7 +3,9 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QKeyEvent>
-#include <QPainter>
+#include <utility>
+
+#include "ui/controls/control_painter.h"
 
 namespace dravo::ui {
 
@@ -13,7 +15,6 @@ constexpr int kIconButtonRadius = 6;
 constexpr int kSidePadding = 10;
 constexpr int kPrimarySidePadding = 14;
 constexpr int kButtonHeight = 24;
-constexpr qreal kDisabledOpacity = 0.4;
 constexpr int kChevronGap = 5;
 
 bool lastInputWasKey = false;
@@ -32,25 +33,19 @@ public:
 
 void KeyboardFocus::watchInput() { qApp->installEventFilter(new LastInput(qApp)); }
 
-void KeyboardFocus::note(const QFocusEvent& event) {
+bool KeyboardFocus::eventFilter(QObject*, QEvent* event) {
+    const bool isFocusEvent = event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut;
     // A menu that comes and goes leaves the look as it was.
-    if (event.reason() != Qt::PopupFocusReason) isShown_ = event.gotFocus() && lastInputWasKey;
+    if (isFocusEvent && static_cast<QFocusEvent*>(event)->reason() != Qt::PopupFocusReason)
+        isShown_ = event->type() == QEvent::FocusIn && lastInputWasKey;
+    return false;
 }
 
-void drawFocusRing(QPainter& painter, const QRectF& place, qreal radius) {
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(theme().accentText, 2));
-    painter.drawRoundedRect(place.adjusted(1, 1, -1, -1), radius, radius);
-}
-
-Button::Button(QWidget* parent) : QAbstractButton(parent) {
+Button::Button(std::function<void()> action) {
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_Hover);
     setFont(fontOf(TextStyle::body));
-}
-
-void Button::onClick(std::function<void()> action) {
-    connect(this, &QAbstractButton::clicked, this, [act = std::move(action)] { act(); });
+    if (action) connect(this, &QAbstractButton::clicked, this, std::move(action));
 }
 
 void Button::setExpanded(bool isExpanded) {
@@ -63,16 +58,6 @@ void Button::setExpanded(bool isExpanded) {
     QAccessible::updateAccessibility(&event);
 }
 
-void Button::focusInEvent(QFocusEvent* event) {
-    focus_.note(*event);
-    QAbstractButton::focusInEvent(event);
-}
-
-void Button::focusOutEvent(QFocusEvent* event) {
-    focus_.note(*event);
-    QAbstractButton::focusOutEvent(event);
-}
-
 void Button::keyPressEvent(QKeyEvent* event) {
     const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (isEnter && !event->isAutoRepeat()) {
@@ -82,7 +67,8 @@ void Button::keyPressEvent(QKeyEvent* event) {
     }
 }
 
-IconButton::IconButton(Icon icon, const QString& toolTip, QWidget* parent) : Button(parent), icon_(icon) {
+IconButton::IconButton(Icon icon, const QString& toolTip, std::function<void()> action)
+    : Button(std::move(action)), icon_(icon) {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setIcon(icon, toolTip);
 }
@@ -95,21 +81,16 @@ void IconButton::setIcon(Icon icon, const QString& toolTip) {
 }
 
 void IconButton::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    if (!isEnabled()) painter.setOpacity(kDisabledOpacity);
-    if (isHot()) {
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(theme().pressed);
-        painter.drawRoundedRect(rect(), kIconButtonRadius, kIconButtonRadius);
-    }
+    ControlPainter painter(this);
+    if (isHot()) painter.fill(rect(), kIconButtonRadius, theme().pressed);
     QRect place(0, 0, Theme::kIcon, Theme::kIcon);
     place.moveCenter(rect().center());
     drawIcon(painter, icon_, place, isHot() ? theme().text : theme().secondary);
-    if (showsFocus()) drawFocusRing(painter, rect(), kIconButtonRadius);
+    if (showsFocus()) painter.drawFocusRing(rect(), kIconButtonRadius);
 }
 
-PushButton::PushButton(const QString& text, Kind kind, QWidget* parent) : Button(parent), kind_(kind) {
+PushButton::PushButton(const QString& text, Kind kind, std::function<void()> action)
+    : Button(std::move(action)), kind_(kind) {
     setText(text);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     const bool isStrong = kind == Kind::primary || kind == Kind::destructive;
@@ -143,30 +124,21 @@ QColor PushButton::ink() const {
 }
 
 void PushButton::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    if (!isEnabled()) painter.setOpacity(kDisabledOpacity);
+    ControlPainter painter(this);
     const Theme& t = theme();
-    const QRectF face = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-    if (kind_ != Kind::link) {
-        painter.setPen(kind_ == Kind::primary ? QPen(Qt::NoPen) : QPen(t.hairline, 1));
-        painter.setBrush(kind_ == Kind::primary ? t.accent : t.raised);
-        painter.drawRoundedRect(face, Theme::kControlRadius, Theme::kControlRadius);
-        if (isHot()) {
-            painter.setPen(Qt::NoPen);
-            painter.setBrush(t.pressed);
-            painter.drawRoundedRect(face, Theme::kControlRadius, Theme::kControlRadius);
-        }
-    }
+    const QRectF face = edgeOf(rect());
+    if (kind_ == Kind::primary) painter.fill(face, Theme::kControlRadius, t.accent);
+    if (kind_ == Kind::plain || kind_ == Kind::destructive) painter.fillOutlined(face, Theme::kControlRadius, t.raised);
+    if (kind_ != Kind::link && isHot()) painter.fill(face, Theme::kControlRadius, t.pressed);
     QFont lettering = font();
     lettering.setUnderline(kind_ == Kind::link && isHot());
     painter.setFont(lettering);
     painter.setPen(ink());
     painter.drawText(rect(), Qt::AlignCenter, text());
-    if (showsFocus()) drawFocusRing(painter, rect(), Theme::kControlRadius);
+    if (showsFocus()) painter.drawFocusRing(rect(), Theme::kControlRadius);
 }
 
-DisclosureButton::DisclosureButton(const QString& title, QWidget* parent) : Button(parent) {
+DisclosureButton::DisclosureButton(const QString& title, std::function<void()> action) : Button(std::move(action)) {
     setText(title);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setExpanded(false);
@@ -177,8 +149,7 @@ QSize DisclosureButton::sizeHint() const {
 }
 
 void DisclosureButton::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
+    ControlPainter painter(this);
     const Theme& t = theme();
     const bool mirrored = isRightToLeft();
     const QRect chevron(mirrored ? width() - Theme::kSmallIcon : 0, (height() - Theme::kSmallIcon) / 2,
@@ -192,7 +163,7 @@ void DisclosureButton::paintEvent(QPaintEvent*) {
     painter.setPen(t.text);
     const int offset = Theme::kSmallIcon + kChevronGap;
     painter.drawText(rect().adjusted(mirrored ? 0 : offset, 0, mirrored ? -offset : 0, 0), kLeadingAlignment, text());
-    if (showsFocus()) drawFocusRing(painter, rect(), kIconButtonRadius);
+    if (showsFocus()) painter.drawFocusRing(rect(), kIconButtonRadius);
 }
 
 }  // namespace dravo::ui

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QAbstractButton>
-#include <QFocusEvent>
 #include <functional>
 #include <optional>
 
@@ -10,21 +9,21 @@
 
 namespace dravo::ui {
 
-/// Whether a control's focus is to be shown: when it came while the person was using the keyboard.
-class KeyboardFocus {
+/// Whether a control's focus is to be shown: when it came while the person was using the keyboard. A member of the
+/// control.
+class KeyboardFocus : public QObject {
 public:
+    explicit KeyboardFocus(QWidget* control) { control->installEventFilter(this); }
+
     /// Notes from now on whether the program was last used by key or by pointer. Once, with the application.
     static void watchInput();
 
-    void note(const QFocusEvent& event);
     [[nodiscard]] bool isShown() const { return isShown_; }
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     bool isShown_ = false;
 };
-
-/// Draws the ring that marks the keyboard's focus, inside `place`.
-void drawFocusRing(QPainter& painter, const QRectF& place, qreal radius);
 
 /// What all buttons of the panel share: hover, pressed, disabled and focus looks, and Enter as well as Space.
 ///
@@ -33,10 +32,8 @@ class Button : public QAbstractButton {
     Q_OBJECT
 
 public:
-    explicit Button(QWidget* parent = nullptr);
-
-    /// Calls `action` on every click, by mouse, keyboard or assistive technology.
-    void onClick(std::function<void()> action);
+    /// `action`, if any, is called on every click, by mouse, keyboard or assistive technology.
+    explicit Button(std::function<void()> action = {});
 
     /// For assistive technology: that a click opens a menu, and whether what a click unfolds is unfolded now.
     void setOpensMenu() { opensMenu_ = true; }
@@ -46,15 +43,13 @@ public:
     [[nodiscard]] bool isExpanded() const { return expanded_.value_or(false); }
 
 protected:
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
     [[nodiscard]] bool showsFocus() const { return focus_.isShown(); }
     [[nodiscard]] bool isHot() const { return isEnabled() && (isDown() || underMouse()); }
 
 private:
-    KeyboardFocus focus_;
+    KeyboardFocus focus_{this};
     bool opensMenu_ = false;
     std::optional<bool> expanded_;
 };
@@ -64,7 +59,7 @@ class IconButton : public Button {
     Q_OBJECT
 
 public:
-    IconButton(Icon icon, const QString& toolTip, QWidget* parent = nullptr);
+    IconButton(Icon icon, const QString& toolTip, std::function<void()> action);
 
     void setIcon(Icon icon, const QString& toolTip);
     [[nodiscard]] QSize sizeHint() const override { return {Theme::kTarget, Theme::kTarget}; }
@@ -88,7 +83,7 @@ public:
         link,  ///< Only its text.
     };
 
-    PushButton(const QString& text, Kind kind, QWidget* parent = nullptr);
+    PushButton(const QString& text, Kind kind, std::function<void()> action);
 
     /// Shows the text as of lesser weight, as while a recorder waits.
     void setMuted(bool isMuted);
@@ -110,7 +105,7 @@ class DisclosureButton : public Button {
     Q_OBJECT
 
 public:
-    DisclosureButton(const QString& title, QWidget* parent = nullptr);
+    DisclosureButton(const QString& title, std::function<void()> action);
 
     [[nodiscard]] QSize sizeHint() const override;
 

@@ -2,17 +2,17 @@
 
 #include <QAccessible>
 #include <QApplication>
-#include <QPainter>
 #include <QScrollArea>
 #include <QShowEvent>
 #include <QTimer>
 
+#include "ui/controls/control_painter.h"
 #include "ui/controls/layout.h"
 #include "ui/controls/row.h"
 
 namespace dravo::ui {
 
-Card::Card(QWidget* parent) : QWidget(parent) {
+Card::Card() {
     auto* const column = layOut<QVBoxLayout>(this, Theme::kGap);
     column->setContentsMargins(Theme::kBlockGap, Theme::kBlockGap, Theme::kBlockGap, Theme::kBlockGap);
     title_ = new Label({}, TextStyle::title);
@@ -49,11 +49,8 @@ void Card::replaceAnswers(const std::vector<Answer>& answers) {
         old->setParent(nullptr);
         old->deleteLater();
     }
-    for (const auto& answer : answers) {
-        auto* const button = new PushButton(answer.title, answer.kind);
-        button->onClick([action = answer.action] { action(); });
-        answers_->layout()->addWidget(button);
-    }
+    for (const auto& answer : answers)
+        answers_->layout()->addWidget(new PushButton(answer.title, answer.kind, answer.action));
 }
 
 void Card::showEvent(QShowEvent* event) {
@@ -74,12 +71,7 @@ void Card::scrollIntoView() {
 }
 
 void Card::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(theme().hairline, 1));
-    painter.setBrush(theme().raised);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), Theme::kControlRadius,
-                            Theme::kControlRadius);
+    ControlPainter(this).fillOutlined(edgeOf(rect()), Theme::kControlRadius, theme().raised);
 }
 
 }  // namespace dravo::ui

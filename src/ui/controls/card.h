@@ -21,7 +21,7 @@ public:
         std::function<void()> action;
     };
 
-    explicit Card(QWidget* parent = nullptr);
+    Card();
 
     /// Replaces what it shows. The same as before changes nothing; otherwise a keyboard that was on an answer is on the
     /// first one again.

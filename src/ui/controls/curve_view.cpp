@@ -1,10 +1,10 @@
 #include "ui/controls/curve_view.h"
 
-#include <QPainter>
 #include <QPainterPath>
 #include <array>
 #include <vector>
 
+#include "ui/controls/control_painter.h"
 #include "ui/theme.h"
 
 namespace dravo::ui {
@@ -31,7 +31,7 @@ QPainterPath curveOf(const std::vector<float>& levels, const QRectF& field) {
 
 }  // namespace
 
-CurveView::CurveView(const QString& name, QWidget* parent) : QWidget(parent) {
+CurveView::CurveView(const QString& name) {
     setAccessibleName(name);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
@@ -43,12 +43,9 @@ void CurveView::setTable(const GammaTable& table) {
 }
 
 void CurveView::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
+    ControlPainter painter(this);
     const Theme& t = theme();
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(t.sunk);
-    painter.drawRoundedRect(rect(), Theme::kControlRadius, Theme::kControlRadius);
+    painter.fill(rect(), Theme::kControlRadius, t.sunk);
     if (table_.red.size() < 2) return;
     const QRectF field = QRectF(rect()).adjusted(kMargin, kMargin, -kMargin, -kMargin);
     painter.setPen(QPen(t.hairline, 1));

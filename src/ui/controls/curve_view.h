@@ -11,7 +11,7 @@ class CurveView : public QWidget {
     Q_OBJECT
 
 public:
-    explicit CurveView(const QString& name, QWidget* parent = nullptr);
+    explicit CurveView(const QString& name);
 
     void setTable(const GammaTable& table);
     [[nodiscard]] QSize sizeHint() const override { return {288, 64}; }

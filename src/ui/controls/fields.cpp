@@ -1,10 +1,10 @@
 #include "ui/controls/fields.h"
 
-#include <QPainter>
 #include <QStyleOptionSpinBox>
 #include <QWheelEvent>
 #include <chrono>
 
+#include "ui/controls/control_painter.h"
 #include "ui/icons.h"
 #include "ui/texts.h"
 
@@ -23,7 +23,6 @@ constexpr int kStepper = 14;
 constexpr int kStepIcon = 10;
 
 void drawField(QPainter& painter, const QRect& rect, bool hasFocus) {
-    painter.setRenderHint(QPainter::Antialiasing);
     const Theme& t = theme();
     painter.setPen(hasFocus ? QPen(t.accentText, 1.5) : QPen(t.hairline, 1));
     painter.setBrush(t.sunk);
@@ -38,7 +37,7 @@ void clearGround(QWidget& widget) {
 
 }  // namespace
 
-TextField::TextField(const QString& placeholder, QWidget* parent) : QLineEdit(parent) {
+TextField::TextField(const QString& placeholder) {
     setPlaceholderText(placeholder);
     setAccessibleName(placeholder);
     setFont(fontOf(TextStyle::body));
@@ -55,13 +54,13 @@ QSize TextField::minimumSizeHint() const {
 
 void TextField::paintEvent(QPaintEvent* event) {
     {
-        QPainter painter(this);
+        ControlPainter painter(this);
         drawField(painter, rect(), hasFocus());
     }
     QLineEdit::paintEvent(event);
 }
 
-TimeField::TimeField(const QString& name, QWidget* parent) : QTimeEdit(parent) {
+TimeField::TimeField(const QString& name, std::function<void(int)> onInput) : onInput_(std::move(onInput)) {
     setAccessibleName(name);
     setFont(fontOf(TextStyle::caption));
     setFrame(false);
@@ -99,7 +98,7 @@ void TimeField::settle() {
     rest_.stop();
     if (!isEdited_) return;
     isEdited_ = false;
-    if (onInput_) onInput_(minutes());
+    onInput_(minutes());
 }
 
 void TimeField::input(int minutes) {
@@ -129,7 +128,7 @@ void TimeField::wheelEvent(QWheelEvent* event) {
 }
 
 void TimeField::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
+    ControlPainter painter(this);
     drawField(painter, rect(), hasFocus());
     QStyleOptionSpinBox option;
     initStyleOption(&option);

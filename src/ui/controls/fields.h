@@ -14,7 +14,7 @@ class TextField : public QLineEdit {
     Q_OBJECT
 
 public:
-    explicit TextField(const QString& placeholder, QWidget* parent = nullptr);
+    explicit TextField(const QString& placeholder);
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
@@ -29,12 +29,12 @@ class TimeField : public QTimeEdit {
     Q_OBJECT
 
 public:
-    explicit TimeField(const QString& name, QWidget* parent = nullptr);
+    /// `onInput` gets what the person sets, in minutes after midnight.
+    TimeField(const QString& name, std::function<void(int)> onInput);
 
     /// Shows this time, unless the person is at it. Minutes after midnight, 0..1439.
     void setMinutes(int minutes);
     [[nodiscard]] int minutes() const { return 60 * time().hour() + time().minute(); }
-    void onInput(std::function<void(int)> handler) { onInput_ = std::move(handler); }
     /// What assistive technology sets; it counts at once.
     void input(int minutes);
     /// Where the time is typed.

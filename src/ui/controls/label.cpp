@@ -20,25 +20,7 @@ void forEachWord(const QString& text, Visit visit) {
 
 }  // namespace
 
-QPalette::ColorRole roleOf(Tone tone) {
-    switch (tone) {
-        case Tone::secondary:
-            return QPalette::PlaceholderText;
-        case Tone::accent:
-            return QPalette::Link;
-        case Tone::green:
-            return QPalette::BrightText;
-        case Tone::orange:
-            return QPalette::LinkVisited;
-        case Tone::red:
-            return QPalette::Midlight;
-        case Tone::plain:
-            break;
-    }
-    return QPalette::WindowText;
-}
-
-Label::Label(const QString& text, TextStyle style, Tone tone, QWidget* parent) : QLabel(text, parent) {
+Label::Label(const QString& text, TextStyle style, Tone tone) : QLabel(text) {
     setTextFormat(Qt::PlainText);
     setFont(fontOf(style));
     setTone(tone);
@@ -76,7 +58,7 @@ QSize Label::minimumSizeHint() const {
     return wordWrap() ? QSize(0, fontMetrics().height()) : QLabel::minimumSizeHint();
 }
 
-FigureLabel::FigureLabel(TextStyle style, Tone tone, QWidget* parent) : Label({}, style, tone, parent) {
+FigureLabel::FigureLabel(TextStyle style, Tone tone) : Label({}, style, tone) {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
@@ -115,8 +97,7 @@ void FigureLabel::paintEvent(QPaintEvent* event) {
     }
 }
 
-IconMark::IconMark(Icon icon, int side, Tone tone, QWidget* parent)
-    : QWidget(parent), icon_(icon), side_(side), tone_(tone) {
+IconMark::IconMark(Icon icon, int side, Tone tone) : icon_(icon), side_(side), tone_(tone) {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
@@ -125,7 +106,7 @@ void IconMark::paintEvent(QPaintEvent*) {
     drawIcon(painter, icon_, QRect(0, 0, side_, side_), palette().color(roleOf(tone_)));
 }
 
-Divider::Divider(QWidget* parent) : QWidget(parent) { setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed); }
+Divider::Divider() { setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed); }
 
 void Divider::paintEvent(QPaintEvent*) { QPainter(this).fillRect(rect(), theme().hairline); }
 

@@ -7,9 +7,6 @@
 
 namespace dravo::ui {
 
-/// What a text's colour says.
-enum class Tone { plain, secondary, accent, green, orange, red };
-
 /// The width in pixels of the longest part of `text` that cannot be broken.
 [[nodiscard]] int longestWordOf(const QString& text, const QFontMetrics& metrics);
 
@@ -18,7 +15,7 @@ class Label : public QLabel {
     Q_OBJECT
 
 public:
-    Label(const QString& text, TextStyle style, Tone tone = Tone::plain, QWidget* parent = nullptr);
+    Label(const QString& text, TextStyle style, Tone tone = Tone::plain);
 
     void setTone(Tone tone);
     /// Breaks the text into lines where the panel ends.
@@ -35,7 +32,7 @@ class FigureLabel : public Label {
     Q_OBJECT
 
 public:
-    FigureLabel(TextStyle style, Tone tone, QWidget* parent = nullptr);
+    FigureLabel(TextStyle style, Tone tone);
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
@@ -53,7 +50,7 @@ class IconMark : public QWidget {
     Q_OBJECT
 
 public:
-    IconMark(Icon icon, int side, Tone tone, QWidget* parent = nullptr);
+    IconMark(Icon icon, int side, Tone tone);
     [[nodiscard]] QSize sizeHint() const override { return {side_, side_}; }
 
 protected:
@@ -70,14 +67,11 @@ class Divider : public QWidget {
     Q_OBJECT
 
 public:
-    explicit Divider(QWidget* parent = nullptr);
+    Divider();
     [[nodiscard]] QSize sizeHint() const override { return {1, 1}; }
 
 protected:
     void paintEvent(QPaintEvent* event) override;
 };
-
-/// The palette's role for a tone.
-[[nodiscard]] QPalette::ColorRole roleOf(Tone tone);
 
 }  // namespace dravo::ui

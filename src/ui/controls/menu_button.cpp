@@ -2,8 +2,10 @@
 
 #include <QHelpEvent>
 #include <QKeyEvent>
-#include <QPainter>
 #include <QToolTip>
+#include <utility>
+
+#include "ui/controls/control_painter.h"
 
 namespace dravo::ui {
 
@@ -47,12 +49,12 @@ void openMenu(Button& anchor, const std::vector<MenuLine>& lines, int leastWidth
     menu->popup(place);
 }
 
-MenuButton::MenuButton(Size size, const QString& name, QWidget* parent) : Button(parent), size_(size) {
+MenuButton::MenuButton(Size size, const QString& name, std::function<std::vector<MenuLine>()> lines)
+    : Button([this] { open(); }), size_(size), lines_(std::move(lines)) {
     setAccessibleName(name);
     setOpensMenu();
     setFont(fontOf(size == Size::regular ? TextStyle::body : TextStyle::caption));
     setSizePolicy(size == Size::regular ? QSizePolicy::Expanding : QSizePolicy::Fixed, QSizePolicy::Fixed);
-    onClick([this] { open(); });
 }
 
 void MenuButton::setChoice(const QString& text, const QPixmap& picture) {
@@ -76,9 +78,7 @@ QSize MenuButton::minimumSizeHint() const {
     return size_ == Size::regular ? QSize(80, sizeHint().height()) : sizeHint();
 }
 
-void MenuButton::open() {
-    if (lines_) openMenu(*this, lines_(), width());
-}
+void MenuButton::open() { openMenu(*this, lines_(), width()); }
 
 QRect MenuButton::textRoom() const {
     const int start = kSidePadding + (picture_.isNull() ? 0 : Theme::kSmallIcon + Theme::kGap);
@@ -104,18 +104,10 @@ void MenuButton::keyPressEvent(QKeyEvent* event) {
 }
 
 void MenuButton::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
+    ControlPainter painter(this);
     const Theme& t = theme();
-    const QRectF face = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-    painter.setPen(QPen(t.hairline, 1));
-    painter.setBrush(t.raised);
-    painter.drawRoundedRect(face, Theme::kControlRadius, Theme::kControlRadius);
-    if (isHot()) {
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(t.hairline);
-        painter.drawRoundedRect(face, Theme::kControlRadius, Theme::kControlRadius);
-    }
+    painter.fillOutlined(edgeOf(rect()), Theme::kControlRadius, t.raised);
+    if (isHot()) painter.fill(edgeOf(rect()), Theme::kControlRadius, t.hairline);
     const bool mirrored = isRightToLeft();
     const auto placed = [&](int fromStart, int side) {
         return QRect(mirrored ? width() - fromStart - side : fromStart, (height() - side) / 2, side, side);
@@ -133,7 +125,7 @@ void MenuButton::paintEvent(QPaintEvent*) {
     if (painter.fontMetrics().horizontalAdvance(text()) > room.width()) painter.setFont(fontOf(TextStyle::caption));
     painter.drawText(room, kLeadingAlignment | Qt::TextSingleLine,
                      painter.fontMetrics().elidedText(text(), Qt::ElideRight, room.width()));
-    if (showsFocus()) drawFocusRing(painter, rect(), Theme::kControlRadius);
+    if (showsFocus()) painter.drawFocusRing(rect(), Theme::kControlRadius);
 }
 
 }  // namespace dravo::ui

@@ -28,12 +28,10 @@ class MenuButton : public Button {
 public:
     enum class Size { regular, small };
 
-    /// `name` is what a screen reader says before the choice.
-    MenuButton(Size size, const QString& name, QWidget* parent = nullptr);
+    /// `name` is what a screen reader says before the choice; `lines` is asked whenever the menu opens.
+    MenuButton(Size size, const QString& name, std::function<std::vector<MenuLine>()> lines);
 
     void setChoice(const QString& text, const QPixmap& picture = {});
-    /// `lines` is asked whenever the menu opens.
-    void setLines(std::function<std::vector<MenuLine>()> lines) { lines_ = std::move(lines); }
 
     /// The width in pixels in which this choice is shown in full.
     [[nodiscard]] int widthFor(const QString& choice, bool hasPicture) const;

@@ -142,4 +142,17 @@ void Row::setGeometry(const QRect& place) {
     arrange(place, true);
 }
 
+QWidget* rowOf(std::initializer_list<QWidget*> parts) {
+    auto* const widget = new QWidget;
+    auto* const row = new Row(widget);
+    for (auto* const part : parts) {
+        if (part) {
+            row->addWidget(part);
+        } else {
+            row->addStretch();
+        }
+    }
+    return widget;
+}
+
 }  // namespace dravo::ui

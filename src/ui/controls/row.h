@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QLayout>
+#include <initializer_list>
 #include <vector>
 
 #include "ui/theme.h"
@@ -54,5 +55,8 @@ private:
     std::vector<QLayoutItem*> items_;
     std::size_t endFrom_ = static_cast<std::size_t>(-1);
 };
+
+/// A widget with a row of `parts`; those behind a null stand at its end.
+[[nodiscard]] QWidget* rowOf(std::initializer_list<QWidget*> parts);
 
 }  // namespace dravo::ui

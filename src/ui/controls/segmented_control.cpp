@@ -1,7 +1,8 @@
 #include "ui/controls/segmented_control.h"
 
-#include <QPainter>
+#include <utility>
 
+#include "ui/controls/control_painter.h"
 #include "ui/controls/label.h"
 #include "ui/controls/layout.h"
 
@@ -17,7 +18,7 @@ constexpr int kSetting = Qt::AlignCenter | Qt::TextWordWrap;
 /// One of them; a radio button to assistive technology.
 class Segment : public Button {
 public:
-    explicit Segment(const QString& title) {
+    Segment(const QString& title, std::function<void()> action) : Button(std::move(action)) {
         setText(title);
         setCheckable(true);
         setAutoExclusive(true);
@@ -40,31 +41,28 @@ public:
 
 protected:
     void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
+        ControlPainter painter(this);
         const Theme& t = theme();
-        if (isChecked() || isHot()) {
-            painter.setPen(isChecked() ? QPen(t.hairline, 1) : QPen(Qt::NoPen));
-            painter.setBrush(isChecked() ? t.raised : t.hairline);
-            painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), kSegmentRadius, kSegmentRadius);
+        if (isChecked()) {
+            painter.fillOutlined(edgeOf(rect()), kSegmentRadius, t.raised);
+        } else if (isHot()) {
+            painter.fill(edgeOf(rect()), kSegmentRadius, t.hairline);
         }
         painter.setPen(isChecked() || isHot() ? t.text : t.secondary);
         painter.drawText(rect().adjusted(kSegmentPadding, 0, -kSegmentPadding, 0), kSetting, text());
-        if (showsFocus()) drawFocusRing(painter, rect(), kSegmentRadius);
+        if (showsFocus()) painter.drawFocusRing(rect(), kSegmentRadius);
     }
 };
 
 }  // namespace
 
-SegmentedControl::SegmentedControl(const QStringList& titles, const QString& name, QWidget* parent) : QWidget(parent) {
+SegmentedControl::SegmentedControl(const QStringList& titles, const QString& name,
+                                   const std::function<void(int)>& onChoice) {
     setAccessibleName(name);
     auto* const row = layOut<QHBoxLayout>(this, 0);
     row->setContentsMargins(kGroove, kGroove, kGroove, kGroove);
     for (int index = 0; index < titles.size(); ++index) {
-        auto* const segment = new Segment(titles[index]);
-        segment->onClick([this, index] {
-            if (onChoice_) onChoice_(index);
-        });
+        auto* const segment = new Segment(titles[index], [onChoice, index] { onChoice(index); });
         row->addWidget(segment, 1);
         segments_.push_back(segment);
     }
@@ -73,11 +71,7 @@ SegmentedControl::SegmentedControl(const QStringList& titles, const QString& nam
 void SegmentedControl::setChoice(int index) { segments_.at(static_cast<std::size_t>(index))->setChecked(true); }
 
 void SegmentedControl::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(theme().sunk);
-    painter.drawRoundedRect(rect(), Theme::kControlRadius, Theme::kControlRadius);
+    ControlPainter(this).fill(rect(), Theme::kControlRadius, theme().sunk);
 }
 
 }  // namespace dravo::ui

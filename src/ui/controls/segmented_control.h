@@ -13,18 +13,16 @@ class SegmentedControl : public QWidget {
     Q_OBJECT
 
 public:
-    SegmentedControl(const QStringList& titles, const QString& name, QWidget* parent = nullptr);
+    /// `onChoice` gets the index of every segment that a person chooses, also the present one.
+    SegmentedControl(const QStringList& titles, const QString& name, const std::function<void(int)>& onChoice);
 
     void setChoice(int index);
-    /// `handler` gets the index of every segment that a person chooses, also the present one.
-    void onChoice(std::function<void(int)> handler) { onChoice_ = std::move(handler); }
 
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
     std::vector<Button*> segments_;
-    std::function<void(int)> onChoice_;
 };
 
 }  // namespace dravo::ui

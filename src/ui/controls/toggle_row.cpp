@@ -5,15 +5,11 @@
 
 namespace dravo::ui {
 
-ToggleRow::ToggleRow(const QString& title, QWidget* parent) : QWidget(parent) {
+ToggleRow::ToggleRow(const QString& title, const std::function<void(bool)>& onFlip) {
     auto* const row = layOut<QHBoxLayout>(this, Theme::kGap);
     row->addWidget((new Label(title, TextStyle::body))->wrapped(), 1);
-    switch_ = new ToggleSwitch(ToggleSwitch::Size::small, title, this);
+    switch_ = new ToggleSwitch(ToggleSwitch::Size::small, title, onFlip);
     row->addWidget(switch_);
-}
-
-void ToggleRow::onFlip(std::function<void(bool)> action) {
-    switch_->onClick([this, act = std::move(action)] { act(!switch_->isChecked()); });
 }
 
 }  // namespace dravo::ui

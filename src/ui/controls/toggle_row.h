@@ -12,11 +12,10 @@ class ToggleRow : public QWidget {
     Q_OBJECT
 
 public:
-    explicit ToggleRow(const QString& title, QWidget* parent = nullptr);
+    /// `onFlip` gets what the person wants.
+    ToggleRow(const QString& title, const std::function<void(bool)>& onFlip);
 
     void setOn(bool isOn) { switch_->setOn(isOn); }
-    /// `action` gets what the person wants.
-    void onFlip(std::function<void(bool)> action);
 
 private:
     ToggleSwitch* switch_;

@@ -1,8 +1,6 @@
 #include "ui/controls/toggle_switch.h"
 
-#include <QPainter>
-
-#include "ui/controls/knob.h"
+#include "ui/controls/control_painter.h"
 
 namespace dravo::ui {
 
@@ -15,7 +13,8 @@ QSize trackOf(ToggleSwitch::Size size) { return size == ToggleSwitch::Size::regu
 
 }  // namespace
 
-ToggleSwitch::ToggleSwitch(Size size, const QString& name, QWidget* parent) : Button(parent), size_(size) {
+ToggleSwitch::ToggleSwitch(Size size, const QString& name, const std::function<void(bool)>& onFlip)
+    : Button([this, onFlip] { onFlip(!isChecked()); }), size_(size) {
     setCheckable(true);
     setAccessibleName(name);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
@@ -49,31 +48,23 @@ void ToggleSwitch::setOn(bool isOn) {
 }
 
 void ToggleSwitch::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
+    ControlPainter painter(this);
     const Theme& t = theme();
-    if (!isEnabled()) painter.setOpacity(0.4);
     QRectF track(QPointF(0, 0), trackOf(size_));
     track.moveTop((height() - track.height()) / 2);
     const qreal radius = track.height() / 2;
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(t.pressed);
-    painter.drawRoundedRect(track, radius, radius);
+    painter.fill(track, radius, t.pressed);
     if (place_ > 0) {
         QColor fill = t.accent;
         fill.setAlphaF(static_cast<float>(place_));
-        painter.setBrush(fill);
-        painter.drawRoundedRect(track, radius, radius);
+        painter.fill(track, radius, fill);
     }
-    if (isHot()) {
-        painter.setBrush(t.hairline);
-        painter.drawRoundedRect(track, radius, radius);
-    }
+    if (isHot()) painter.fill(track, radius, t.hairline);
     const qreal side = track.height() - 2 * kKnobMargin;
     const qreal way = track.width() - 2 * kKnobMargin - side;
     const qreal left = kKnobMargin + way * (isRightToLeft() ? 1 - place_ : place_);
-    drawKnob(painter, QRectF(left, track.top() + kKnobMargin, side, side));
-    if (showsFocus()) drawFocusRing(painter, track, radius - 1);
+    painter.drawKnob(QRectF(left, track.top() + kKnobMargin, side, side));
+    if (showsFocus()) painter.drawFocusRing(track, radius - 1);
 }
 
 }  // namespace dravo::ui

@@ -13,8 +13,8 @@ class ToggleSwitch : public Button {
 public:
     enum class Size { regular, small };
 
-    /// `name` is what a screen reader says.
-    ToggleSwitch(Size size, const QString& name, QWidget* parent = nullptr);
+    /// `name` is what a screen reader says; `onFlip` gets what the person wants.
+    ToggleSwitch(Size size, const QString& name, const std::function<void(bool)>& onFlip);
 
     /// Moves the knob; at once if nobody sees it or the desktop wants no motion.
     void setOn(bool isOn);

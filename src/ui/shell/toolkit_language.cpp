@@ -58,7 +58,7 @@ public:
 
 void setToolkitLanguage(QCoreApplication& application) {
     auto* const translator = new QTranslator(&application);
-    const QString name = QStringLiteral("qtbase_") + QString::fromStdString(interfaceLocale().language);
+    const QString name = QStringLiteral("qtbase_") + toQt(interfaceLocale().language);
     if (translator->load(name, QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
         QCoreApplication::installTranslator(translator);
     } else {

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "ui/shell/tray_symbols.h"
+#include "ui/texts.h"
 #include "ui/theme.h"
 
 namespace dravo::ui {
@@ -175,7 +176,7 @@ void TrayIcon::setSymbol(Symbol symbol) {
 }
 
 void TrayIcon::setToolTip(const std::string& toolTip) {
-    toolTip_ = QString::fromStdString(toolTip);
+    toolTip_ = toQt(toolTip);
     if (icon_) icon_->setToolTip(toolTip_);
 }
 
@@ -204,7 +205,7 @@ void TrayIcon::fillMenu() {
             menu_.addSeparator();
             continue;
         }
-        QString title = QString::fromStdString(entry.title);
+        QString title = toQt(entry.title);
         // A host heeds no shortcut, but a letter of the title.
         if (!isEmbedded_ && entry.key != 0) {
             const auto place = title.indexOf(QLatin1Char(entry.key), 0, Qt::CaseInsensitive);

@@ -5,6 +5,8 @@
 #include <QPixmap>
 #include <initializer_list>
 
+#include "ui/theme.h"
+
 namespace dravo::ui {
 
 namespace {
@@ -48,7 +50,7 @@ QPixmap pictureOf(StatusItem::Symbol symbol, int size) {
         painter.setRenderHint(QPainter::Antialiasing);
         painter.scale(size / 16.0, size / 16.0);
         const bool isEdge = layer == &edge;
-        draw(painter, symbol, isEdge ? QColor(20, 18, 22, 150) : QColor(240, 236, 241), isEdge ? 3.0 : 1.5);
+        draw(painter, symbol, QColor::fromRgba(isEdge ? Theme::kTrayEdge : Theme::kTrayGlyph), isEdge ? 3.0 : 1.5);
     }
     QPainter(&edge).drawPixmap(0, 0, glyph);
     return edge;

@@ -1,7 +1,6 @@
 #include "ui/views/break_timer_view.h"
 
-#include <QPainter>
-
+#include "ui/controls/control_painter.h"
 #include "ui/controls/layout.h"
 #include "ui/controls/row.h"
 #include "ui/texts.h"
@@ -14,39 +13,30 @@ constexpr int kBreakPadding = 6;
 constexpr int kBreakRadius = 6;
 constexpr float kBreakTint = 0.1F;
 
-/// A row on a pale green ground.
-class BreakRow : public QWidget {
+/// What lies on a pale green ground.
+class BreakGround : public QWidget {
 protected:
     void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
         QColor tint = theme().green;
         tint.setAlphaF(kBreakTint);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(tint);
-        painter.drawRoundedRect(rect(), kBreakRadius, kBreakRadius);
+        ControlPainter(this).fill(rect(), kBreakRadius, tint);
     }
 };
 
 }  // namespace
 
 BreakTimerView::BreakTimerView(const PanelParts& parts) : View(parts) {
-    auto* const column = layOut<QVBoxLayout>(this, Theme::kGap);
-    header_ = new ToggleRow(text("Break Reminder"), this);
-    header_->onFlip([this](bool isOn) { parts_.breakTimer.requestEnabled(isOn); });
-    column->addWidget(header_);
+    header_ = new ToggleRow(text("Break Reminder"), [this](bool isOn) { parts_.breakTimer.requestEnabled(isOn); });
     intervalRow_ = makeIntervalRow();
     deniedRow_ = makeDeniedRow();
     breakRow_ = makeBreakRow();
-    for (auto* const row : {intervalRow_, deniedRow_, breakRow_}) column->addWidget(row);
+    auto* const column = layOut<QVBoxLayout>(this, Theme::kGap);
+    for (auto* const row : {static_cast<QWidget*>(header_), intervalRow_, deniedRow_, breakRow_})
+        column->addWidget(row);
 }
 
 QWidget* BreakTimerView::makeIntervalRow() {
-    auto* const widget = new QWidget(this);
-    auto* const row = new Row(widget);
-    row->addWidget(new Label(text("Remind every"), TextStyle::caption));
-    interval_ = new MenuButton(MenuButton::Size::small, text("Remind every"), widget);
-    interval_->setLines([this] {
+    interval_ = new MenuButton(MenuButton::Size::small, text("Remind every"), [this] {
         std::vector<MenuLine> lines;
         for (const auto interval : BreakTimer::kIntervals) {
             lines.push_back({.text = intervalText(interval),
@@ -55,40 +45,29 @@ QWidget* BreakTimerView::makeIntervalRow() {
         }
         return lines;
     });
-    row->addWidget(interval_);
-    row->addStretch();
     remaining_ = new FigureLabel(TextStyle::caption, Tone::secondary);
-    row->addWidget(remaining_);
-    return widget;
+    return rowOf({new Label(text("Remind every"), TextStyle::caption), interval_, nullptr, remaining_});
 }
 
 QWidget* BreakTimerView::makeDeniedRow() {
-    auto* const widget = new QWidget(this);
-    auto* const row = new Row(widget);
-    row->addWidget(new IconMark(Icon::bellOff, Theme::kSmallIcon, Tone::orange));
-    row->addWidget((new Label(text("Notifications are off in System Settings."), TextStyle::caption))->wrapped());
-    if (parts_.systemSettings.offers(SystemSettings::Page::notifications)) {
-        auto* const open = new PushButton(text("Open Settings"), PushButton::Kind::link);
-        open->onClick([this] { parts_.systemSettings.open(SystemSettings::Page::notifications); });
-        row->addWidget(open);
-    }
-    return widget;
+    auto* const row =
+        rowOf({new IconMark(Icon::bellOff, Theme::kSmallIcon, Tone::orange),
+               (new Label(text("Notifications are off in System Settings."), TextStyle::caption))->wrapped()});
+    addSettingsLink(*row, SystemSettings::Page::notifications);
+    return row;
 }
 
 QWidget* BreakTimerView::makeBreakRow() {
-    auto* const widget = new BreakRow;
-    widget->setParent(this);
-    auto* const row = new Row(widget);
+    auto* const ground = new BreakGround;
+    auto* const row = new Row(ground);
     row->setContentsMargins(kBreakPadding, kBreakPadding, kBreakPadding, kBreakPadding);
     row->addWidget(new IconMark(Icon::eye, Theme::kSmallIcon, Tone::green));
     row->addWidget((new Label(inOwnDigits(text("Look 20 feet away")), TextStyle::caption))->wrapped());
     row->addStretch();
     breakLeft_ = new FigureLabel(TextStyle::caption, Tone::plain);
     row->addWidget(breakLeft_);
-    auto* const done = new PushButton(text("Done"), PushButton::Kind::plain);
-    done->onClick([this] { parts_.breakTimer.dismissBreak(); });
-    row->addWidget(done);
-    return widget;
+    row->addWidget(new PushButton(text("Done"), PushButton::Kind::plain, [this] { parts_.breakTimer.dismissBreak(); }));
+    return ground;
 }
 
 QString BreakTimerView::intervalText(std::chrono::minutes interval) {
@@ -106,7 +85,7 @@ void BreakTimerView::refresh() {
     const bool isEnabled = timer.isEnabled();
     header_->setOn(isEnabled);
     interval_->setChoice(intervalText(timer.interval()));
-    remaining_->setText(inOwnDigits(QString::fromStdString(timer.formattedRemaining())));
+    remaining_->setText(inOwnDigits(toQt(timer.formattedRemaining())));
     breakLeft_->setText(
         inOwnDigits(QStringLiteral("0:%1").arg(timer.breakLeft().get().count(), 2, 10, QLatin1Char('0'))));
     intervalRow_->setVisible(isEnabled);

@@ -15,59 +15,54 @@ namespace {
 
 using namespace std::chrono_literals;
 
-struct AdjustmentLook {
-    TextKey label;
-    TextKey help;
-    AdjustmentRange range;
-    bool isSigned;
-};
-
-const AdjustmentLook& lookOf(AdjustmentView::Kind kind) {
-    static constexpr std::array<AdjustmentLook, 4> kLooks{{
-        {textKey("Intensity"), textKey("intensity.help", "How strongly the color filter is applied."), kIntensityRange,
-         false},
-        {textKey("Dimming"), textKey("dimming.help", "Darkens the screen further than the lowest brightness setting."),
-         kDimmingRange, false},
-        {textKey("Black Point"), textKey("blackpoint.help", "Lifts pure black toward gray to soften harsh contrast."),
-         kBlackPointRange, false},
-        {textKey("Contrast"), textKey("contrast.help", "Fine-tunes the difference between light and dark tones."),
-         kContrastRange, true},
-    }};
-    return kLooks.at(static_cast<std::size_t>(kind));
-}
-
 constexpr double kStrongReduction = 60;
 constexpr double kSomeReduction = 30;
 
 }  // namespace
 
+struct AdjustmentView::Look {
+    TextKey label;
+    TextKey help;
+    AdjustmentRange range;
+    bool isSigned;
+    Property<double> FilterState::*live;
+    double FilterPreset::*presets;
+};
+
+const AdjustmentView::Look& AdjustmentView::lookOf(Kind kind) {
+    static constexpr std::array<Look, 4> kLooks{{
+        {textKey("Intensity"), textKey("intensity.help", "How strongly the color filter is applied."), kIntensityRange,
+         false, &FilterState::intensity, &FilterPreset::intensity},
+        {textKey("Dimming"), textKey("dimming.help", "Darkens the screen further than the lowest brightness setting."),
+         kDimmingRange, false, &FilterState::dimming, &FilterPreset::dimming},
+        {textKey("Black Point"), textKey("blackpoint.help", "Lifts pure black toward gray to soften harsh contrast."),
+         kBlackPointRange, false, &FilterState::blackPoint, &FilterPreset::blackPoint},
+        {textKey("Contrast"), textKey("contrast.help", "Fine-tunes the difference between light and dark tones."),
+         kContrastRange, true, &FilterState::contrast, &FilterPreset::contrast},
+    }};
+    return kLooks.at(static_cast<std::size_t>(kind));
+}
+
 QuickToggleView::QuickToggleView(const PanelParts& parts) : View(parts) {
     auto* const column = layOut<QVBoxLayout>(this, Theme::kGap);
-
     auto* const row = bare<QHBoxLayout>(Theme::kGap);
-    row->addWidget(new Label(text("Filter"), TextStyle::headline));
-    pause_ = new IconButton(Icon::pause, text("Pause temporarily"), this);
+    pause_ = new IconButton(Icon::pause, text("Pause temporarily"), [this] { openPauseMenu(); });
     pause_->setOpensMenu();
-    pause_->onClick([this] { openPauseMenu(); });
+    switch_ =
+        new ToggleSwitch(ToggleSwitch::Size::regular, text("Filter"), [this](bool) { parts_.filterState.toggle(); });
+    row->addWidget(new Label(text("Filter"), TextStyle::headline));
     row->addWidget(pause_);
     row->addStretch();
-    switch_ = new ToggleSwitch(ToggleSwitch::Size::regular, text("Filter"), this);
-    switch_->onClick([this] { parts_.filterState.toggle(); });
     row->addWidget(switch_);
     column->addLayout(row);
 
-    pausedRow_ = new QWidget(this);
-    auto* const paused = new Row(pausedRow_);
-    paused->addWidget(new IconMark(Icon::paused, Theme::kSmallIcon, Tone::secondary));
     paused_ = new Label({}, TextStyle::caption, Tone::secondary);
-    paused->addWidget(paused_->wrapped());
-    paused->addStretch();
-    auto* const resume = new PushButton(text("Resume"), PushButton::Kind::plain);
-    resume->onClick([this] { parts_.filterState.resume(); });
-    paused->addWidget(resume);
+    pausedRow_ =
+        rowOf({new IconMark(Icon::paused, Theme::kSmallIcon, Tone::secondary), paused_->wrapped(), nullptr,
+               new PushButton(text("Resume"), PushButton::Kind::plain, [this] { parts_.filterState.resume(); })});
     column->addWidget(pausedRow_);
 
-    problem_ = new Label({}, TextStyle::caption, Tone::orange, this);
+    problem_ = new Label({}, TextStyle::caption, Tone::orange);
     column->addWidget(problem_->wrapped());
 }
 
@@ -87,9 +82,8 @@ void QuickToggleView::refresh() {
 
 QString QuickToggleView::problemText() const {
     QStringList lines;
-    for (const auto& line : displayProblems(parts_.displays)) lines += QString::fromStdString(line);
-    if (const auto line = grayscaleProblem(parts_.filterState.selectedPreset, parts_.grayscale))
-        lines += QString::fromStdString(*line);
+    for (const auto& line : displayProblems(parts_.displays)) lines += toQt(line);
+    if (const auto line = grayscaleProblem(parts_.filterState.selectedPreset, parts_.grayscale)) lines += toQt(*line);
     return lines.join(QLatin1Char('\n'));
 }
 
@@ -107,68 +101,42 @@ void QuickToggleView::openPauseMenu() {
              });
 }
 
-AdjustmentView::AdjustmentView(const PanelParts& parts, Kind kind) : View(parts), kind_(kind) {
-    const auto& look = lookOf(kind);
-    setToolTip(text(look.help));
+AdjustmentView::AdjustmentView(const PanelParts& parts, Kind kind) : View(parts), look_(lookOf(kind)) {
+    setToolTip(text(look_.help));
     auto* const column = layOut<QVBoxLayout>(this, Theme::kSmallGap);
     auto* const row = bare<QHBoxLayout>(Theme::kGap);
-    row->addWidget(new Label(text(look.label), TextStyle::body), 1);
+    row->addWidget(new Label(text(look_.label), TextStyle::body), 1);
     figure_ = new FigureLabel(TextStyle::body, Tone::secondary);
     row->addWidget(figure_);
     column->addLayout(row);
-    slider_ = new AdjustmentSlider(look.range, {}, text(look.label), this);
+    slider_ = new AdjustmentSlider(look_.range, {}, text(look_.label),
+                                   [this](double value) { parts_.filterState.*look_.live = value; });
     slider_->setAccessibleDescription(toolTip());
-    slider_->onInput([this](double value) { property() = value; });
-    slider_->setResetValue([this] { return presetValue(); });
+    slider_->setResetValue([this] { return parts_.filterState.selectedPreset.get().*look_.presets; });
     column->addWidget(slider_);
 }
 
 void AdjustmentView::refresh() {
-    const QString figure = percentText(property(), lookOf(kind_).isSigned);
+    const double value = parts_.filterState.*look_.live;
+    const QString figure = percentText(value, look_.isSigned);
     figure_->setText(figure);
-    slider_->setValue(property(), figure);
+    slider_->setValue(value, figure);
 }
 
-Property<double>& AdjustmentView::property() const {
-    auto& state = parts_.filterState;
-    switch (kind_) {
-        case Kind::dimming:
-            return state.dimming;
-        case Kind::blackPoint:
-            return state.blackPoint;
-        case Kind::contrast:
-            return state.contrast;
-        case Kind::intensity:
-            break;
-    }
-    return state.intensity;
+FigureLabel* addMelanopicRow(QHBoxLayout& row) {
+    auto* const figure = new FigureLabel(TextStyle::caption, Tone::secondary);
+    row.addWidget(new IconMark(Icon::moon, Theme::kSmallIcon, Tone::secondary));
+    row.addWidget((new Label(text("Melanopic light reduced"), TextStyle::caption))->wrapped(), 1);
+    row.addWidget(figure);
+    return figure;
 }
 
-double AdjustmentView::presetValue() const {
-    const FilterPreset& preset = parts_.filterState.selectedPreset;
-    switch (kind_) {
-        case Kind::dimming:
-            return preset.dimming;
-        case Kind::blackPoint:
-            return preset.blackPoint;
-        case Kind::contrast:
-            return preset.contrast;
-        case Kind::intensity:
-            break;
-    }
-    return preset.intensity;
-}
-
-MelanopicIndicatorView::MelanopicIndicatorView(const PanelParts& parts) : View(parts) {
+MelanopicIndicatorView::MelanopicIndicatorView(const PanelParts& parts)
+    : View(parts), figure_(addMelanopicRow(*layOut<QHBoxLayout>(this, Theme::kGap))) {
     // TRANSLATORS: melanopsin is the key driver of photophobia, not the light and not its reduction.
     setToolTip(text("melanopic.help",
                     "Estimated reduction in melanopic light, the wavelengths around 490 nm that activate melanopsin, a "
                     "key driver of light sensitivity and circadian disruption. Higher means more is filtered out."));
-    auto* const row = layOut<QHBoxLayout>(this, Theme::kGap);
-    row->addWidget(new IconMark(Icon::moon, Theme::kSmallIcon, Tone::secondary));
-    row->addWidget((new Label(text("Melanopic light reduced"), TextStyle::caption))->wrapped(), 1);
-    figure_ = new FigureLabel(TextStyle::caption, Tone::secondary);
-    row->addWidget(figure_);
 }
 
 void MelanopicIndicatorView::refresh() {
@@ -186,13 +154,12 @@ void MelanopicIndicatorView::refresh() {
 
 DimmingControlView::DimmingControlView(const PanelParts& parts) : View(parts) {
     auto* const column = layOut<QVBoxLayout>(this, Theme::kGap);
-    header_ = new DisclosureButton(text("Advanced"), this);
-    header_->onClick([this] {
+    header_ = new DisclosureButton(text("Advanced"), [this] {
         parts_.preferences.setAdvancedExpanded(!parts_.preferences.advancedExpanded());
         refresh();
     });
     column->addWidget(header_);
-    content_ = new QWidget(this);
+    content_ = new QWidget;
     auto* const blocks = layOut<QVBoxLayout>(content_, Theme::kGap);
     using Kind = AdjustmentView::Kind;
     blocks_ = {new AdjustmentView(parts, Kind::dimming), new AdjustmentView(parts, Kind::blackPoint),

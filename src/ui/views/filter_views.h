@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHBoxLayout>
 #include <array>
 
 #include "ui/controls/adjustment_slider.h"
@@ -34,13 +35,16 @@ public:
     void refresh() override;
 
 private:
-    [[nodiscard]] Property<double>& property() const;
-    [[nodiscard]] double presetValue() const;
+    struct Look;
+    [[nodiscard]] static const Look& lookOf(Kind kind);
 
-    Kind kind_;
+    const Look& look_;
     FigureLabel* figure_;
     AdjustmentSlider* slider_;
 };
+
+/// Lays out a row that says how much melanopic light is removed; gives its figure.
+FigureLabel* addMelanopicRow(QHBoxLayout& row);
 
 /// How much melanopic light the filter removes.
 class MelanopicIndicatorView : public View {

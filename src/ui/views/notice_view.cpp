@@ -22,15 +22,14 @@ Words wordsOf(const Updater::Outcome& outcome) {
     struct Visitor {
         Words operator()(const Updater::UpToDate& found) const {
             return {text("update.none", "Dravo is up to date"),
-                    filled(text("update.version", "Version %@ is the newest."), QString::fromStdString(found.version))};
+                    filled(text("update.version", "Version %@ is the newest."), toQt(found.version))};
         }
         Words operator()(const Updater::NewerVersion& found) const {
-            return {
-                filled(text("update.newer", "Version %@ is available"), QString::fromStdString(found.release.version)),
-                QString::fromStdString(found.release.notes), found.release.link};
+            return {filled(text("update.newer", "Version %@ is available"), toQt(found.release.version)),
+                    toQt(found.release.notes), found.release.link};
         }
         Words operator()(const Updater::CouldNotCheck& failed) const {
-            return {text("update.failed", "Could not check for updates"), QString::fromStdString(failed.reason)};
+            return {text("update.failed", "Could not check for updates"), toQt(failed.reason)};
         }
         Words operator()(const Updater::ComesWithPackages&) const {
             return {text("update.packages", "Updates come with the system's packages"), {}};
@@ -43,8 +42,8 @@ Words wordsOf(const Updater::Outcome& outcome) {
 
 NoticeView::NoticeView(const PanelParts& parts) : View(parts) {
     auto* const column = layOut<QVBoxLayout>(this, Theme::kGap);
-    relaunch_ = new Card(this);
-    update_ = new Card(this);
+    relaunch_ = new Card;
+    update_ = new Card;
     column->addWidget(relaunch_);
     column->addWidget(update_);
 }
@@ -75,7 +74,7 @@ void NoticeView::refresh() {
 }
 
 void NoticeView::showRelaunch() {
-    const QString name = QString::fromStdString(newLanguage_->displayName());
+    const QString name = toQt(newLanguage_->displayName());
     relaunch_->setContent(text("Language Updated"), filled(text("Relaunch Dravo to use %@."), name),
                           {{text("Later"), Kind::plain,
                             [this] {

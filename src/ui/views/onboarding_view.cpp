@@ -42,9 +42,8 @@ OnboardingView::OnboardingView(const PanelParts& parts, std::function<void()> on
             ->wrapped();
     hint->setAlignment(Qt::AlignHCenter);
     column->addWidget(hint);
-    auto* const start = new PushButton(text("Get Started"), PushButton::Kind::primary);
-    start->onClick(std::move(onDismiss));
-    column->addWidget(start, 0, Qt::AlignHCenter);
+    column->addWidget(new PushButton(text("Get Started"), PushButton::Kind::primary, std::move(onDismiss)), 0,
+                      Qt::AlignHCenter);
 }
 
 void OnboardingView::refresh() {

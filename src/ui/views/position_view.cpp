@@ -18,62 +18,36 @@ PositionView::PositionView(const PanelParts& parts) : View(parts) {
     timesRow_ = makeRow(Icon::sunset, times_, TextStyle::caption);
     deniedRow_ = makeRow(Icon::locationOff, denied_, TextStyle::caption2);
     denied_->setText(text("solar.needs_location", "Turn on location access in System Settings to use sunset times."));
-    if (parts.systemSettings.offers(SystemSettings::Page::location)) {
-        auto* const open = new PushButton(text("Open Settings"), PushButton::Kind::link);
-        open->onClick([this] { parts_.systemSettings.open(SystemSettings::Page::location); });
-        deniedRow_->layout()->addWidget(open);
-    }
+    addSettingsLink(*deniedRow_, SystemSettings::Page::location);
     waitingRow_ = makeRow(Icon::more, waiting_, TextStyle::caption);
     waiting_->setText(text("Determining location…"));
-    for (auto* const row : {timesRow_, deniedRow_, waitingRow_}) column->addWidget(row);
-    column->addWidget(makeSourceRow());
+    source_ = new Label({}, TextStyle::caption2, Tone::secondary);
+    change_ = new PushButton({}, PushButton::Kind::link, [this] { setChoosing(!isChoosing_); });
     choice_ = makeChoice();
-    column->addWidget(choice_);
+    for (auto* const row : {timesRow_, deniedRow_, waitingRow_, rowOf({source_->wrapped(), change_}), choice_})
+        column->addWidget(row);
 }
 
 QWidget* PositionView::makeRow(Icon icon, Label*& label, TextStyle style) {
-    auto* const widget = new QWidget(this);
-    auto* const row = new Row(widget);
-    row->addWidget(new IconMark(icon, Theme::kSmallIcon, Tone::secondary));
     label = new Label({}, style, Tone::secondary);
-    row->addWidget(label->wrapped());
-    return widget;
-}
-
-QWidget* PositionView::makeSourceRow() {
-    auto* const widget = new QWidget(this);
-    auto* const row = new Row(widget);
-    source_ = new Label({}, TextStyle::caption2, Tone::secondary);
-    row->addWidget(source_->wrapped());
-    change_ = new PushButton({}, PushButton::Kind::link, widget);
-    change_->onClick([this] { setChoosing(!isChoosing_); });
-    row->addWidget(change_);
-    return widget;
+    return rowOf({new IconMark(icon, Theme::kSmallIcon, Tone::secondary), label->wrapped()});
 }
 
 QWidget* PositionView::makeChoice() {
-    auto* const widget = new QWidget(this);
-    auto* const column = layOut<QVBoxLayout>(widget, Theme::kGap);
-    auto* const sources = new Row;
-    auto* const service = new PushButton(text("Location Service"), PushButton::Kind::plain);
-    service->onClick([this] { take(LocationSource::service); });
-    auto* const zone = new PushButton(text("Time Zone"), PushButton::Kind::plain);
-    zone->onClick([this] { take(LocationSource::zone); });
-    sources->addWidget(service);
-    sources->addWidget(zone);
-    column->addLayout(sources);
-    auto* const typed = new Row;
-    latitude_ = new TextField(text("Latitude"), widget);
-    longitude_ = new TextField(text("Longitude"), widget);
-    auto* const use = new PushButton(text("Use"), PushButton::Kind::plain);
-    use->onClick([this] { takeTyped(); });
-    for (auto* const field : {latitude_, longitude_}) {
+    using Kind = PushButton::Kind;
+    latitude_ = new TextField(text("Latitude"));
+    longitude_ = new TextField(text("Longitude"));
+    for (auto* const field : {latitude_, longitude_})
         connect(field, &QLineEdit::returnPressed, this, [this] { takeTyped(); });
-        typed->addWidget(field);
-    }
-    typed->addWidget(use);
-    column->addLayout(typed);
     complaint_ = new Label({}, TextStyle::caption, Tone::orange);
+    auto* const widget = new QWidget;
+    auto* const column = layOut<QVBoxLayout>(widget, Theme::kGap);
+    column->addWidget(rowOf({
+        new PushButton(text("Location Service"), Kind::plain, [this] { take(LocationSource::service); }),
+        new PushButton(text("Time Zone"), Kind::plain, [this] { take(LocationSource::zone); }),
+    }));
+    column->addWidget(
+        rowOf({latitude_, longitude_, new PushButton(text("Use"), Kind::plain, [this] { takeTyped(); })}));
     column->addWidget(complaint_->wrapped());
     return widget;
 }

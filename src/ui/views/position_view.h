@@ -19,7 +19,6 @@ protected:
 
 private:
     [[nodiscard]] QWidget* makeRow(Icon icon, Label*& label, TextStyle style);
-    [[nodiscard]] QWidget* makeSourceRow();
     [[nodiscard]] QWidget* makeChoice();
     void setChoosing(bool isChoosing);
     void take(LocationSource source);

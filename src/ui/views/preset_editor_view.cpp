@@ -7,6 +7,7 @@
 #include "ui/controls/button.h"
 #include "ui/controls/layout.h"
 #include "ui/texts.h"
+#include "ui/views/filter_views.h"
 
 namespace dravo::ui {
 
@@ -43,31 +44,24 @@ PresetEditorView::PresetEditorView(const PanelParts& parts, PresetEditing& editi
     column->addWidget(new Divider);
     title_ = new Label({}, TextStyle::title);
     column->addWidget(title_);
-    name_ = new TextField(text("Preset Name"), this);
+    name_ = new TextField(text("Preset Name"));
     // Assistive technology sets a text without editing it.
     connect(name_, &QLineEdit::textChanged, this, [this](const QString& changed) {
         if (const std::string name = changed.toStdString(); name != editing_.draft().name) editing_.setName(name);
     });
     connect(name_, &QLineEdit::returnPressed, this, [this] { save(); });
     column->addWidget(name_);
-    curve_ = new CurveView(text("Transfer curves of this preset"), this);
+    curve_ = new CurveView(text("Transfer curves of this preset"));
     column->addWidget(curve_);
     auto* const melanopic = bare<QHBoxLayout>(Theme::kGap);
-    melanopic->addWidget(new IconMark(Icon::moon, Theme::kSmallIcon, Tone::secondary));
-    melanopic->addWidget((new Label(text("Melanopic light reduced"), TextStyle::caption))->wrapped(), 1);
-    melanopic_ = new FigureLabel(TextStyle::caption, Tone::secondary);
-    melanopic->addWidget(melanopic_);
+    melanopic_ = addMelanopicRow(*melanopic);
     column->addLayout(melanopic);
     for (const auto& look : kMain) column->addLayout(makeField(look));
-    header_ = new DisclosureButton(text("Advanced"), this);
+    header_ = new DisclosureButton(text("Advanced"), [this] { setExpanded(!header_->isExpanded()); });
     column->addWidget(header_);
     advanced_ = makeAdvanced();
-    advanced_->setVisible(false);
     column->addWidget(advanced_);
-    header_->onClick([this] {
-        header_->setExpanded(!header_->isExpanded());
-        advanced_->setVisible(header_->isExpanded());
-    });
+    setExpanded(false);
     column->addLayout(makeButtons());
     alignLabels();
 }
@@ -88,14 +82,14 @@ QLayout* PresetEditorView::makeField(const FieldLook& look) {
     label->wrapped();
     labels_.push_back(label);
     row->addWidget(label);
-    auto* const slider = new AdjustmentSlider(look.range, look.steps, text(look.label), this);
-    const auto member = look.member;
-    slider->onInput([this, member](double value) { editing_.setValue(member, value); });
+    auto* const slider =
+        new AdjustmentSlider(look.range, look.steps, text(look.label),
+                             [this, member = look.member](double value) { editing_.setValue(member, value); });
     row->addWidget(slider, 1);
     auto* const value = new FigureLabel(TextStyle::caption, Tone::secondary);
     value->setFixedWidth(forText(kFigureWidth));
     row->addWidget(value);
-    fields_.push_back({member, look.figure, slider, value});
+    fields_.push_back({look.member, look.figure, slider, value});
     return row;
 }
 
@@ -108,7 +102,7 @@ QWidget* PresetEditorView::makeAdvanced() {
         {textKey("B Int"), &FilterPreset::blueIntensity, kChannelIntensityRange, Figure::decimal},
     }};
     constexpr std::size_t kCurveFields = 2;
-    auto* const widget = new QWidget(this);
+    auto* const widget = new QWidget;
     auto* const column = layOut<QVBoxLayout>(widget, kRowGap);
     for (std::size_t i = 0; i < kLooks.size(); ++i) {
         if (i == kCurveFields) {
@@ -123,11 +117,8 @@ QWidget* PresetEditorView::makeAdvanced() {
 QLayout* PresetEditorView::makeButtons() {
     auto* const row = bare<QHBoxLayout>(Theme::kGap);
     row->setContentsMargins(0, Theme::kSmallGap, 0, 0);
-    auto* const cancel = new PushButton(text("Cancel"), PushButton::Kind::plain, this);
-    cancel->onClick([this] { editing_.cancel(); });
-    save_ = new PushButton(text("Save"), PushButton::Kind::primary, this);
-    save_->onClick([this] { save(); });
-    row->addWidget(cancel);
+    save_ = new PushButton(text("Save"), PushButton::Kind::primary, [this] { save(); });
+    row->addWidget(new PushButton(text("Cancel"), PushButton::Kind::plain, [this] { editing_.cancel(); }));
     row->addStretch();
     row->addWidget(save_);
     return row;
@@ -151,7 +142,7 @@ void PresetEditorView::refresh() {
     if (!editing_.isOpen()) return;
     const FilterPreset& draft = editing_.draft();
     title_->setText(editing_.isOfStored() ? text("Edit Preset") : text("New Preset"));
-    const QString name = QString::fromStdString(draft.name);
+    const QString name = toQt(draft.name);
     if (name_->text() != name) name_->setText(name);
     for (const auto& field : fields_) {
         const double value = draft.*field.member;
@@ -183,9 +174,13 @@ void PresetEditorView::hideEvent(QHideEvent* event) {
     if (editing_.isOpen()) {
         editing_.endPreview();
     } else {
-        header_->setExpanded(false);
-        advanced_->setVisible(false);
+        setExpanded(false);
     }
+}
+
+void PresetEditorView::setExpanded(bool isExpanded) {
+    header_->setExpanded(isExpanded);
+    advanced_->setVisible(isExpanded);
 }
 
 }  // namespace dravo::ui

@@ -36,6 +36,7 @@ private:
     [[nodiscard]] QWidget* makeAdvanced();
     [[nodiscard]] QLayout* makeButtons();
     void alignLabels();
+    void setExpanded(bool isExpanded);
     [[nodiscard]] static QString figureOf(double value, Figure figure);
     void save();
 

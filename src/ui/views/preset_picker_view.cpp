@@ -23,10 +23,10 @@ PresetPickerView::PresetPickerView(const PanelParts& parts, PresetEditing& editi
     column->addLayout(makePickerRow());
     editedRow_ = makeEditedRow();
     column->addWidget(editedRow_);
-    card_ = new Card(this);
+    card_ = new Card;
     column->addWidget(card_);
     editor_ = new PresetEditorView(parts, editing, [this](const Error& error) {
-        tell(text("preset.save_failed", "The preset could not be saved"), QString::fromStdString(error.message));
+        tell(text("preset.save_failed", "The preset could not be saved"), toQt(error.message));
     });
     column->addWidget(editor_);
 }
@@ -34,45 +34,41 @@ PresetPickerView::PresetPickerView(const PanelParts& parts, PresetEditing& editi
 QLayout* PresetPickerView::makePickerRow() {
     auto* const row = new Row;
     row->addWidget(new Label(text("Preset"), TextStyle::body));
-    auto* const widget = new QWidget(this);
+    auto* const widget = new QWidget;
     row->addWidget(widget);
     auto* const choice = layOut<QHBoxLayout>(widget, Theme::kGap);
-    picker_ = new MenuButton(MenuButton::Size::regular, text("Preset"), this);
-    picker_->setLines([this] { return presetLines(); });
+    picker_ = new MenuButton(MenuButton::Size::regular, text("Preset"), [this] { return presetLines(); });
     choice->addWidget(picker_, 1);
-    edit_ = new IconButton(Icon::edit, text("Edit this preset"), this);
-    edit_->onClick([this] { editing_.beginChanging(parts_.filterState.selectedPreset); });
-    remove_ = new IconButton(Icon::remove, text("Delete this preset"), this);
-    remove_->onClick([this] {
+    edit_ = new IconButton(Icon::edit, text("Edit this preset"),
+                           [this] { editing_.beginChanging(parts_.filterState.selectedPreset); });
+    remove_ = new IconButton(Icon::remove, text("Delete this preset"), [this] {
         deletionOf_ = parts_.filterState.selectedPreset.get().id;
         refresh();
     });
-    add_ = new IconButton(Icon::add, {}, this);
-    add_->onClick([this] { toggleEditor(); });
+    add_ = new IconButton(Icon::add, {}, [this] { toggleEditor(); });
     auto* const buttons = bare<QHBoxLayout>(0);
     for (auto* const button : {edit_, remove_, add_}) buttons->addWidget(button);
     choice->addLayout(buttons);
     // Of one width for all presets, so that choosing another never moves the rows.
     int room = forText(kOwnChoiceWidth) + 2 * Theme::kTarget;
     for (const auto& preset : FilterPreset::builtIn())
-        room = std::max(room, picker_->widthFor(QString::fromStdString(preset.localizedName()), true));
+        room = std::max(room, picker_->widthFor(toQt(preset.localizedName()), true));
     widget->setMinimumWidth(room + Theme::kGap + Theme::kTarget);
     return row;
 }
 
 QWidget* PresetPickerView::makeEditedRow() {
-    auto* const widget = new QWidget(this);
+    auto* const widget = new QWidget;
     auto* const row = layOut<QHBoxLayout>(widget, Theme::kGap);
     row->addWidget(new Label(text("Edited"), TextStyle::caption2, Tone::secondary), 1);
-    auto* const revert = new IconButton(Icon::revert, text("Revert to preset values"), widget);
-    revert->onClick([this] { parts_.filterState.revertToPreset(); });
-    row->addWidget(revert);
+    row->addWidget(
+        new IconButton(Icon::revert, text("Revert to preset values"), [this] { parts_.filterState.revertToPreset(); }));
     return widget;
 }
 
 void PresetPickerView::refresh() {
     const FilterPreset& selected = parts_.filterState.selectedPreset;
-    picker_->setChoice(QString::fromStdString(selected.localizedName()), swatchImage(selected, devicePixelRatioF()));
+    picker_->setChoice(toQt(selected.localizedName()), swatchImage(selected, devicePixelRatioF()));
     const bool isOwn = !selected.isBuiltIn && !editing_.isOpen();
     edit_->setVisible(isOwn);
     remove_->setVisible(isOwn);
@@ -92,7 +88,7 @@ void PresetPickerView::refresh() {
 void PresetPickerView::refreshCard() {
     using Kind = PushButton::Kind;
     if (!deletionOf_.empty()) {
-        const QString name = QString::fromStdString(parts_.filterState.selectedPreset.get().localizedName());
+        const QString name = toQt(parts_.filterState.selectedPreset.get().localizedName());
         card_->setContent(filled(text("preset.delete.title", "Delete \"%@\"?"), name),
                           text("preset.delete.message", "This preset will be removed permanently."),
                           {{text("Cancel"), Kind::plain, [this] { closeInnermost(); }},
@@ -121,7 +117,7 @@ std::vector<MenuLine> PresetPickerView::presetLines() {
     std::vector<MenuLine> lines;
     const auto append = [&](const std::vector<FilterPreset>& presets) {
         for (const auto& preset : presets) {
-            lines.push_back({.text = QString::fromStdString(preset.localizedName()),
+            lines.push_back({.text = toQt(preset.localizedName()),
                              .picture = swatchImage(preset, devicePixelRatioF()),
                              .isCurrent = preset.id == parts_.filterState.selectedPreset.get().id,
                              .choose = [this, preset] { parts_.filterState.selectedPreset = preset; }});
@@ -162,7 +158,7 @@ void PresetPickerView::deleteSelected() {
     parts_.filterState.selectedPreset = FilterPreset::migrainePrecision();
     if (!saved) {
         tell(text("preset.delete_failed", "The preset could not be removed from the file"),
-             QString::fromStdString(saved.error().message));
+             toQt(saved.error().message));
     }
 }
 
@@ -172,8 +168,7 @@ void PresetPickerView::importFile() {
         if (imported) {
             tell(countText("import.done", "Imported %lld preset", "Imported %lld presets", imported->ids.size()), {});
         } else {
-            tell(text("preset.import_failed", "Nothing was imported"),
-                 QString::fromStdString(imported.error().message));
+            tell(text("preset.import_failed", "Nothing was imported"), toQt(imported.error().message));
         }
     });
 }
@@ -182,7 +177,7 @@ void PresetPickerView::exportFile() {
     const auto presets = parts_.control.carryOut(request::ExportPresets{});
     if (!presets) return;
     askForFileToWrite(window(), presets->json, [this](const Error& error) {
-        tell(text("preset.export_failed", "The presets were not exported"), QString::fromStdString(error.message));
+        tell(text("preset.export_failed", "The presets were not exported"), toQt(error.message));
     });
 }
 

@@ -9,20 +9,19 @@ namespace dravo::ui {
 
 ScheduleView::ScheduleView(const PanelParts& parts) : View(parts) {
     auto* const column = layOut<QVBoxLayout>(this, Theme::kGap);
-    header_ = new ToggleRow(text("Automatic Schedule"), this);
-    header_->setToolTip(text("schedule.help",
-                             "Turns the filter on and off automatically. Toggling it yourself overrides the schedule "
-                             "until the next scheduled change."));
-    header_->onFlip([this](bool isOn) {
+    header_ = new ToggleRow(text("Automatic Schedule"), [this](bool isOn) {
         parts_.preferences.setScheduleEnabled(isOn);
         parts_.filterState.refreshState();
     });
+    header_->setToolTip(text("schedule.help",
+                             "Turns the filter on and off automatically. Toggling it yourself overrides the schedule "
+                             "until the next scheduled change."));
     column->addWidget(header_);
 
-    content_ = new QWidget(this);
+    content_ = new QWidget;
     auto* const rows = layOut<QVBoxLayout>(content_, Theme::kGap);
-    mode_ = new SegmentedControl({text("Custom Times"), text("Sunset to Sunrise")}, text("Schedule"), content_);
-    mode_->onChoice([this](int index) { setMode(static_cast<ScheduleMode>(index)); });
+    mode_ = new SegmentedControl({text("Custom Times"), text("Sunset to Sunrise")}, text("Schedule"),
+                                 [this](int index) { setMode(static_cast<ScheduleMode>(index)); });
     rows->addWidget(mode_);
     timesRow_ = makeTimesRow();
     rows->addWidget(timesRow_);
@@ -37,17 +36,15 @@ ScheduleView::ScheduleView(const PanelParts& parts) : View(parts) {
 }
 
 QWidget* ScheduleView::makeTimesRow() {
-    auto* const widget = new QWidget(content_);
+    auto* const widget = new QWidget;
     auto* const row = new Row(widget);
     // TRANSLATORS: "From" and "to" stand before two fields with times of day, in one row.
-    start_ = new TimeField(text("From"), widget);
-    // TRANSLATORS: "From" and "to" stand before two fields with times of day, in one row.
-    end_ = new TimeField(text("to"), widget);
-    start_->onInput([this](int minutes) {
+    start_ = new TimeField(text("From"), [this](int minutes) {
         parts_.preferences.setScheduleStartMinutes(minutes);
         parts_.filterState.refreshState();
     });
-    end_->onInput([this](int minutes) {
+    // TRANSLATORS: "From" and "to" stand before two fields with times of day, in one row.
+    end_ = new TimeField(text("to"), [this](int minutes) {
         parts_.preferences.setScheduleEndMinutes(minutes);
         parts_.filterState.refreshState();
     });

@@ -23,7 +23,7 @@ protected:
 
 private:
     [[nodiscard]] QWidget* makeShortcutRow();
-    [[nodiscard]] QLayout* makeLanguageRow();
+    [[nodiscard]] QWidget* makeLanguageRow();
     void choose(AppLanguage language);
     void showLogin(const Result<void>& changed);
 

@@ -22,16 +22,16 @@ std::int64_t modifiersOf(const QKeyEvent& key) {
 
 }  // namespace
 
-RecorderButton::RecorderButton(const PanelParts& parts, QWidget* parent)
-    : PushButton({}, Kind::plain, parent),
+RecorderButton::RecorderButton(const PanelParts& parts)
+    : PushButton({}, Kind::plain,
+                 [this] {
+                     setFocus(Qt::OtherFocusReason);  // assistive technology presses it from afar
+                     recorder_.startRecording();
+                 }),
       recorder_(parts.shortcutManager, parts.preferences, parts.scheduler),
       preferences_(parts.preferences),
       scheduler_(parts.scheduler) {
     setAccessibleDescription(ui::text("Global Shortcut"));
-    onClick([this] {
-        setFocus(Qt::OtherFocusReason);  // assistive technology presses it from afar
-        recorder_.startRecording();
-    });
     changes_ = recorder_.changes().onWillChange([this] {
         scheduler_.post([self = QPointer(this)] {
             if (self) self->refresh();
@@ -40,7 +40,7 @@ RecorderButton::RecorderButton(const PanelParts& parts, QWidget* parent)
 }
 
 void RecorderButton::refresh() {
-    const QString notice = QString::fromStdString(recorder_.notice());
+    const QString notice = toQt(recorder_.notice());
     const auto stored = shortcutText(preferences_.shortcutKeyCode(), preferences_.shortcutModifiers(), font());
     setText(notice.isEmpty() ? stored.shown : notice);
     setAccessibleName(notice.isEmpty() ? stored.spoken : notice);

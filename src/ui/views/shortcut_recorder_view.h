@@ -11,7 +11,7 @@ class RecorderButton : public PushButton {
     Q_OBJECT
 
 public:
-    RecorderButton(const PanelParts& parts, QWidget* parent);
+    explicit RecorderButton(const PanelParts& parts);
 
     void refresh();
     /// Ends a recording as Escape does.

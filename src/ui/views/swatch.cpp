@@ -4,13 +4,13 @@
 #include <QPixmapCache>
 #include <algorithm>
 
+#include "ui/texts.h"
 #include "ui/theme.h"
 
 namespace dravo::ui {
 
 QPixmap swatchImage(const FilterPreset& preset, qreal scale) {
-    const QString key =
-        QStringLiteral("dravo-swatch %1 %2").arg(QString::fromStdString(preset.swatchCacheKey())).arg(scale);
+    const QString key = QStringLiteral("dravo-swatch %1 %2").arg(toQt(preset.swatchCacheKey())).arg(scale);
     QPixmap dot;
     if (QPixmapCache::find(key, &dot)) return dot;
     const int side = Theme::kSmallIcon;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QShowEvent>
 #include <QWidget>
 
 #include "app/panel_parts.h"
@@ -18,6 +19,9 @@ public:
     virtual void refresh() = 0;
 
 protected:
+    /// Puts a button at the row's end that opens a page of the desktop's settings, where the desktop has it.
+    void addSettingsLink(QWidget& row, SystemSettings::Page page);
+
     const PanelParts& parts_;
 };
 
