@@ -74,11 +74,8 @@ QString BreakTimerView::intervalText(std::chrono::minutes interval) {
     return countText("break.interval_minutes", "%lld min", "%lld min", static_cast<std::uint64_t>(interval.count()));
 }
 
-void BreakTimerView::showEvent(QShowEvent* event) {
-    // The person may have changed it in the desktop's settings since.
-    parts_.breakNotifier.refreshStatus();
-    View::showEvent(event);
-}
+// The person may have changed it in the desktop's settings since.
+void BreakTimerView::appeared() { parts_.breakNotifier.refreshStatus(); }
 
 void BreakTimerView::refresh() {
     const auto& timer = parts_.breakTimer;

@@ -14,7 +14,7 @@ public:
     void refresh() override;
 
 protected:
-    void showEvent(QShowEvent* event) override;
+    void appeared() override;
 
 private:
     [[nodiscard]] QWidget* makeIntervalRow();

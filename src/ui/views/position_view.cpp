@@ -87,11 +87,6 @@ void PositionView::takeTyped() {
     setChoosing(false);
 }
 
-void PositionView::hideEvent(QHideEvent* event) {
-    View::hideEvent(event);
-    if (!event->spontaneous()) isChoosing_ = false;
-}
-
 void PositionView::refresh() {
     const auto latitude = parts_.preferences.lastLatitude();
     const auto longitude = parts_.preferences.lastLongitude();

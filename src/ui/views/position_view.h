@@ -15,7 +15,7 @@ public:
     void refresh() override;
 
 protected:
-    void hideEvent(QHideEvent* event) override;
+    void disappeared() override { isChoosing_ = false; }
 
 private:
     [[nodiscard]] QWidget* makeRow(Icon icon, Label*& label, TextStyle style);

@@ -161,15 +161,7 @@ void PresetEditorView::save() {
     if (const auto saved = editing_.save(); !saved) onSaveFailed_(saved.error());
 }
 
-void PresetEditorView::showEvent(QShowEvent* event) {
-    View::showEvent(event);
-    if (event->spontaneous()) return;
-    name_->setFocus(Qt::OtherFocusReason);
-}
-
-void PresetEditorView::hideEvent(QHideEvent* event) {
-    View::hideEvent(event);
-    if (event->spontaneous()) return;
+void PresetEditorView::disappeared() {
     // Closing the panel keeps the fields; the next editor opens folded.
     if (editing_.isOpen()) {
         editing_.endPreview();

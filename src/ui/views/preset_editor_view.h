@@ -19,8 +19,8 @@ public:
     void refresh() override;
 
 protected:
-    void showEvent(QShowEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
+    void appeared() override { name_->setFocus(Qt::OtherFocusReason); }
+    void disappeared() override;
 
 private:
     enum class Figure { decimal, whole, percent, signedPercent };

@@ -63,10 +63,9 @@ void ScheduleView::setMode(ScheduleMode mode) {
     parts_.filterState.refreshState();
 }
 
-void ScheduleView::showEvent(QShowEvent* event) {
-    View::showEvent(event);
+void ScheduleView::appeared() {
     const bool followsSun = parts_.preferences.scheduleMode() == ScheduleMode::sunsetToSunrise;
-    if (!event->spontaneous() && parts_.preferences.scheduleEnabled() && followsSun) parts_.locationProvider.start();
+    if (parts_.preferences.scheduleEnabled() && followsSun) parts_.locationProvider.start();
 }
 
 void ScheduleView::refresh() {

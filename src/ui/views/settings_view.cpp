@@ -68,9 +68,7 @@ QWidget* SettingsView::makeShortcutRow() {
     return rowOf({recorder_, reset});
 }
 
-void SettingsView::showEvent(QShowEvent* event) {
-    View::showEvent(event);
-    if (event->spontaneous()) return;
+void SettingsView::appeared() {
     showLogin({});
     chosenLanguage_ = AppLanguage::current(parts_.preferences);
     refresh();

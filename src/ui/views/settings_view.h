@@ -19,7 +19,7 @@ public:
     void refresh() override;
 
 protected:
-    void showEvent(QShowEvent* event) override;
+    void appeared() override;
 
 private:
     [[nodiscard]] QWidget* makeShortcutRow();

@@ -1,11 +1,22 @@
 #include "ui/views/view.h"
 
 #include <QLayout>
+#include <QShowEvent>
 
 #include "ui/controls/button.h"
 #include "ui/texts.h"
 
 namespace dravo::ui {
+
+void View::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    if (!event->spontaneous()) appeared();
+}
+
+void View::hideEvent(QHideEvent* event) {
+    QWidget::hideEvent(event);
+    if (!event->spontaneous()) disappeared();
+}
 
 void View::addSettingsLink(QWidget& row, SystemSettings::Page page) {
     if (!parts_.systemSettings.offers(page)) return;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QShowEvent>
 #include <QWidget>
 
 #include "app/panel_parts.h"
@@ -19,10 +18,18 @@ public:
     virtual void refresh() = 0;
 
 protected:
+    /// Once somebody may see it, and once nobody can any more.
+    virtual void appeared() {}
+    virtual void disappeared() {}
+
     /// Puts a button at the row's end that opens a page of the desktop's settings, where the desktop has it.
     void addSettingsLink(QWidget& row, SystemSettings::Page page);
 
     const PanelParts& parts_;
+
+private:
+    void showEvent(QShowEvent* event) final;
+    void hideEvent(QHideEvent* event) final;
 };
 
 }  // namespace dravo::ui
