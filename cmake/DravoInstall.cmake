@@ -3,7 +3,7 @@
 include(GNUInstallDirs)
 
 install(TARGETS dravo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS dravo_pictures_module dravo_desktop LIBRARY DESTINATION lib/dravo)
+install(TARGETS dravo_pictures_module dravo_desktop dravo_wayland LIBRARY DESTINATION lib/dravo)
 foreach(size 16 24 32 48 64 128 256)
   install(FILES packaging/icons/dravo-${size}.png
     DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/${size}x${size}/apps RENAME dravo.png)

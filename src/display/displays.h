@@ -25,6 +25,7 @@ inline constexpr std::size_t kMaxDisplays = 16;
 enum class DisplayState {
     ready,
     noTable,  ///< Its hardware or driver has no transfer table.
+    held,     ///< Another program has it to itself.
     refused,  ///< The server took no table for it the last time.
 };
 
@@ -32,7 +33,7 @@ enum class DisplayState {
 struct DisplayDescription {
     DisplayId id{};
     std::string name;           ///< The connector, e.g. "DP-1".
-    std::size_t tableSize = 0;  ///< Entries per channel of its hardware table; 0 when it has none.
+    std::size_t tableSize = 0;  ///< Entries per channel of its hardware table; 0 when it has none, or nobody has told yet.
     DisplayState state = DisplayState::ready;
     Sentence problem;  ///< Why it cannot be filtered; empty when it can.
     bool operator==(const DisplayDescription&) const = default;
