@@ -97,16 +97,6 @@ TEST_F(FilterControlTest, TellsOnceOfManyChangesAndNeverOfACountdownsStep) {
     EXPECT_EQ(toldWithin(30min), std::vector{0}) << "the next change moves, and nothing else";
 }
 
-TEST_F(FilterControlTest, RevertsToThePresetsOwnAdjustments) {
-    ASSERT_TRUE(ask(request::SelectPreset{"sunset"}));
-    ASSERT_TRUE(ask(request::SetAdjustments{.intensity = 0.25, .contrast = 0.5}));
-    EXPECT_TRUE(now().isEdited);
-    ASSERT_TRUE(ask(request::RevertToPreset{}));
-    scheduler.advance(1s);
-    EXPECT_FALSE(now().isEdited);
-    EXPECT_TRUE(showsPreset(FilterPreset::sunset()));
-}
-
 TEST_F(FilterControlTest, KeepsScheduleAndPlaceForTheNextRun) {
     ASSERT_TRUE(ask(request::SetLocation{LocationSource::typed, Position{-33.9, 18.4}}));
     ASSERT_TRUE(ask(request::SetSchedule{true, ScheduleMode::customTimes, 1200, 425}));
@@ -124,9 +114,7 @@ TEST_F(FilterControlTest, KeepsScheduleAndPlaceForTheNextRun) {
 }
 
 TEST_F(FilterControlTest, WhatIsImportedOverTheSelectedPresetIsOnScreen) {
-    FilterPreset mine = FilterPreset::evening();
-    mine.id = "MINE";
-    mine.isBuiltIn = false;
+    FilterPreset mine{.id = "MINE", .intensity = 0.7};
     for (const double red : {0.5, 0.25}) {
         mine.redFactor = red;
         const auto imported = ask(request::ImportPresets{*encodePreset(mine)});

@@ -27,34 +27,11 @@ TEST(HandOverTest, ComesBackAsItWentAndNothingElseIsTakenForOne) {
         EXPECT_FALSE(decodeHandOver(bad)) << bad;
 }
 
-TEST(HandOverTest, SuccessorGoesOnAsThePredecessorWas) {
-    FilterWorld before;
-    before.preferences.setScheduleEnabled(true);  // 20:00 to 07:00: at noon it says off
-    before.start();
-    before.scheduler.advance(1s);
-    before.state->turnOn();
-    before.state->intensity = 0.33;
-    before.scheduler.advance(1s);
-    ASSERT_TRUE(before.showsFilter());
-    const RunningState running = before.state->runningState();
-
-    FilterWorld after;
-    after.preferences.setScheduleEnabled(true);
-    after.displays.begin(LastingDisplays::Beginning::goingOn);
-    auto parts = after.parts();
-    parts.continued = running;
-    after.state.emplace(parts);
-    EXPECT_EQ(after.state->runningState(), running);
-    EXPECT_TRUE(after.showsFilter());
-    after.scheduler.advance(1h);
-    EXPECT_TRUE(after.state->isEnabled) << "the hand toggle still holds";
-
+TEST(HandOverTest, ThePauseOfThePredecessorEndsInTime) {
     FilterWorld paused;
-    auto pausedParts = paused.parts();
-    pausedParts.continued = running;
-    pausedParts.continued->isEnabled = false;
-    pausedParts.continued->pausedUntil = FilterWorld::kNoon + 10min;
-    paused.state.emplace(pausedParts);
+    auto parts = paused.parts();
+    parts.continued.emplace().pausedUntil = FilterWorld::kNoon + 10min;
+    paused.state.emplace(parts);
     paused.scheduler.advance(9min);
     EXPECT_TRUE(paused.showsOwn());
     paused.scheduler.advance(2min);

@@ -20,13 +20,7 @@ struct EditingWorld : FilterWorld {
     std::optional<PresetEditing> editing;
 };
 
-FilterPreset ownPreset() {
-    FilterPreset preset = FilterPreset::evening();
-    preset.id = "own";
-    preset.name = "Own";
-    preset.isBuiltIn = false;
-    return preset;
-}
+const FilterPreset kOwn{.id = "own", .name = "Own", .greenFactor = 0.8, .intensity = 0.7};
 
 TEST(PresetEditingTest, PreviewsOnceTheFieldsHaveRestedForFiftyMilliseconds) {
     EditingWorld world;
@@ -45,14 +39,13 @@ TEST(PresetEditingTest, PreviewsOnceTheFieldsHaveRestedForFiftyMilliseconds) {
 
 TEST(PresetEditingTest, EveryWayOutBringsBackWhatWasOnScreen) {
     const std::vector<std::pair<const char*, void (*)(EditingWorld&)>> ways{
-        {"cancel", [](EditingWorld& world) { world.editing->cancel(); }},
-        {"cancel before the preview came",
+        {"cancel before the next preview came",
          [](EditingWorld& world) {
              world.editing->setValue(&FilterPreset::blueFactor, 0.9);
              world.editing->cancel();
          }},
         {"the panel closes", [](EditingWorld& world) { world.editing->endPreview(); }},
-        {"another preset is edited", [](EditingWorld& world) { world.editing->beginChanging(ownPreset()); }},
+        {"another preset is edited", [](EditingWorld& world) { world.editing->beginChanging(kOwn); }},
     };
     for (const auto& [name, way] : ways) {
         EditingWorld world;
@@ -64,21 +57,6 @@ TEST(PresetEditingTest, EveryWayOutBringsBackWhatWasOnScreen) {
         world.scheduler.advance(200ms);
         EXPECT_TRUE(world.showsFilter()) << name;
     }
-}
-
-TEST(PresetEditingTest, FieldsOutliveAPanelThatClosesAndPreviewAgainAtTheNextChange) {
-    EditingWorld world;
-    world.editing->beginNew();
-    world.editing->setName("Half");
-    world.editing->setValue(&FilterPreset::redFactor, 0.2);
-    world.editing->endPreview();
-    world.scheduler.advance(1s);
-    EXPECT_TRUE(world.showsFilter());
-    EXPECT_TRUE(world.editing->isOpen());
-    EXPECT_EQ(world.editing->draft().name, "Half");
-    world.editing->setValue(&FilterPreset::redFactor, 0.3);
-    world.scheduler.advance(50ms);
-    EXPECT_TRUE(world.showsDraft());
 }
 
 TEST(PresetEditingTest, AFadeThatRunsGoesOnWhereNothingWasPreviewed) {
@@ -123,7 +101,7 @@ TEST(PresetEditingTest, NothingIsPreviewedWhileTheFilterIsOff) {
 
 TEST(PresetEditingTest, GrayscaleFollowsThePreviewAndIsUndone) {
     EditingWorld world;
-    FilterPreset gray = ownPreset();
+    FilterPreset gray = kOwn;
     gray.isGrayscale = true;
     world.editing->beginChanging(gray);
     world.editing->setValue(&FilterPreset::redFactor, 0.2);
@@ -135,8 +113,8 @@ TEST(PresetEditingTest, GrayscaleFollowsThePreviewAndIsUndone) {
 
 TEST(PresetEditingTest, SavingChangesTheStoredOneOrAddsANewOne) {
     EditingWorld world;
-    world.customPresets.presets = {ownPreset()};
-    world.editing->beginChanging(ownPreset());
+    world.customPresets.presets = {kOwn};
+    world.editing->beginChanging(kOwn);
     world.editing->setName("\t Better  ");
     world.editing->setValue(&FilterPreset::contrast, -0.25);
     ASSERT_TRUE(world.editing->save());
@@ -150,10 +128,6 @@ TEST(PresetEditingTest, SavingChangesTheStoredOneOrAddsANewOne) {
 
     world.state->dimming = 0.3;
     world.editing->beginNew();
-    EXPECT_EQ(world.editing->draft().dimming, 0.3);
-    EXPECT_FALSE(world.editing->canSave());
-    world.editing->setName("  \t");
-    EXPECT_FALSE(world.editing->canSave());
     world.editing->setName("New");
     ASSERT_TRUE(world.editing->save());
     ASSERT_EQ(world.customPresets.presets.get().size(), 2U);

@@ -50,31 +50,5 @@ TEST(SchedulerTest, LetsACallbackReplaceItsOwnTimer) {
     EXPECT_FALSE(timer.isPending());
 }
 
-TEST(SchedulerTest, MakesUpMissedTicksByOneAndKeepsTheRhythm) {
-    memory::VirtualScheduler scheduler;
-    int ticks = 0;
-    const auto timer = scheduler.every(1s, [&] { ++ticks; });
-    scheduler.advance(3s);
-    EXPECT_EQ(ticks, 3);
-    scheduler.stall(8h + 300ms);
-    scheduler.advance(0s);
-    EXPECT_EQ(ticks, 4);
-    scheduler.advance(700ms);
-    EXPECT_EQ(ticks, 5);
-}
-
-TEST(SchedulerTest, StandsStillInSleep) {
-    memory::VirtualScheduler scheduler;
-    int fired = 0;
-    const auto before = scheduler.now();
-    const auto timer = scheduler.after(1min, [&] { ++fired; });
-    scheduler.sleep(8h);
-    scheduler.advance(59s);
-    EXPECT_EQ(fired, 0);
-    EXPECT_EQ(scheduler.now() - before, 8h + 59s);
-    scheduler.advance(1s);
-    EXPECT_EQ(fired, 1);
-}
-
 }  // namespace
 }  // namespace dravo

@@ -75,14 +75,5 @@ TEST_F(BreakNotifierTest, RefreshesItsStatusWithoutEverAsking) {
     EXPECT_EQ(desktop_.prompts, 0);
 }
 
-TEST_F(BreakNotifierTest, PostsWhateverItsStatus) {
-    desktop_.state = NotificationPermission::denied;
-    notifier_.refreshStatus();
-    scheduler_.runPosted();
-    notifier_.postBreakNotification();
-    notifier_.postBreakNotification();
-    EXPECT_EQ(desktop_.posted.size(), 2u);
-}
-
 }  // namespace
 }  // namespace dravo

@@ -60,7 +60,6 @@ public:
     std::vector<FilterPreset> ownPresets;
     Result<bool> runningInstanceSays = false;
     FakeControlClient control;
-    std::optional<ControlRequest> startedWith;
     std::optional<Position> position;
     TemporaryFolder folder;
     FixedOffsetCalendar calendar{std::chrono::hours(1)};
@@ -128,10 +127,7 @@ private:
         WallTime now() override { return world.now; }
         ControlClient& control() override { return world.control; }
         RunningInstance& runningInstance() override { return *this; }
-        cli::ExitCode start(const ControlRequest& first) override {
-            world.startedWith = first;
-            return cli::ExitCode::Ok;
-        }
+        cli::ExitCode start(const ControlRequest&) override { return cli::ExitCode::Ok; }
         Result<PictureService*> pictures() override { return Error{ErrorCode::NotFound, "pictures cannot be made"}; }
 
         Result<bool> switchOff() override { return world.runningInstanceSays; }

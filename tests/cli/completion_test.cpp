@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "filter/preset_json.h"
 #include "support/process_under_test.h"
 
 namespace dravo::testing {
@@ -19,8 +20,6 @@ constexpr Row kRows[] = {
     {"table notch", "<table><notch480>"},
     {"table MI", "<table><MINE>"},
     {"status --fol", "<status><--follow>"},
-    {"pause mo", "<pause><morning>"},
-    {"help resto", "<help><restore>"},
     {"set bl", "<set><black-point=>"},
     {"--headl", "<--headless>"},
 };
@@ -29,10 +28,7 @@ constexpr Row kRows[] = {
 class CompletionTest : public ::testing::Test {
 protected:
     CompletionTest() {
-        home_.write(".dravo/custom_presets.json",
-                    R"([{"id":"MINE","name":"Mein","redFactor":1,"greenFactor":1,"blueFactor":1,"intensity":0,)"
-                    R"("dimming":0,"blackPoint":0,"gamma":1,"contrast":0,"colorTemperature":6500,"redIntensity":1,)"
-                    R"("greenIntensity":1,"blueIntensity":1,"isBuiltIn":false,"isGrayscale":false}])");
+        home_.write(".dravo/custom_presets.json", *encodePresets(std::vector{FilterPreset{.id = "MINE"}}));
         home_.write("presets of mine.json", "[]");
         environment_ = home_.environment();
         environment_["PATH"] = programUnderTest().parent_path().string() + ":/usr/bin:/bin";

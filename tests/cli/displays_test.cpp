@@ -115,16 +115,5 @@ TEST_F(DisplayCommandsTest, RestoreGivesSavedTablesThenProfilesThenNeutral) {
     EXPECT_FALSE(std::filesystem::exists(world.dataFolder().home / "original_gamma.json"));
 }
 
-TEST_F(DisplayCommandsTest, RestoreLeavesTheDisplaysToARunningInstance) {
-    const CrtcId crtc = world.desk.addCrtc(256);
-    world.desk.plug("DP-1", crtc);
-    tint(crtc);
-    world.runningInstanceSays = true;
-    EXPECT_EQ(world.run({"restore"}).code, ExitCode::Ok);
-    world.runningInstanceSays = Error{ErrorCode::Busy, "it does not answer"};
-    EXPECT_EQ(world.run({"restore"}).code, ExitCode::Refused);
-    EXPECT_TRUE(world.desk.log.empty());
-}
-
 }  // namespace
 }  // namespace dravo::testing

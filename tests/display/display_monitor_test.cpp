@@ -2,43 +2,32 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <optional>
 #include <vector>
 
-#include "display/remembered_displays.h"
-#include "support/memory/memory_services.h"
-#include "support/memory/memory_table_device.h"
-#include "support/memory/virtual_scheduler.h"
-#include "support/temporary_folder.h"
+#include "display/engine_world.h"
 
 namespace dravo {
 namespace {
 
 using namespace std::chrono_literals;
 
-class DisplayMonitorTest : public ::testing::Test {
+class DisplayMonitorTest : public ::testing::Test, protected testing::EngineWorld {
 protected:
     DisplayMonitorTest() {
-        displays.begin(LastingDisplays::Beginning::afresh);
-        monitor->onDisplayChange = [this] { calls.push_back((scheduler.steadyNow() - start) / 1ms); };
+        run->launch(std::nullopt);
+        desk.unplug("DP-1");
+        monitor->onDisplayChange = [this] { calls.push_back((scheduler.steadyNow() - begun) / 1ms); };
     }
-    memory::VirtualDesk desk;
-    CrtcId crtc = desk.addCrtc(256);
-    memory::MemoryTableDevice device{desk};
-    testing::TemporaryFolder home;
-    OriginalGammaStore store{{home / ".dravo", {}}};
-    memory::MemoryWakeSource wakeSource;
-    memory::VirtualScheduler scheduler;
-    RememberedDisplays displays{device, store, scheduler};
-    SteadyTime start = scheduler.steadyNow();
-    std::unique_ptr<DisplayMonitor> monitor = std::make_unique<DisplayMonitor>(displays, wakeSource, scheduler);
+    SteadyTime begun = scheduler.steadyNow();
+    std::optional<DisplayMonitor> monitor{std::in_place, run->displays, wakeSource, scheduler};
     std::vector<long> calls;
 };
 
 TEST_F(DisplayMonitorTest, ReportsEachEventAtOnceAndLooksAgainFiveTimesAfterTheLast) {
     monitor->start();
     monitor->start();
-    desk.plug("DP-1", crtc);
+    desk.plug("DP-1", crtcs[0]);
     EXPECT_EQ(calls, std::vector{0L});
     scheduler.advance(120ms);
     wakeSource.wake();
@@ -49,7 +38,7 @@ TEST_F(DisplayMonitorTest, ReportsEachEventAtOnceAndLooksAgainFiveTimesAfterTheL
 
 TEST_F(DisplayMonitorTest, IsSilentWhenStoppedOrGone) {
     monitor->stop();
-    desk.plug("DP-1", crtc);
+    desk.plug("DP-1", crtcs[0]);
     EXPECT_TRUE(calls.empty());
     monitor->start();
     wakeSource.wake();

@@ -100,15 +100,6 @@ TEST(GammaApplicatorTest, AppliesAtOnceWithoutATableToFadeFrom) {
     EXPECT_TRUE(world.shows(kDark));
 }
 
-TEST(GammaApplicatorTest, FadesShortTablesOverTheirWholeRange) {
-    EngineWorld world({64});
-    auto& applicator = world.launched();
-    applicator.apply(kDark, Fade::animated);
-    world.scheduler.advance(299ms);
-    EXPECT_EQ(world.desk.log.size(), 10U);
-    EXPECT_TRUE(world.shows(kDark));
-}
-
 TEST(GammaApplicatorTest, StartsAFadeThatInterruptsAnotherFromTheFrameOnScreen) {
     for (const bool resets : {false, true}) {
         EngineWorld world;

@@ -88,20 +88,6 @@ TEST(OriginalGammaStoreTest, SuccessorWithoutAFileTakesNothingForTheDisplaysOwn)
     EXPECT_TRUE(world.shows(GammaTable::identity()));
 }
 
-TEST(OriginalGammaStoreTest, SuccessorKeepsWhatIsOnScreenAndKnowsWhatToGiveBack) {
-    EngineWorld world({256, 1024});
-    world.run->launch(kDark);
-    world.desk.log.clear();
-    auto& successor = world.crashAndStart();
-    successor.launch(kDark, LastingDisplays::Beginning::goingOn);
-    for (const auto& write : world.desk.log) EXPECT_EQ(write.levels, toLevels(kDark, write.levels.size()));
-    EXPECT_TRUE(world.shows(kDark));
-    EXPECT_EQ(saved(homeFile(world)).size(), 2U);
-    ASSERT_TRUE(successor.quit());
-    EXPECT_TRUE(world.showsOwn(0) && world.showsOwn(1));
-    EXPECT_FALSE(std::filesystem::exists(homeFile(world)));
-}
-
 TEST(OriginalGammaStoreTest, RestoresAfterACrashAndCarriesAbsentDisplaysOver) {
     EngineWorld world({256, 1024});
     world.run->launch(kDark);
@@ -113,20 +99,6 @@ TEST(OriginalGammaStoreTest, RestoresAfterACrashAndCarriesAbsentDisplaysOver) {
     EXPECT_TRUE(world.showsOwn(1)) << "it still carried our table";
     ASSERT_TRUE(world.run->quit());
     EXPECT_FALSE(world.start().launch(std::nullopt));
-}
-
-TEST(OriginalGammaStoreTest, UnderstandsEditedKeysAndAnEmptyFile) {
-    EngineWorld world;
-    const std::string table = encodeTable(toTable(ownLevels(256, 0)));
-    put(homeFile(world),
-        "{\"abc\":" + table + ",\"+" + std::to_string(static_cast<std::uint32_t>(world.id(0))) + "\":" + table + "}");
-    world.desk.foreignWrite(world.crtcs[0], toLevels(kDark, 256));
-    EXPECT_TRUE(world.start().launch(std::nullopt));
-    EXPECT_TRUE(world.showsOwn(0));
-
-    put(homeFile(world), "{}");
-    EXPECT_TRUE(world.start().launch(std::nullopt));
-    EXPECT_EQ(saved(homeFile(world)).size(), 1U);
 }
 
 TEST(OriginalGammaStoreTest, AddsADisplayBeforeItsFirstWriteAndChangesNoEntry) {
@@ -183,14 +155,6 @@ TEST(DisplayAccessTest, SaysWhatFailedAndWhy) {
               "CGGetOnlineDisplayList failed: Disconnected");
     EXPECT_EQ(readTransfer(world.run->displays, id).error().description(),
               "CGGetDisplayTransferByTable failed: Disconnected");
-}
-
-TEST(DisplayAccessTest, ReadsALongTableOverItsWholeRange) {
-    EngineWorld world({1024});
-    world.run->launch(std::nullopt);
-    const auto table = readTransfer(world.run->displays, world.id(0)).value();
-    ASSERT_EQ(table.size(), 256U);
-    EXPECT_EQ(table.red.back(), toTable(ownLevels(1024, 0)).red.back());
 }
 
 }  // namespace

@@ -44,20 +44,6 @@ TEST_F(CustomPresetStoreTest, StartsEmptyAndWritesNothingBeforeTheFirstSave) {
     EXPECT_EQ(readCustomPresets(folder_).value(), store.presets.get());
 }
 
-TEST_F(CustomPresetStoreTest, TellsObserversBeforeEachChange) {
-    CustomPresetStore store(folder_);
-    std::size_t heard = 0, sizeThen = 99;
-    const auto subscription = store.onWillChange([&] {
-        ++heard;
-        sizeThen = store.presets.get().size();
-    });
-    store.presets = {preset("a")};
-    EXPECT_EQ(heard, 1U);
-    EXPECT_EQ(sizeThen, 0U);
-    ASSERT_TRUE(store.adopt(std::vector<FilterPreset>{preset("b")}));
-    EXPECT_EQ(heard, 2U);
-}
-
 TEST_F(CustomPresetStoreTest, UpdatesTheFirstWithThatIdAndNothingElse) {
     put(textOf({preset("a", "1"), preset("b", "1"), preset("b", "2")}));
     CustomPresetStore store(folder_);

@@ -7,10 +7,7 @@
 namespace dravo {
 namespace {
 
-using namespace std::chrono_literals;
-
 constexpr std::int64_t kZero = 0;
-constexpr std::int64_t kOne = 1;
 
 TEST(PreferencesStoreTest, TellsAStoredZeroFromAnAbsentKey) {
     memory::MemoryUserDefaults defaults({{"filterEnabled", false},
@@ -28,48 +25,6 @@ TEST(PreferencesStoreTest, TellsAStoredZeroFromAnAbsentKey) {
     EXPECT_EQ(store.scheduleEndMinutes(), 0);
     EXPECT_EQ(store.shortcutKeyCode(), 0);
     EXPECT_EQ(store.shortcutModifiers(), 0);
-}
-
-TEST(PreferencesStoreTest, WritesEachSettingUnderItsOwnKeyAndNothingElse) {
-    static constexpr WallTime kEnd{1234567890s};
-    const struct {
-        DefaultsValues stored;
-        void (*write)(PreferencesStore&);
-    } rows[] = {
-        {{{"filterEnabled", false}}, [](auto& store) { store.setFilterEnabled(false); }},
-        {{{"lastPresetID", "warm"}}, [](auto& store) { store.setLastPresetID("warm"); }},
-        {{{"lastIntensity", 0.1}}, [](auto& store) { store.setLastIntensity(0.1); }},
-        {{{"lastDimming", 0.2}}, [](auto& store) { store.setLastDimming(0.2); }},
-        {{{"lastBlackPoint", 0.3}}, [](auto& store) { store.setLastBlackPoint(0.3); }},
-        {{{"lastContrast", -0.4}}, [](auto& store) { store.setLastContrast(-0.4); }},
-        {{{"pausedUntil", kEnd}}, [](auto& store) { store.setPausedUntil(kEnd); }},
-        {{{"scheduleEnabled", true}}, [](auto& store) { store.setScheduleEnabled(true); }},
-        {{{"scheduleMode", kOne}}, [](auto& store) { store.setScheduleMode(ScheduleMode::sunsetToSunrise); }},
-        {{{"scheduleStartMinutes", kOne}}, [](auto& store) { store.setScheduleStartMinutes(1); }},
-        {{{"scheduleEndMinutes", kOne}}, [](auto& store) { store.setScheduleEndMinutes(1); }},
-        {{{"lastLatitude", 52.5}}, [](auto& store) { store.setLastLatitude(52.5); }},
-        {{{"lastLongitude", -13.4}}, [](auto& store) { store.setLastLongitude(-13.4); }},
-        {{{"locationSource", "zone"}}, [](auto& store) { store.setLocationSource(LocationSource::zone); }},
-        {{{"shortcutKeyCode", kOne}, {"shortcutModifiers", kZero}}, [](auto& store) { store.setShortcut(1, 0); }},
-        {{{"shortcutEnabled", false}}, [](auto& store) { store.setShortcutEnabled(false); }},
-        {{{"breakReminderEnabled", true}}, [](auto& store) { store.setBreakReminderEnabled(true); }},
-        {{{"breakIntervalMinutes", kOne}}, [](auto& store) { store.setBreakIntervalMinutes(1); }},
-        {{{"hasSeenOnboarding", true}}, [](auto& store) { store.setHasSeenOnboarding(true); }},
-        {{{"advancedExpanded", true}}, [](auto& store) { store.setAdvancedExpanded(true); }},
-    };
-    for (const auto& row : rows) {
-        memory::MemoryUserDefaults defaults;
-        PreferencesStore store(defaults);
-        row.write(store);
-        EXPECT_EQ(defaults.values(), row.stored);
-    }
-    memory::MemoryUserDefaults defaults({{"pausedUntil", kEnd}, {"scheduleMode", kOne}, {"locationSource", "zone"}});
-    PreferencesStore store(defaults);
-    EXPECT_EQ(store.pausedUntil(), kEnd);
-    EXPECT_EQ(store.scheduleMode(), ScheduleMode::sunsetToSunrise);
-    EXPECT_EQ(store.locationSource(), LocationSource::zone);
-    store.setPausedUntil(std::nullopt);
-    EXPECT_FALSE(defaults.object("pausedUntil"));
 }
 
 TEST(PreferencesStoreTest, ReadsWhatCannotBeMeantAsAbsent) {
@@ -113,18 +68,6 @@ TEST(PreferencesStoreTest, AnnouncesOnceBeforeAWriteThatThePanelShowsAndKeepsSil
     store.setLastLatitude(1);
     store.setAdvancedExpanded(true);
     EXPECT_EQ(announced, 5);
-}
-
-TEST(PreferencesStoreTest, PassesOnAnOutsideChangeWithItsKeysAfterTheWillChange) {
-    memory::MemoryUserDefaults defaults({{"lastDimming", 0.5}, {"scheduleEnabled", true}});
-    PreferencesStore store(defaults);
-    std::string log;
-    const auto will = store.changes().onWillChange([&] { log += "will "; });
-    const auto outside = store.onOutsideChange([&](const DefaultsKeys& keys) {
-        for (const auto& key : keys) log += key + " ";
-    });
-    defaults.replaceFromOutside({{"scheduleEnabled", true}, {"scheduleStartMinutes", std::int64_t{60}}});
-    EXPECT_EQ(log, "will lastDimming scheduleStartMinutes ");
 }
 
 }  // namespace

@@ -53,10 +53,7 @@ const std::vector<Section>& sections() {
          }},
         {"deletion",
          [](PanelWorld& world) {
-             FilterPreset own = FilterPreset::evening();
-             own.id = "own";
-             own.name = "My evening";
-             own.isBuiltIn = false;
+             const FilterPreset own{.id = "own", .name = "My evening"};
              world.customPresets.presets = {own};
              world.state->selectedPreset = own;
              world.settle();

@@ -31,8 +31,7 @@ struct PanelWorld : FilterWorld {
                                            [] { return Result<void>(); }});
         parts.emplace(PanelParts{*state, preferences, customPresets, breakTimer, notifier, locationProvider, applicator,
                                  grayscaleSwitch, displays, *control, shortcutManager, launchAtLogin, scheduler,
-                                 calendar, appearance, systemSettings, updater, [this] { ++relaunches; },
-                                 [this] { ++quits; }});
+                                 calendar, appearance, systemSettings, updater, [] {}, [] {}});
         ui::setTheme(ui::Theme::of({}));
     }
 
@@ -54,10 +53,6 @@ struct PanelWorld : FilterWorld {
         ui::measureAnew(*panel);
         panel->resize(panel->width(), panel->heightForWidth(panel->width()));
         QApplication::processEvents();
-    }
-    void pass(Duration duration) {
-        scheduler.advance(duration);
-        settle();
     }
 
     /// The control of this class and accessible name that can be seen; null if there is none.
@@ -95,8 +90,6 @@ struct PanelWorld : FilterWorld {
     LaunchAtLogin launchAtLogin{loginItem};
     std::optional<FilterControl> control;
     std::optional<PanelParts> parts;
-    int relaunches = 0;
-    int quits = 0;
     std::unique_ptr<ui::MenuBarView> panel;
 };
 

@@ -11,6 +11,52 @@ namespace {
 
 using cli::ExitCode;
 
+GammaTable tableFromJson(const std::string& text) {
+    const auto json = nlohmann::json::parse(text);
+    EXPECT_EQ(json.size(), 3U);
+    return {json.at("red").get<std::vector<float>>(), json.at("green").get<std::vector<float>>(),
+            json.at("blue").get<std::vector<float>>()};
+}
+
+const FilterPreset kOwn{.id = "OWN", .name = "Mein Abend", .blueFactor = 0.123456789, .intensity = 0.7};
+
+TEST(PresetsCommandTest, ListsTheBuiltInPresetsAndThenOnesOwn) {
+    CommandWorld world;
+    world.ownPresets = {kOwn};
+    const auto listed = decodePresets(world.run({"presets", "--json"}).out);
+    ASSERT_TRUE(listed);
+    auto expected = FilterPreset::builtIn();
+    expected.push_back(kOwn);
+    EXPECT_EQ(*listed, expected);
+    EXPECT_NE(world.run({"presets"}).out.find("OWN                Mein Abend"), std::string::npos);
+}
+
+TEST(TableCommandTest, PrintsWhatTheDisplaysWouldGetBitForBit) {
+    CommandWorld world;
+    world.ownPresets = {kOwn};
+    EXPECT_EQ(tableFromJson(world.run({"table", "OWN", "--json"}).out), computeTable(kOwn, 0.7, 0, 0, 0));
+    const char* const adjusted = "table --intensity 0.3 sunset --json --dimming=0 --contrast -0.25 --black-point 1e-1";
+    EXPECT_EQ(tableFromJson(world.run(adjusted).out), computeTable(FilterPreset::sunset(), 0.3, 0, 0.1, -0.25));
+    const std::string text = world.run({"table", "fl41"}).out;
+    EXPECT_NE(text.find("\n    0  0.0000  0.0000  0.0000\n"), std::string::npos) << text;
+    EXPECT_TRUE(text.ends_with("\n  255  0.8725  0.4050  0.3200\n")) << text;
+}
+
+TEST(TableCommandTest, TakesAPresetFromAFileOrSaysWhyNot) {
+    CommandWorld world;
+    const std::string good = world.save("good", *encodePreset(kOwn));
+    EXPECT_EQ(tableFromJson(world.run({"table", good, "--json"}).out), computeTable(kOwn, 0.7, 0, 0, 0));
+
+    for (const std::string& bad : {world.save("bad.json", "{\"id\":\"x\"}"), world.save("empty.json", ""),
+                                   (world.folder / "missing.json").string(), world.folder.path().string(),
+                                   std::string("/dev/zero"), std::string("missing.json")}) {
+        const Outcome outcome = world.run({"table", bad, "--json"});
+        EXPECT_EQ(outcome.code, ExitCode::FileTrouble) << bad;
+        EXPECT_NE(outcome.err.find(bad), std::string::npos) << outcome.err;
+        EXPECT_EQ(outcome.out, "");
+    }
+}
+
 TEST(SunCommandTest, GivesUtcTimesAndLocalMinutesOfTheAskedDay) {
     CommandWorld world;
     const std::string solstice =
@@ -53,12 +99,7 @@ protected:
         return readCustomPresets(world.dataFolder().home).hasValue() ? *readCustomPresets(world.dataFolder().home)
                                                                      : std::vector<FilterPreset>{};
     }
-    static FilterPreset preset(const std::string& id) {
-        FilterPreset result = FilterPreset::evening();
-        result.id = id;
-        result.isBuiltIn = false;
-        return result;
-    }
+    static FilterPreset preset(const std::string& id) { return {.id = id}; }
     CommandWorld world;
 };
 
