@@ -30,6 +30,8 @@ private:
     static Error unsupported() { return {ErrorCode::Unsupported, std::string(kNoGrayscaleMode.english)}; }
 };
 
+inline constexpr TextKey kNoShortcut = textKey("in this Wayland session no key can be reserved for a program");
+
 /// A shortcut that nobody delivers to programs, for this reason.
 class NoHotKeys final : public HotKeyService {
 public:

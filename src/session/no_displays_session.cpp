@@ -4,7 +4,6 @@ namespace dravo {
 namespace {
 
 constexpr TextKey kNoWay = textKey("this Wayland session offers no way to tint the screen");
-constexpr TextKey kNoShortcut = textKey("in this Wayland session no key can be reserved for a program");
 
 }  // namespace
 

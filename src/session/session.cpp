@@ -3,12 +3,14 @@
 #include "session/absent_ports.h"
 #include "session/no_displays_session.h"
 #include "session/wayland_socket.h"
+#include "session/wlr_session.h"
 #include "session/x11_session.h"
 
 namespace dravo {
 
 std::unique_ptr<Session> Session::choose(Guarding guarding, const Environment& environment) {
     if (!isWaylandSession(environment)) return std::make_unique<X11Session>(guarding);
+    if (auto session = WlrSession::find()) return session;
     return std::make_unique<NoDisplaysSession>();
 }
 

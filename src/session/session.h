@@ -29,7 +29,8 @@ public:
     /// Looks at the environment and, in a Wayland session only, at what its compositor offers. Tried in this order:
     ///  1. outside a Wayland session, X11 by RandR. Never inside one, whatever DISPLAY says: its X server takes tables
     ///     and does nothing with them.
-    ///  2. none of these: a session whose displays cannot be filtered, where everything else works.
+    ///  2. a compositor that hands out its displays' tables by wlr-gamma-control.
+    ///  3. none of these: a session whose displays cannot be filtered, where everything else works.
     /// REQUIRES with `byLastWord`: no other thread yet.
     [[nodiscard]] static std::unique_ptr<Session> choose(Guarding guarding, const Environment& environment);
 

@@ -22,7 +22,7 @@ std::optional<std::string> waylandSocket(const Environment& environment) {
 
 bool isWaylandSession(const Environment& environment) {
     const char* const kind = environment("XDG_SESSION_TYPE");
-    return (kind && std::string_view(kind) == "wayland") || waylandSocket(environment);
+    return (kind && std::string_view(kind) == "wayland") || environment("WAYLAND_SOCKET") || waylandSocket(environment);
 }
 
 }  // namespace dravo

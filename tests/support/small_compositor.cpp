@@ -212,6 +212,7 @@ struct SmallCompositor::Inside {
     void load(Control& control, int file) {
         if (!control.output) return;
         ++books.loads;
+        books.lastLoad = std::chrono::steady_clock::now();
         constexpr int kEvery = F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
         books.wereFilesSealed = books.wereFilesSealed && ::fcntl(file, F_GET_SEALS) == kEvery;
         const std::size_t size = control.output->size;

@@ -65,6 +65,7 @@ public:
         int requests = 0;             ///< For a table.
         int loads = 0;                ///< Of one.
         bool wereFilesSealed = true;  ///< Each against every change.
+        std::chrono::steady_clock::time_point lastLoad{};
     };
     [[nodiscard]] Books books();
 

@@ -20,6 +20,7 @@ constexpr std::uint32_t kOutputVersion = 4;
 /// Sixteen bits of input. Some drivers tell millions.
 constexpr std::uint32_t kLargestTable = 65536;
 constexpr std::size_t kLongestText = 128;
+constexpr std::uint64_t kNotAsked = UINT64_MAX;
 
 /// What the compositor says, fit for a line on a terminal and for JSON.
 std::string cleaned(const char* text) {
@@ -58,7 +59,8 @@ struct GammaOutput::Listeners {
 };
 
 GammaOutput::GammaOutput(Connection& connection, const Connection::Global& global)
-    : name_(global.name),
+    : connection_(connection),
+      name_(global.name),
       output_(static_cast<wl_output*>(wl_registry_bind(connection.registry(), global.name, &wl_output_interface,
                                                        std::min(global.version, kOutputVersion)))),
       connector_("output-" + std::to_string(global.name)) {
@@ -105,7 +107,7 @@ bool GammaOutput::noticeSilence(zwlr_gamma_control_manager_v1* manager) {
 void GammaOutput::release() {
     if (control_) zwlr_gamma_control_v1_destroy(control_);
     control_ = nullptr;
-    wasAskedTwice_ = isOurs_ = isLoading_ = isDoubtful_ = false;
+    wasAskedTwice_ = isOurs_ = isDoubtful_ = false;
     loaded_.reset();
 }
 
@@ -123,7 +125,7 @@ bool GammaOutput::load(const RampLevels& levels) {
     zwlr_gamma_control_v1_set_gamma(control_, file.get());
     loaded_ = levels;
     isDoubtful_ = false;
-    isLoading_ = true;
+    loadQuestion_ = kNotAsked;
     return true;
 }
 
@@ -151,7 +153,7 @@ void GammaOutput::noteSize(std::uint32_t size) {
 
 // Nobody tells why: it shows in what came before.
 void GammaOutput::noteFailure() {
-    if (isLoading_) return refuseLoad();
+    if (loaded_ && !connection_.hasAnswered(loadQuestion_)) return refuseLoad();
     if (size_ > 0) return refuse(DisplayState::held, {textKey("another program holds its transfer table")});
     refuse(DisplayState::refused, {textKey("it has no transfer table, or another program holds it")});
 }

@@ -63,8 +63,8 @@ public:
     bool load(const RampLevels& levels);
     /// What was loaded may be gone from the hardware: the next load is sent in any case.
     void doubt() { isDoubtful_ = true; }
-    /// The compositor has answered behind the latest load.
-    void confirm() { isLoading_ = false; }
+    /// The answer behind the latest load: with it the load has succeeded.
+    void awaitConfirmation(std::uint64_t question) { loadQuestion_ = question; }
 
     [[nodiscard]] DisplayState state() const { return state_; }
     [[nodiscard]] const Sentence& problem() const { return problem_; }
@@ -80,6 +80,7 @@ private:
     void noteSize(std::uint32_t size);
     void noteFailure();
 
+    const Connection& connection_;
     std::uint32_t name_;
     wl_output* output_;
     bool isDescribed_ = false;
@@ -91,8 +92,8 @@ private:
     zwlr_gamma_control_v1* control_ = nullptr;
     bool wasAskedTwice_ = false;
     bool isOurs_ = false;
-    bool isLoading_ = false;
     bool isDoubtful_ = false;
+    std::uint64_t loadQuestion_ = 0;
     std::size_t size_ = 0;
     std::optional<RampLevels> loaded_;
     DisplayState state_ = DisplayState::ready;

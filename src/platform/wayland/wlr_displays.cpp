@@ -83,8 +83,6 @@ void WlrDisplays::react() {
     if (client_->isGreeted() && !client_->isWaiting()) absent_.clear();
     if (client_->takeOutputChange()) adoptOutputs();
     if (wish_) client_->take();
-    if (connection.hasAnswered(loadQuestion_))
-        for (const auto& output : client_->outputs()) output->confirm();
     if (fadeQuestion_ && connection.hasAnswered(*fadeQuestion_)) {
         fadeQuestion_.reset();
         startFade();
@@ -224,7 +222,7 @@ void WlrDisplays::bringWish() {
     if (!client_ || fadeQuestion_) return;
     if (!wish_ && !fade_) return releaseAll();
     if (!client_->connection().hasAnswered(loadQuestion_)) return;
-    bool isSent = false;
+    std::vector<GammaOutput*> sent;
     RampLevels levels;
     for (const auto& output : client_->outputs()) {
         if (!output->isOurs()) continue;
@@ -232,13 +230,15 @@ void WlrDisplays::bringWish() {
         const auto& frame = fade_ ? fade_->frame() : none;
         const auto step = std::ranges::find(frame, crtcOf(*output), &CrtcLevels::crtc);
         if (step != frame.end()) {
-            isSent = output->load(step->levels) || isSent;
+            if (output->load(step->levels)) sent.push_back(output.get());
         } else if (wish_) {
             if (levels.size() != output->tableSize()) levels = toLevels(*wish_, output->tableSize());
-            isSent = output->load(levels) || isSent;
+            if (output->load(levels)) sent.push_back(output.get());
         }
     }
-    if (isSent) loadQuestion_ = client_->connection().ask();
+    if (sent.empty()) return;
+    loadQuestion_ = client_->connection().ask();
+    for (GammaOutput* const output : sent) output->awaitConfirmation(loadQuestion_);
 }
 
 void WlrDisplays::releaseAll() {

@@ -18,8 +18,9 @@ namespace dravo::testing {
 /// A client of a compositor, with a loop of its own that a test turns.
 class WlrClient {
 public:
-    explicit WlrClient(const SmallCompositor& compositor) {
-        address_.set(compositor.address());
+    explicit WlrClient(const SmallCompositor& compositor) : WlrClient(compositor.address()) {}
+    explicit WlrClient(const std::string& address) {
+        address_.set(address);
         socket_.set(nullptr);
         auto found = wayland::GammaCompositor::create();
         if (!found) throw std::runtime_error(found.error().message);

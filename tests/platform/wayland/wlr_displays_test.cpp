@@ -178,12 +178,13 @@ TEST_P(WlrFamilyTest, LoadsNoFasterThanASlowCompositorAnswers) {
     client->show(tinted(), Fade::none);
     ASSERT_TRUE(client.eventually([&] { return compositor.books().loads == 1; }));
     compositor.slowDown(80ms);
+    const auto start = client.scheduler().steadyNow();
     client->show(tinted(0.5F), Fade::animated);
     for (int i = 0; i < 60; ++i) {  // A slider, too.
         client.runFor(5ms);
         if (i > 20) client->show(tinted(0.5F - 0.005F * static_cast<float>(i)), Fade::none);
     }
-    EXPECT_LE(compositor.books().loads, 7);
+    EXPECT_LE(compositor.books().loads, 2 + (client.scheduler().steadyNow() - start) / 80ms);
     EXPECT_TRUE(client.eventually([&] { return compositor.table("DP-1") == levelsOf(tinted(0.5F - 0.005F * 59)); }));
 }
 
@@ -245,6 +246,7 @@ protected:
         compositor->plug("DP-1");
         client.emplace(*compositor);
         client->listen();
+        ASSERT_TRUE(client->eventually([&] { return client->isReady("DP-1"); }));
     }
     bool shows(const GammaTable& table) {
         return client->eventually([&] { return compositor->table("DP-1") == levelsOf(table); });
@@ -370,11 +372,11 @@ TEST_F(WlrDisplaysTest, WaitsForAFrozenCompositorOnlyWhereItMust) {
     ASSERT_TRUE(shows(tinted()));
     compositor->freeze();
     const auto start = client->scheduler().steadyNow();
-    for (int i = 0; i < 1000; ++i) (*client)->show(tinted(0.001F * static_cast<float>(i)), Fade::animated);
+    for (int i = 0; i < 100; ++i) (*client)->show(tinted(0.01F * static_cast<float>(i)), Fade::animated);
     (*client)->show(std::nullopt, Fade::none);
     (*client)->show(tinted(0.1F), Fade::none);
     static_cast<void>((*client)->list());
-    EXPECT_LT(client->scheduler().steadyNow() - start, 1s);
+    EXPECT_LT(client->scheduler().steadyNow() - start, 1900ms) << "less than one wait for an answer";
     compositor->thaw();
     EXPECT_TRUE(shows(tinted(0.1F)));
 
