@@ -45,7 +45,7 @@ inline void need(bool holds, const std::string& what) {
 }
 template <typename T>
 T need(Result<T> result, const std::string& what) {
-    if (!result) throw std::runtime_error(what + ": " + result.error().message);
+    if (!result) throw std::runtime_error(what + ": " + inEnglish(result.error().message));
     return std::move(*result);
 }
 

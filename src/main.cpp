@@ -75,15 +75,15 @@ public:
         }
         constexpr std::chrono::seconds kPatience{5};
         if (run && !run->endsWithin(kPatience))
-            return Error{ErrorCode::Busy, localized("Dravo has been asked to end and does not")};
+            return Error{ErrorCode::Busy, textKey("Dravo has been asked to end and does not")};
         return {};
     }
 
     bool isThere() override { return posix::InstanceLock::isHeld(folder_); }
 
 private:
-    static Error refused(const std::string& why) {
-        return {ErrorCode::PermissionDenied, filled(localized("the running Dravo cannot switch off: %@"), {why})};
+    static Error refused(const Sentence& why) {
+        return {ErrorCode::PermissionDenied, Sentence(textKey("the running Dravo cannot switch off: %@"), {why})};
     }
 
     const DataFolder& folder_;
@@ -116,7 +116,7 @@ public:
             ::setenv("TZ", std::string(*name).c_str(), 1);
             const auto file = readFile(posix::zoneFile(), kLargestZone);
             if (!file || !file->starts_with(kMagic)) {
-                return Error{ErrorCode::NotFound, filled(localized("there is no time zone '%@'"), {*name})};
+                return Error{ErrorCode::NotFound, Sentence(textKey("there is no time zone '%@'"), {*name})};
             }
         }
         return cli::TimeZone{calendar_, []() -> Result<Position> {
@@ -165,7 +165,7 @@ public:
         } else {
             // A broken home is no reason to leave the displays tinted.
             reportOnce("no-lock",
-                       filled(localized("%@; a Dravo started now would not be noticed"), {lock.error().message}));
+                       Sentence(textKey("%@; a Dravo started now would not be noticed"), {lock.error().message}));
         }
         lasting->begin(LastingDisplays::Beginning::doubtful);
         GrayscaleSwitch(session_->grayscale(), *saved_).undoUncleanRun();

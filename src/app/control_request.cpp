@@ -16,13 +16,13 @@ constexpr auto kLongestPause = std::chrono::seconds{366 * 24h};
 constexpr AdjustmentRange kMinutesOfDay{0, 24 * 60 - 1};
 constexpr AdjustmentRange kBreakInterval{1, 24 * 60};
 
-Error refused(std::string sentence) { return {ErrorCode::InvalidInput, std::move(sentence)}; }
+Error refused(Sentence sentence) { return {ErrorCode::InvalidInput, std::move(sentence)}; }
 
 template <typename Number>
 Result<void> within(std::string_view name, const std::optional<Number>& value, const AdjustmentRange& range) {
     if (!value || range.contains(static_cast<double>(*value))) return {};
-    return refused(filled(localized("%1$@ lies from %2$@ to %3$@"),
-                          {name, shortestText(range.lowest), shortestText(range.highest)}));
+    return refused(Sentence(textKey("%1$@ lies from %2$@ to %3$@"),
+                            {name, shortestText(range.lowest), shortestText(range.highest)}));
 }
 
 /// The first refusal, if there is one.
@@ -39,7 +39,7 @@ Result<void> check(const Request&) {
 
 Result<void> check(const request::PauseFor& pause) {
     if (pause.length >= 1s && pause.length <= kLongestPause) return {};
-    return refused(localized("a pause lasts from one second to 366 days"));
+    return refused(textKey("a pause lasts from one second to 366 days"));
 }
 
 Result<void> check(const request::SetAdjustments& change) {

@@ -9,7 +9,7 @@ std::vector<std::string> displayProblems(Displays& displays) {
     const auto descriptions = displays.list();
     if (!descriptions) return lines;
     for (const auto& display : *descriptions)
-        if (!display.problem.empty()) lines.push_back(withDetail(display.name, localized(display.problem)));
+        if (!display.problem.empty()) lines.push_back(localized(withDetail(display.name, display.problem)));
     return lines;
 }
 

@@ -57,9 +57,8 @@ Answer perform(const request::SwitchOff&, Parts& parts) {
 Answer pauseUntil(WallTime end, Parts& parts) {
     auto& filter = parts.filterState;
     if (!filter.isEnabled && !filter.pausedUntil.get())
-        return Error{ErrorCode::InvalidInput, localized("the filter is off; there is nothing to pause")};
-    if (end <= parts.scheduler.now())
-        return Error{ErrorCode::InvalidInput, localized("the pause would end in the past")};
+        return Error{ErrorCode::InvalidInput, textKey("the filter is off; there is nothing to pause")};
+    if (end <= parts.scheduler.now()) return Error{ErrorCode::InvalidInput, textKey("the pause would end in the past")};
     filter.pause(end);
     return done();
 }
@@ -81,7 +80,7 @@ Answer perform(const request::Resume&, Parts& parts) {
 
 Answer perform(const request::SelectPreset& selection, Parts& parts) {
     const auto preset = parts.filterState.findPreset(selection.id);
-    if (!preset) return Error{ErrorCode::NotFound, filled(localized("no preset has the id \"%@\""), {selection.id})};
+    if (!preset) return Error{ErrorCode::NotFound, Sentence(textKey("no preset has the id \"%@\""), {selection.id})};
     parts.filterState.selectedPreset = *preset;
     return done();
 }
@@ -157,7 +156,7 @@ Answer perform(const request::ExportPresets& wanted, Parts& parts) {
     for (const auto& id : wanted.ids) {
         const auto found = std::ranges::find(presets, id, &FilterPreset::id);
         if (found == presets.end())
-            return Error{ErrorCode::NotFound, filled(localized("no preset of yours has the id \"%@\""), {id})};
+            return Error{ErrorCode::NotFound, Sentence(textKey("no preset of yours has the id \"%@\""), {id})};
         chosen.push_back(*found);
     }
     auto json = encodePresets(wanted.ids.empty() ? presets : chosen);

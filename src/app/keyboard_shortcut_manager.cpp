@@ -42,7 +42,7 @@ Result<void> KeyboardShortcutManager::request() {
     const std::int64_t keyCode = preferences_.shortcutKeyCode();
     const std::int64_t modifiers = preferences_.shortcutModifiers();
     if (!std::in_range<std::uint32_t>(keyCode) || !std::in_range<std::uint32_t>(modifiers))
-        return Error{ErrorCode::InvalidInput, std::string(textKey("there is no such key").english)};
+        return Error{ErrorCode::InvalidInput, textKey("there is no such key")};
     auto registration = service_.registerHotKey(
         {static_cast<std::uint32_t>(keyCode), static_cast<std::uint32_t>(modifiers)}, [this] { pressed(); });
     if (!registration) return registration.error();
@@ -59,8 +59,8 @@ void KeyboardShortcutManager::registerIfEnabled() {
     const auto registered = request();
     if (registered) return;
     const std::string shortcut = spokenShortcut(preferences_.shortcutKeyCode(), preferences_.shortcutModifiers());
-    reportOnce("shortcut " + shortcut, filled(localized("the shortcut %1$@ does not work: %2$@"),
-                                              {shortcut, localized(registered.error().message)}));
+    reportOnce("shortcut " + shortcut,
+               Sentence(textKey("the shortcut %1$@ does not work: %2$@"), {shortcut, registered.error().message}));
 }
 
 void KeyboardShortcutManager::setEnabled(bool enabled) {

@@ -14,7 +14,7 @@ Json orNull(const std::string& text) { return text.empty() ? Json(nullptr) : Jso
 
 Json jsonOf(const Sentence& sentence) {
     if (sentence.empty()) return nullptr;
-    return {{"key", sentence.text.key}, {"sentence", localized(sentence)}};
+    return {{"key", orNull(std::string(sentence.text.key))}, {"sentence", localized(sentence)}};
 }
 
 Json jsonOf(const PortReport& report) {

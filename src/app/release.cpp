@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "app/web_address.h"
+#include "base/localized.h"
 #include "base/parse_json.h"
 #include "base/utf8.h"
 
@@ -116,7 +117,7 @@ Result<Release> decodeRelease(std::string_view text) {
     const auto link = textOf(*parsed, "link");
     if (!link) return link.error();
     const auto address = parseWebAddress(*link);
-    if (!address) return refused("\"link\" " + address.error().message);
+    if (!address) return refused("\"link\" " + inEnglish(address.error().message));
     if (!address->isSecure) return refused("\"link\" does not begin with https://");
     const auto notes = parsed->contains("notes") ? textOf(*parsed, "notes") : Result<std::string>("");
     if (!notes) return notes.error();

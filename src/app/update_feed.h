@@ -9,6 +9,12 @@
 
 namespace dravo {
 
+/// That the answer makes no sense, and why.
+[[nodiscard]] inline Sentence nonsensicalAnswer(Sentence why) {
+    constexpr TextKey kNonsense = textKey("update.nonsense", "The update server's answer makes no sense.");
+    return {textKey("text.aside", "%1$@ (%2$@)"), {kNonsense, std::move(why)}};
+}
+
 /// More than this no feed may answer, in bytes.
 inline constexpr std::size_t kMaxFeedBytes = std::size_t{64} * 1024;
 

@@ -14,7 +14,7 @@ Result<std::string> feedAddress(std::string_view builtIn, const std::optional<st
     const auto address = parseWebAddress(text);
     if (address && (address->isSecure || address->isLoopback())) return text;
     return Error{ErrorCode::InvalidInput,
-                 localized("update.address", "The address to ask for updates is not a secure one (https).")};
+                 textKey("update.address", "The address to ask for updates is not a secure one (https).")};
 }
 
 Updater::Updater(UpdateFeed& feed, Scheduler& scheduler, std::string version, Result<std::string> address)
@@ -33,7 +33,7 @@ void Updater::ask() {
     if (!address_) return finish(CouldNotCheck{address_.error().message});
     if (address_->empty()) return finish(ComesWithPackages{});
     patience_ = scheduler_.after(kPatience, [this] {
-        finish(CouldNotCheck{localized("update.slow", "The update server took too long to answer.")});
+        finish(CouldNotCheck{textKey("update.slow", "The update server took too long to answer.")});
     });
     transfer_ = feed_.fetch(*address_, [this](const Result<std::string>& text) { finish(outcomeOf(text)); });
 }
@@ -42,8 +42,7 @@ Updater::Outcome Updater::outcomeOf(const Result<std::string>& text) const {
     if (!text) return CouldNotCheck{text.error().message};
     const auto release = decodeRelease(*text);
     if (!release) {
-        return CouldNotCheck{localized("update.nonsense", "The update server's answer makes no sense.") + " (" +
-                             release.error().message + ")"};
+        return CouldNotCheck{nonsensicalAnswer(release.error().message)};
     }
     const auto offered = ReleaseVersion::parse(release->version);
     const auto running = ReleaseVersion::parse(version_);

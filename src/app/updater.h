@@ -32,7 +32,7 @@ public:
         Release release;
     };
     struct CouldNotCheck {
-        std::string reason;  ///< A sentence for the person.
+        Sentence reason;
     };
     /// The program was built without an address to ask: updates come with the system's packages.
     struct ComesWithPackages {};

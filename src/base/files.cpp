@@ -24,11 +24,11 @@ constexpr TextKey kWrite = textKey("cannot write %1$@: %2$@");
 
 /// `what` names the path and the reason.
 Error failure(const TextKey& what, const std::filesystem::path& path, int number) {
-    return {errorCodeOf(number), filled(localized(what), {path.string(), systemReason(number)}), number};
+    return {errorCodeOf(number), Sentence(what, {path.string(), systemReason(number)}), number};
 }
 
-Error unreadable(const std::filesystem::path& path, const std::string& reason) {
-    return {ErrorCode::InvalidInput, filled(localized(kRead), {path.string(), reason})};
+Error unreadable(const std::filesystem::path& path, const Sentence& reason) {
+    return {ErrorCode::InvalidInput, Sentence(kRead, {path.string(), reason})};
 }
 
 std::filesystem::path folderOf(const std::filesystem::path& path) {
@@ -124,7 +124,7 @@ Result<std::string> readFile(const std::filesystem::path& path, std::size_t maxB
     if (!fd) return failure(kRead, path, errno);
     struct ::stat status {};
     if (::fstat(fd.get(), &status) != 0) return failure(kRead, path, errno);
-    if (!S_ISREG(status.st_mode)) return unreadable(path, localized("not a regular file"));
+    if (!S_ISREG(status.st_mode)) return unreadable(path, textKey("not a regular file"));
 
     std::string text;
     std::array<char, 16384> buffer;
@@ -137,7 +137,7 @@ Result<std::string> readFile(const std::filesystem::path& path, std::size_t maxB
         }
         text.append(buffer.data(), static_cast<std::size_t>(count));
         if (text.size() > maxBytes) {
-            return unreadable(path, filled(localized("longer than %@ bytes"), {std::to_string(maxBytes)}));
+            return unreadable(path, Sentence(textKey("longer than %@ bytes"), {std::to_string(maxBytes)}));
         }
     }
 }
@@ -183,7 +183,7 @@ Result<void> ensureDirectory(const std::filesystem::path& path, ::mode_t mode) {
     // Asked before the reason counts: mkdir answers for an existing folder on a read-only disk with EROFS.
     if (::stat(path.c_str(), &status) == 0) {
         if (S_ISDIR(status.st_mode)) return {};
-        return Error{ErrorCode::InvalidInput, filled(localized("%@ is not a folder"), {path.string()}), ENOTDIR};
+        return Error{ErrorCode::InvalidInput, Sentence(textKey("%@ is not a folder"), {path.string()}), ENOTDIR};
     }
     return failure(textKey("cannot create %1$@: %2$@"), path, number);
 }

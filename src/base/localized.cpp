@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <utility>
+#include <vector>
 
 namespace dravo {
 
@@ -77,24 +79,32 @@ std::string localizedCount(std::string_view key, std::string_view one, std::stri
 }
 
 std::string localized(const Sentence& sentence) {
-    return fill(localized(sentence.text), sentence.values, interfaceLocale().isRightToLeft);
+    if (sentence.text.english.empty()) return sentence.plain;
+    std::vector<std::string> values;
+    for (const auto& value : sentence.values) values.push_back(localized(value));
+    return fill(localized(sentence.text), values, interfaceLocale().isRightToLeft);
 }
 
-std::string inEnglish(const Sentence& sentence) { return fill(sentence.text.english, sentence.values, false); }
+std::string inEnglish(const Sentence& sentence) {
+    if (sentence.text.english.empty()) return sentence.plain;
+    std::vector<std::string> values;
+    for (const auto& value : sentence.values) values.push_back(inEnglish(value));
+    return fill(sentence.text.english, values, false);
+}
 
 std::string filled(std::string_view text, std::initializer_list<std::string_view> values) {
     return fill(text, values, interfaceLocale().isRightToLeft);
 }
 
-std::string withDetail(std::string_view subject, std::string_view detail) {
-    return filled(localized("text.detail", "%1$@: %2$@"), {subject, detail});
+Sentence withDetail(Sentence subject, Sentence detail) {
+    return {textKey("text.detail", "%1$@: %2$@"), {std::move(subject), std::move(detail)}};
 }
 
-std::string saidBy(std::string_view name, std::string_view sentence) {
+std::string saidBy(std::string_view name, const Sentence& sentence) {
     // A terminal lays a line out by its first letter, which would be the name's.
     constexpr const char* kRightToLeftMark = "\u200f";
     return (localizer().locale().isRightToLeft ? kRightToLeftMark : "") + std::string(name) + ": " +
-           std::string(sentence) + "\n";
+           localized(sentence) + "\n";
 }
 
 InterfaceLocale interfaceLocale() { return localizer().locale(); }

@@ -5,36 +5,16 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "base/sentence.h"
 
 namespace dravo {
-
-/// A text by its key, with the English that stands for it where there is no translation.
-struct TextKey {
-    std::string_view key = {};
-    std::string_view english = {};
-    bool operator==(const TextKey&) const = default;
-};
-
-/// For texts that stand in a table and are looked up elsewhere: marks them for the tool that collects the texts to
-/// translate. What is passed to `localized` itself needs no mark.
-[[nodiscard]] constexpr TextKey textKey(std::string_view key, std::string_view english) { return {key, english}; }
-[[nodiscard]] constexpr TextKey textKey(std::string_view english) { return {english, english}; }
 
 /// Which of a language's plural forms goes with a number.
 using PluralRule = std::size_t (*)(std::uint64_t);
 
 /// English: one form for 1, another for the rest.
 [[nodiscard]] constexpr std::size_t formOfOneAndOthers(std::uint64_t n) { return n == 1 ? 0 : 1; }
-
-/// A sentence for a person, kept as its key and what fills its places: it is put into their language where it is shown.
-struct Sentence {
-    TextKey text;
-    std::vector<std::string> values = {};
-
-    [[nodiscard]] bool empty() const { return text.english.empty(); }
-    bool operator==(const Sentence&) const = default;
-};
 
 /// The locales of the interface: a POSIX name for the language of its texts ("de", "pt_BR", "zh_CN"), and ICU's names
 /// for the forms of its numbers and times, which follow settings of their own ("de_AT"). And how the language counts
@@ -72,14 +52,12 @@ public:
 [[nodiscard]] std::string localized(std::string_view key, std::string_view english);
 
 /// For texts whose key is the English text itself.
-[[nodiscard]] inline std::string localized(std::string_view english) { return localized(english, english); }
+[[nodiscard]] inline std::string localized(const char* english) { return localized(english, english); }
 
 /// For a text from a table; an empty one stays empty.
 [[nodiscard]] inline std::string localized(const TextKey& text) { return localized(text.key, text.english); }
 
 [[nodiscard]] std::string localized(const Sentence& sentence);
-/// For what programs read.
-[[nodiscard]] std::string inEnglish(const Sentence& sentence);
 
 /// The form of a text for `count` things, its placeholder still in it: "%lld preset", "%lld presets".
 [[nodiscard]] std::string localizedCount(std::string_view key, std::string_view one, std::string_view other,
@@ -91,10 +69,10 @@ public:
 [[nodiscard]] std::string filled(std::string_view text, std::initializer_list<std::string_view> values);
 
 /// "FILE: what is wrong with it", as the language writes it.
-[[nodiscard]] std::string withDetail(std::string_view subject, std::string_view detail);
+[[nodiscard]] Sentence withDetail(Sentence subject, Sentence detail);
 
 /// `sentence` behind the program's name, or that of one of its commands ("dravo status"), as a line for a terminal.
-[[nodiscard]] std::string saidBy(std::string_view name, std::string_view sentence);
+[[nodiscard]] std::string saidBy(std::string_view name, const Sentence& sentence);
 
 /// The locales of the installed localizer.
 [[nodiscard]] InterfaceLocale interfaceLocale();

@@ -22,8 +22,8 @@ template <typename Json>
         const auto line = std::count(before.begin(), before.end(), '\n') + 1;
         const std::size_t lineStart = before.rfind('\n') == before.npos ? 0 : before.rfind('\n') + 1;
         const std::size_t column = std::max<std::size_t>(before.size() - lineStart, 1);
-        return Error{ErrorCode::InvalidInput, filled(localized("not valid JSON, look at line %1$@, column %2$@"),
-                                                     {std::to_string(line), std::to_string(column)})};
+        return Error{ErrorCode::InvalidInput, Sentence(textKey("not valid JSON, look at line %1$@, column %2$@"),
+                                                       {std::to_string(line), std::to_string(column)})};
     } catch (const typename Json::exception& fault) {
         const std::string_view sentence = fault.what();
         const std::size_t prefix = sentence.find("] ");

@@ -22,9 +22,7 @@ struct Finding {
 };
 
 /// That it does not work, because of this.
-[[nodiscard]] inline Finding findingOf(const Error& error) {
-    return {{}, Sentence{{"%@", "%@"}, {localized(error.message)}}};
-}
+[[nodiscard]] inline Finding findingOf(const Error& error) { return {{}, error.message}; }
 
 /// Something that the program asks of the desktop and that can tell whether it works here.
 ///

@@ -8,9 +8,9 @@
 
 namespace dravo {
 
-void report(std::string_view sentence) { std::fputs(saidBy("dravo", sentence).c_str(), stderr); }
+void report(const Sentence& sentence) { std::fputs(saidBy("dravo", sentence).c_str(), stderr); }
 
-void reportOnce(std::string_view cause, std::string_view sentence) {
+void reportOnce(std::string_view cause, const Sentence& sentence) {
     static std::set<std::string, std::less<>> reported;
     if (reported.emplace(cause).second) report(sentence);
 }

@@ -2,9 +2,10 @@
 
 #include <cassert>
 #include <optional>
-#include <string>
 #include <utility>
 #include <variant>
+
+#include "base/sentence.h"
 
 namespace dravo {
 
@@ -19,10 +20,10 @@ enum class ErrorCode {
     Internal,          ///< A fault of ours or an answer that makes no sense.
 };
 
-/// An error with a sentence a person can read and the failing service's own number (0 if it gave none).
+/// An error with a sentence for a person and the failing service's own number (0 if it gave none).
 struct Error {
     ErrorCode code = ErrorCode::Internal;
-    std::string message;
+    Sentence message = {};
     int nativeCode = 0;
 };
 

@@ -36,9 +36,10 @@ constexpr Reason kReasons[] = {
 
 }  // namespace
 
-std::string systemReason(int number) {
+Sentence systemReason(int number) {
     const auto* const known = std::ranges::find(kReasons, number, &Reason::number);
-    return known == std::end(kReasons) ? std::generic_category().message(number) : localized(known->text);
+    if (known == std::end(kReasons)) return std::generic_category().message(number);
+    return known->text;
 }
 
 ErrorCode errorCodeOf(int number) {
@@ -57,7 +58,7 @@ ErrorCode errorCodeOf(int number) {
     }
 }
 
-Error systemError(std::string_view what, int number) {
+Error systemError(const Sentence& what, int number) {
     return {errorCodeOf(number), withDetail(what, systemReason(number)), number};
 }
 

@@ -10,7 +10,7 @@ namespace dravo::cli {
 
 namespace {
 
-Error wrong(std::string message) { return Error{ErrorCode::InvalidInput, std::move(message)}; }
+Error wrong(Sentence message) { return Error{ErrorCode::InvalidInput, std::move(message)}; }
 
 /// REQUIRES: begins with "-".
 bool isNegativeNumber(std::string_view word) {
@@ -33,7 +33,7 @@ Error unknownOption(const Command& command, std::string_view typed) {
     std::vector<std::string_view> names{"help"};
     for (const Option& row : command.options) names.emplace_back(row.name);
     const std::string_view meant = typed.starts_with("--") ? nearest(typed.substr(2), names) : std::string_view{};
-    const std::string unknown = filled(localized("unknown option %@"), {quoted(typed)});
+    const Sentence unknown = Sentence(textKey("unknown option %@"), {quoted(typed)});
     return wrong(meant.empty() ? unknown : withGuess(unknown, "--" + std::string(meant)));
 }
 
@@ -59,9 +59,9 @@ Result<Arguments> Arguments::parse(const Command& command, int count, char** wor
             if (!option) return unknownOption(command, typed);
             const bool isFlag = option->kind == Option::Kind::Flag;
             const bool hasValue = equals != std::string_view::npos;
-            if (isFlag && hasValue) return wrong(filled(localized("option '--%@' takes no value"), {option->name}));
+            if (isFlag && hasValue) return wrong(Sentence(textKey("option '--%@' takes no value"), {option->name}));
             if (!isFlag && !hasValue && ++i == count)
-                return wrong(filled(localized("option %@ needs a value"), {quoted(word)}));
+                return wrong(Sentence(textKey("option %@ needs a value"), {quoted(word)}));
             const std::string_view value = hasValue ? word.substr(equals + 1) : isFlag ? "" : words[i];
             if (const auto added = result.add(*option, value); !added) return added.error();
         }
@@ -76,8 +76,8 @@ Result<void> Arguments::add(const Option& option, std::string_view text) {
     if (option.kind == Option::Kind::Number) {
         const auto number = parseNumber(text);
         if (!number || *number < option.least || *number > option.most) {
-            return wrong(filled(localized("--%1$@ takes a number from %2$@ to %3$@, not %4$@"),
-                                {option.name, shortestText(option.least), shortestText(option.most), quoted(text)}));
+            return wrong(Sentence(textKey("--%1$@ takes a number from %2$@ to %3$@, not %4$@"),
+                                  {option.name, shortestText(option.least), shortestText(option.most), quoted(text)}));
         }
         given.number = *number;
     }
@@ -87,8 +87,8 @@ Result<void> Arguments::add(const Option& option, std::string_view text) {
 
 Result<void> Arguments::checkOperands(const Command& command) const {
     if (operands_.size() > command.mostOperands)
-        return wrong(filled(localized("too many arguments, from %@ on"), {quoted(operands_[command.mostOperands])}));
-    if (operands_.size() < command.leastOperands) return wrong(localized("an argument is missing"));
+        return wrong(Sentence(textKey("too many arguments, from %@ on"), {quoted(operands_[command.mostOperands])}));
+    if (operands_.size() < command.leastOperands) return wrong(textKey("an argument is missing"));
     return {};
 }
 

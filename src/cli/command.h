@@ -68,9 +68,9 @@ struct Command {
 };
 
 /// Writes "dravo NAME: message" as one line to standard error and returns `code`.
-ExitCode fail(const Call& call, ExitCode code, std::string_view message);
+ExitCode fail(const Call& call, ExitCode code, const Sentence& message);
 
 /// The same for wrong usage, with a hint at the command's help.
-ExitCode misused(const Call& call, std::string_view message);
+ExitCode misused(const Call& call, const Sentence& message);
 
 }  // namespace dravo::cli

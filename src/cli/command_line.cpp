@@ -11,12 +11,12 @@ namespace dravo::cli {
 
 namespace {
 
-ExitCode failPlainly(CommandContext& context, ExitCode code, std::string_view message) {
+ExitCode failPlainly(CommandContext& context, ExitCode code, const Sentence& message) {
     context.err.write(saidBy("dravo", message));
     return code;
 }
 
-ExitCode misusedPlainly(CommandContext& context, std::string_view message) {
+ExitCode misusedPlainly(CommandContext& context, const Sentence& message) {
     return failPlainly(context, ExitCode::WrongUsage, withHint(message, "dravo --help"));
 }
 
@@ -35,7 +35,7 @@ ExitCode dispatch(int argc, char** argv, CommandContext& context) {
     const bool isHelp = first == "--help" || first == "-h";
     const bool isVersion = first == "--version" || first == "-V";
     if ((isHelp || isVersion || first == "--headless" || first == "--autostart") && argc > 2) {
-        return misusedPlainly(context, filled(localized("nothing may follow %@"), {quoted(first)}));
+        return misusedPlainly(context, Sentence(textKey("nothing may follow %@"), {quoted(first)}));
     }
     if (isHelp) {
         context.out.write(programHelp());
@@ -50,7 +50,7 @@ ExitCode dispatch(int argc, char** argv, CommandContext& context) {
         context.out.write(completions(words, context));
         return ExitCode::Ok;
     }
-    if (first.starts_with('-')) return misusedPlainly(context, filled(localized("unknown option %@"), {quoted(first)}));
+    if (first.starts_with('-')) return misusedPlainly(context, Sentence(textKey("unknown option %@"), {quoted(first)}));
     const Command* const command = findCommand(first);
     if (!command) return misusedPlainly(context, unknownCommand(first));
     return runCommand(*command, argc - 2, argv + 2, context);
@@ -75,12 +75,12 @@ ExitCode runCommandLine(int argc, char** argv, CommandContext& context) {
     return code;
 }
 
-ExitCode fail(const Call& call, ExitCode code, std::string_view message) {
-    call.context.err.write(saidBy("dravo " + std::string(call.command.name), printable(message)));
+ExitCode fail(const Call& call, ExitCode code, const Sentence& message) {
+    call.context.err.write(saidBy("dravo " + std::string(call.command.name), printable(localized(message))));
     return code;
 }
 
-ExitCode misused(const Call& call, std::string_view message) {
+ExitCode misused(const Call& call, const Sentence& message) {
     return fail(call, ExitCode::WrongUsage, withHint(message, "dravo " + std::string(call.command.name) + " --help"));
 }
 

@@ -32,11 +32,11 @@ const Command* findCommand(std::string_view name) {
     return row == rows.end() ? nullptr : *row;
 }
 
-std::string unknownCommand(std::string_view name) {
+Sentence unknownCommand(std::string_view name) {
     std::vector<std::string_view> names;
     for (const Command* const command : commands()) names.emplace_back(command->name);
     const std::string_view meant = nearest(name, names);
-    const std::string unknown = filled(localized("unknown command %@"), {quoted(name)});
+    const Sentence unknown = Sentence(textKey("unknown command %@"), {quoted(name)});
     return meant.empty() ? unknown : withGuess(unknown, meant);
 }
 

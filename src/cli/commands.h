@@ -29,7 +29,7 @@ extern const Command kHelpCommand;
 [[nodiscard]] const Command* findCommand(std::string_view name);
 
 /// "unknown command 'x'", with the name that was probably meant.
-[[nodiscard]] std::string unknownCommand(std::string_view name);
+[[nodiscard]] Sentence unknownCommand(std::string_view name);
 
 /// The program's help (how to start it, the commands, the exit codes) and one command's.
 [[nodiscard]] std::string programHelp();

@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 
 using Asked = Result<ControlRequest>;
 
-Error notUnderstood(std::string message) { return {ErrorCode::InvalidInput, std::move(message)}; }
+Error notUnderstood(Sentence message) { return {ErrorCode::InvalidInput, std::move(message)}; }
 
 /// A request made of what a person typed, if nobody has to refuse it.
 Asked checked(const ControlRequest& request) {
@@ -97,7 +97,7 @@ Asked parsePause(std::string_view text, CommandContext& context) {
     }
     if (const auto span = parseDuration(text)) return checked(request::PauseFor{*span});
     return notUnderstood(
-        filled(localized("a pause is given as 15m, 1h, 1h30m, morning or a time HH:MM, not %@"), {quoted(text)}));
+        Sentence(textKey("a pause is given as 15m, 1h, 1h30m, morning or a time HH:MM, not %@"), {quoted(text)}));
 }
 
 ExitCode runPause(const Call& call) {
@@ -123,15 +123,15 @@ Asked parseAdjustments(const std::vector<std::string_view>& words) {
     for (const std::string_view word : words) {
         const std::string_view name = word.substr(0, word.find('='));
         if (name.size() == word.size())
-            return notUnderstood(filled(localized("adjustments are given as intensity=0.6, not %@"), {quoted(word)}));
+            return notUnderstood(Sentence(textKey("adjustments are given as intensity=0.6, not %@"), {quoted(word)}));
         const auto meant = std::ranges::find(known, name, &std::pair<std::string_view, std::optional<double>*>::first);
         if (meant == std::end(known)) {
-            return notUnderstood(filled(
-                localized("nothing to adjust is called %@; there are intensity, dimming, black-point and contrast"),
+            return notUnderstood(Sentence(
+                textKey("nothing to adjust is called %@; there are intensity, dimming, black-point and contrast"),
                 {quoted(name)}));
         }
         *meant->second = parseNumber(word.substr(name.size() + 1));
-        if (!*meant->second) return notUnderstood(filled(localized("this is no number: %@"), {quoted(word)}));
+        if (!*meant->second) return notUnderstood(Sentence(textKey("this is no number: %@"), {quoted(word)}));
     }
     return checked(change);
 }
@@ -147,7 +147,7 @@ Asked parseSchedule(std::string_view text) {
     const auto end = dash == std::string_view::npos ? std::nullopt : parseClock(text.substr(dash + 1));
     if (start && end) return ControlRequest(SetSchedule{true, ScheduleMode::customTimes, *start, *end});
     return notUnderstood(
-        filled(localized("a schedule is given as off, sun or two times such as 20:00-07:00, not %@"), {quoted(text)}));
+        Sentence(textKey("a schedule is given as off, sun or two times such as 20:00-07:00, not %@"), {quoted(text)}));
 }
 
 ExitCode runSchedule(const Call& call) {
@@ -166,14 +166,14 @@ Asked parseLocation(const std::vector<std::string_view>& operands) {
     if (operands.size() == 1) {
         const auto source = locationSourceNamed(operands[0]);
         if (source && *source != LocationSource::typed) return ControlRequest(request::SetLocation{*source, {}});
-        return notUnderstood(filled(localized("a location is zone, service, or a latitude and a longitude, not %@"),
-                                    {quoted(operands[0])}));
+        return notUnderstood(Sentence(textKey("a location is zone, service, or a latitude and a longitude, not %@"),
+                                      {quoted(operands[0])}));
     }
     const auto latitude = parseNumber(operands[0]);
     const auto longitude = parseNumber(operands[1]);
     if (latitude && longitude)
         return checked(request::SetLocation{LocationSource::typed, Position{*latitude, *longitude}});
-    return notUnderstood(filled(localized("this is no number of degrees: %@"), {quoted(operands[latitude ? 1 : 0])}));
+    return notUnderstood(Sentence(textKey("this is no number of degrees: %@"), {quoted(operands[latitude ? 1 : 0])}));
 }
 
 ExitCode runLocation(const Call& call) {
@@ -196,8 +196,8 @@ Asked parseBreaks(std::string_view text) {
     for (const int minutes : kIntervals)
         if (text == std::to_string(minutes))
             return ControlRequest(SetBreaks{.enabled = true, .intervalMinutes = minutes});
-    return notUnderstood(filled(
-        localized("a reminder is on, off, or comes every 10, 15, 20, 30, 45 or 60 minutes; not %@"), {quoted(text)}));
+    return notUnderstood(Sentence(
+        textKey("a reminder is on, off, or comes every 10, 15, 20, 30, 45 or 60 minutes; not %@"), {quoted(text)}));
 }
 
 ExitCode runBreak(const Call& call) {

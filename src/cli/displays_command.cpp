@@ -117,7 +117,7 @@ std::string entriesText(std::size_t count) {
 ExitCode failForDisplays(const Call& call, const Error& error) {
     const bool isRefusal = error.code == ErrorCode::PermissionDenied || error.code == ErrorCode::Busy ||
                            error.code == ErrorCode::Unsupported;
-    return fail(call, isRefusal ? ExitCode::Refused : ExitCode::NoDisplayServer, localized(error.message));
+    return fail(call, isRefusal ? ExitCode::Refused : ExitCode::NoDisplayServer, error.message);
 }
 
 const Command kDisplaysCommand{

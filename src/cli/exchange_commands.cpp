@@ -21,15 +21,15 @@ ExitCode reportImport(CommandContext& context, const std::vector<std::string>& i
     for (const std::string& id : ids) listed += (listed.empty() ? "" : " ") + printable(id);
     const std::string form = localizedCount("import.done", "Imported %lld preset", "Imported %lld presets", ids.size());
     const std::string done = filled(form, {std::to_string(ids.size())});
-    context.out.write(withDetail(done, listed) + "\n");
+    context.out.write(localized(withDetail(done, listed)) + "\n");
     return ExitCode::Ok;
 }
 
 /// Why the running Dravo's list, which is the one that counts, could not be reached; nothing if none runs.
-std::optional<std::string> whyNotByFile(const Error& error, CommandContext& context) {
+std::optional<Sentence> whyNotByFile(const Error& error, CommandContext& context) {
     if (error.code != ErrorCode::NotFound) return error.message;
     if (!context.runningInstance().isThere()) return std::nullopt;
-    return filled(localized("a running Dravo keeps the list and cannot be asked: %@"), {error.message});
+    return Sentence(textKey("a running Dravo keeps the list and cannot be asked: %@"), {error.message});
 }
 
 ExitCode runImport(const Call& call) {
@@ -65,7 +65,7 @@ ExitCode runExport(const Call& call) {
     if (!own) return fail(call, ExitCode::FileTrouble, own.error().message);
     for (const std::string_view id : ids) {
         const auto found = std::ranges::find(*own, id, &FilterPreset::id);
-        if (found == own->end()) return misused(call, filled(localized("no preset of your own is %@"), {quoted(id)}));
+        if (found == own->end()) return misused(call, Sentence(textKey("no preset of your own is %@"), {quoted(id)}));
         chosen.push_back(*found);
     }
     const auto json = encodePresets(ids.empty() ? *own : chosen);

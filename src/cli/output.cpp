@@ -14,7 +14,7 @@ void Output::write(std::string_view text) {
 Result<void> Output::flush() {
     if (std::fflush(stream_) != 0 && firstError_ == 0) firstError_ = errno;
     if (firstError_ == 0) return {};
-    return Error{ErrorCode::Internal, filled(localized("cannot write the output: %@"), {systemReason(firstError_)}),
+    return Error{ErrorCode::Internal, Sentence(textKey("cannot write the output: %@"), {systemReason(firstError_)}),
                  firstError_};
 }
 

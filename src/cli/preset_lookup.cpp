@@ -22,14 +22,14 @@ Result<FilterPreset> readPreset(const std::string& path) {
     return preset;
 }
 
-std::string unknownPreset(std::string_view id, const std::vector<FilterPreset>& presets) {
+Sentence unknownPreset(std::string_view id, const std::vector<FilterPreset>& presets) {
     std::vector<std::string_view> ids;
     for (const FilterPreset& preset : presets) ids.emplace_back(preset.id);
     if (const std::string_view meant = nearest(id, ids); !meant.empty())
-        return withGuess(filled(localized("no preset %@"), {quoted(id)}), meant);
+        return withGuess(Sentence(textKey("no preset %@"), {quoted(id)}), meant);
     std::string known;
     for (const std::string_view each : ids) known += (known.empty() ? "" : " ") + std::string(each);
-    return filled(localized("no preset %1$@; there are %2$@"), {quoted(id), known});
+    return Sentence(textKey("no preset %1$@; there are %2$@"), {quoted(id), known});
 }
 
 Result<FilterPreset> presetOf(std::string_view operand, CommandContext& context) {
@@ -63,7 +63,7 @@ PresetOutcome choosePreset(const Call& call, std::string_view operand) {
     const auto& arguments = call.arguments;
     const auto preset = presetOf(operand, call.context);
     if (!preset) {
-        const std::string& message = preset.error().message;
+        const Sentence& message = preset.error().message;
         if (preset.error().code == ErrorCode::NotFound) return {{}, misused(call, message)};
         return {{}, fail(call, ExitCode::FileTrouble, message)};
     }

@@ -106,25 +106,25 @@ ExitCode drawPreset(const Call& call, PictureService& pictures) {
 bool isPngName(std::string_view path) { return path.ends_with(".png") || path.ends_with(".PNG"); }
 
 /// What is wrong with the combination of options and operands, or nothing.
-std::string whatIsWrong(const Arguments& arguments) {
+Sentence whatIsWrong(const Arguments& arguments) {
     const bool isSheet = arguments.has("all") || arguments.has("displays");
     const std::size_t count = arguments.operands().size();
-    if (arguments.has("all") && arguments.has("displays")) return localized("--all and --displays exclude each other");
+    if (arguments.has("all") && arguments.has("displays")) return textKey("--all and --displays exclude each other");
     if (isSheet) {
         for (const char* const option : {"intensity", "dimming", "black-point", "contrast"}) {
-            if (arguments.has(option)) return filled(localized("--%@ needs a PRESET"), {option});
+            if (arguments.has(option)) return Sentence(textKey("--%@ needs a PRESET"), {option});
         }
-        if (count != 1) return localized("only OUT.png may follow");
+        if (count != 1) return textKey("only OUT.png may follow");
     } else if (count < 2) {
-        return localized("OUT.png and PRESET are needed");
+        return textKey("OUT.png and PRESET are needed");
     }
     const std::string_view target = arguments.operands()[isSheet ? 0 : count - 2];
     if (isPngName(target)) return {};
-    return filled(localized("the picture is written as PNG: %@ must end in .png"), {quoted(target)});
+    return Sentence(textKey("the picture is written as PNG: %@ must end in .png"), {quoted(target)});
 }
 
 ExitCode runPreview(const Call& call) {
-    if (const std::string wrong = whatIsWrong(call.arguments); !wrong.empty()) return misused(call, wrong);
+    if (const Sentence wrong = whatIsWrong(call.arguments); !wrong.empty()) return misused(call, wrong);
     const auto pictures = call.context.pictures();
     if (!pictures) return fail(call, ExitCode::FileTrouble, pictures.error().message);
     if (call.arguments.has("all")) return drawAllPresets(call, **pictures);

@@ -52,7 +52,7 @@ std::string hoursText(const ControlState& state) {
 std::string displayText(const ControlledDisplay& display) {
     if (display.problem.empty()) return filled(localized("status.display_ready", "%@ ready"), {display.name});
     return filled(localized("status.display_unsupported", "%1$@ unsupported: %2$@"),
-                  {display.name, localized(display.problem)});
+                  {display.name, localized(textKey(display.problem))});
 }
 
 std::string reminderText(const ControlState& state) {

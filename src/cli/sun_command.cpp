@@ -52,18 +52,18 @@ Result<Position> placeOf(const Call& call, const TimeZone& zone) {
         if (const auto known = call.context.knownPosition()) return *known;
     auto place = zone.position();
     if (place) return place;
-    return Error{place.error().code, filled(localized("%@; give --latitude and --longitude"), {place.error().message})};
+    return Error{place.error().code, Sentence(textKey("%@; give --latitude and --longitude"), {place.error().message})};
 }
 
 ExitCode runSun(const Call& call) {
     const auto& arguments = call.arguments;
     if (arguments.has("latitude") != arguments.has("longitude"))
-        return misused(call, localized("--latitude and --longitude go together"));
+        return misused(call, textKey("--latitude and --longitude go together"));
     const auto dateText = arguments.text("date");
     const auto date = dateText ? parseDate(*dateText) : std::nullopt;
     if (dateText && !date) {
         return misused(
-            call, filled(localized("--date takes a day from 1678-01-01 to 2261-12-31, not %@"), {quoted(*dateText)}));
+            call, Sentence(textKey("--date takes a day from 1678-01-01 to 2261-12-31, not %@"), {quoted(*dateText)}));
     }
     const auto zone = call.context.timeZone(arguments.text("time-zone"));
     if (!zone) return misused(call, zone.error().message);

@@ -122,12 +122,12 @@ std::string quoted(std::string_view text) {
     return filled(localized("cli.quoted", "'%@'"), {text.size() > kLongest ? shown + "..." : shown});
 }
 
-std::string withGuess(std::string_view complaint, std::string_view meant) {
-    return filled(localized("%1$@; did you mean '%2$@'?"), {complaint, meant});
+Sentence withGuess(Sentence complaint, std::string_view meant) {
+    return {textKey("%1$@; did you mean '%2$@'?"), {std::move(complaint), meant}};
 }
 
-std::string withHint(std::string_view complaint, std::string_view helpCommand) {
-    return filled(localized("%1$@ (see '%2$@')"), {complaint, helpCommand});
+Sentence withHint(Sentence complaint, std::string_view helpCommand) {
+    return {textKey("%1$@ (see '%2$@')"), {std::move(complaint), helpCommand}};
 }
 
 std::string percentText(double percent) { return filled(localized("cli.percent", "%@%"), {fixed(percent, 0)}); }

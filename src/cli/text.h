@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/sentence.h"
+
 namespace dravo::cli {
 
 /// Reads all of `text` as a finite decimal number, whatever the locale. A leading "+" is allowed.
@@ -31,8 +33,8 @@ namespace dravo::cli {
 
 /// A complaint with what was probably meant, and with the command that says more: "...; did you mean 'toggle'?" and
 /// "... (see 'dravo --help')".
-[[nodiscard]] std::string withGuess(std::string_view complaint, std::string_view meant);
-[[nodiscard]] std::string withHint(std::string_view complaint, std::string_view helpCommand);
+[[nodiscard]] Sentence withGuess(Sentence complaint, std::string_view meant);
+[[nodiscard]] Sentence withHint(Sentence complaint, std::string_view helpCommand);
 
 /// 42.4 as "42%", or as the language writes it.
 [[nodiscard]] std::string percentText(double percent);

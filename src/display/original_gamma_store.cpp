@@ -16,8 +16,8 @@ constexpr const char* kFileName = "original_gamma.json";
 /// Sixteen displays of the longest hardware tables need a tenth of it.
 constexpr std::size_t kMaxFileSize = 16U << 20U;
 
-std::string whyNotHome(const std::string& reason) {
-    return reason.empty() ? localized("there is no home directory") : reason;
+Sentence whyNotHome(const Sentence& reason) {
+    return reason.empty() ? Sentence(textKey("there is no home directory")) : reason;
 }
 
 }  // namespace
@@ -52,7 +52,7 @@ Result<void> OriginalGammaStore::saveIfAbsent(const std::map<DisplayId, GammaTab
 Result<void> OriginalGammaStore::saveAgain(const std::map<DisplayId, GammaTable>& own) {
     if (!damaged_.empty())
         return Error{ErrorCode::InvalidInput,
-                     filled(localized("%@ cannot be understood"), {damaged_.begin()->string()})};
+                     Sentence(textKey("%@ cannot be understood"), {damaged_.begin()->string()})};
     add(own);
     // Not what this process remembers of the file, but what the next one will find.
     std::erase_if(ours_, isAbsent);
@@ -90,11 +90,11 @@ void OriginalGammaStore::takeOver(const std::filesystem::path& path) {
     auto tables = text ? decodeTables(*text) : Result<SavedTables>(text.error());
     if (!tables) {
         damaged_.insert(path);
-        const std::string fault = text ? withDetail(path.string(), tables.error().message) : text.error().message;
+        const Sentence fault = text ? withDetail(path.string(), tables.error().message) : text.error().message;
         reportOnce("damaged-tables",
-                   filled(localized("%@; it is kept as .bad, and displays without a color profile are given a "
+                   Sentence(textKey("%@; it is kept as .bad, and displays without a color profile are given a "
                                     "neutral table"),
-                          {fault}));
+                            {fault}));
         return;
     }
     // The folder in the home directory comes first, and its entries win.
@@ -125,8 +125,8 @@ Result<void> OriginalGammaStore::write() {
         }
         if (folder_.home.empty() || path.parent_path() != folder_.home)
             reportOnce("tables-in-runtime-folder",
-                       filled(localized("%1$@; the displays' own tables are saved in %2$@ until you log out"),
-                              {whyNotHome(reason.message), path.string()}));
+                       Sentence(textKey("%1$@; the displays' own tables are saved in %2$@ until you log out"),
+                                {whyNotHome(reason.message), path.string()}));
         for (const auto& other : ours_)
             if (other != path) static_cast<void>(removeFile(other));
         ours_ = {path};
@@ -135,9 +135,9 @@ Result<void> OriginalGammaStore::write() {
         return {};
     }
     reportOnce("tables-not-saved",
-               filled(localized("%@; the displays' own tables are not saved, and a crash would leave the filter on "
+               Sentence(textKey("%@; the displays' own tables are not saved, and a crash would leave the filter on "
                                 "screen"),
-                      {whyNotHome(reason.message)}));
+                        {whyNotHome(reason.message)}));
     return Error{reason.code, whyNotHome(reason.message), reason.nativeCode};
 }
 

@@ -17,8 +17,8 @@ constexpr Duration kSaveRetryPeriod = 30s;
 
 bool hasTable(std::size_t size) { return size >= 2; }
 
-Error disconnected() { return {ErrorCode::Disconnected, std::string(textKey("the display server is gone").english)}; }
-Error unanswered() { return {ErrorCode::Busy, std::string(textKey("the display server does not answer").english)}; }
+Error disconnected() { return {ErrorCode::Disconnected, textKey("the display server is gone")}; }
+Error unanswered() { return {ErrorCode::Busy, textKey("the display server does not answer")}; }
 
 }  // namespace
 
@@ -196,10 +196,9 @@ std::vector<Result<GammaTable>> RememberedDisplays::held(std::span<const Display
         if (isGone_ || (display && !*answer)) {
             tables.emplace_back(isGone_ ? disconnected() : answer->error());
         } else if (!display) {
-            tables.emplace_back(Error{ErrorCode::NotFound, std::string(textKey("this display is not on").english)});
+            tables.emplace_back(Error{ErrorCode::NotFound, textKey("this display is not on")});
         } else if (const auto& levels = (**answer)[next++]; !hasTable(levels.size())) {
-            tables.emplace_back(
-                Error{ErrorCode::Unsupported, std::string(textKey("its driver has no transfer table").english)});
+            tables.emplace_back(Error{ErrorCode::Unsupported, textKey("its driver has no transfer table")});
         } else {
             tables.emplace_back(toTable(levels));
         }

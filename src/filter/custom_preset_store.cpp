@@ -21,7 +21,7 @@ std::filesystem::path fileIn(const std::filesystem::path& folder) {
 }
 
 Result<std::vector<FilterPreset>> readPresets(const std::filesystem::path& file) {
-    if (file.empty()) return Error{ErrorCode::NotFound, localized("there is no home folder to keep presets in")};
+    if (file.empty()) return Error{ErrorCode::NotFound, textKey("there is no home folder to keep presets in")};
     const auto text = readFile(file, kMostBytes);
     if (!text) return text.error();
     auto presets = decodePresets(*text);
@@ -45,7 +45,7 @@ CustomPresetStore::CustomPresetStore(const std::filesystem::path& folder) : file
     } else if (found.error().code != ErrorCode::NotFound) {
         holdsUnreadFile_ = true;
         reportOnce("custom presets unread",
-                   filled(localized("your own presets are not shown: %@"), {found.error().message}));
+                   Sentence(textKey("your own presets are not shown: %@"), {found.error().message}));
     }
 }
 
@@ -53,7 +53,7 @@ Result<void> CustomPresetStore::save() {
     auto written = write(presets);
     if (!written)
         reportOnce("custom presets unsaved",
-                   filled(localized("your own presets are not saved: %@"), {written.error().message}));
+                   Sentence(textKey("your own presets are not saved: %@"), {written.error().message}));
     return written;
 }
 
@@ -71,7 +71,7 @@ Result<void> CustomPresetStore::adopt(std::span<const FilterPreset> incoming) {
 }
 
 Result<void> CustomPresetStore::write(const std::vector<FilterPreset>& list) {
-    if (file_.empty()) return Error{ErrorCode::NotFound, localized("there is no home folder to keep presets in")};
+    if (file_.empty()) return Error{ErrorCode::NotFound, textKey("there is no home folder to keep presets in")};
     const auto text = encodePresets(list);
     if (!text) return text.error();
     if (holdsUnreadFile_) {

@@ -79,7 +79,7 @@ const FilterPreset& FilterPreset::epaper() { return builtInAt(11); }
 std::string FilterPreset::localizedName() const {
     if (!isBuiltIn || id == fl41().id) return name;
     const auto shipped = std::ranges::find(builtIn(), id, &FilterPreset::id);
-    return shipped == builtIn().end() ? name : localized(shipped->name);
+    return shipped == builtIn().end() ? name : localized(textKey(shipped->name));
 }
 
 std::optional<Rgb> FilterPreset::swatchColor() const {

@@ -45,18 +45,18 @@ Result<std::vector<FilterPreset>> decodeOneOrMany(std::string_view text) {
 }
 
 Result<void> checkForImport(const FilterPreset& preset, std::size_t index) {
-    const auto refused = [&](const std::string& what) {
+    const auto refused = [&](const Sentence& what) {
         return Error{ErrorCode::InvalidInput,
-                     withDetail(filled(localized("preset %@"), {std::to_string(index + 1)}), what)};
+                     withDetail(Sentence(textKey("preset %@"), {std::to_string(index + 1)}), what)};
     };
-    if (preset.id.empty()) return refused(localized("\"id\" is empty"));
+    if (preset.id.empty()) return refused(textKey("\"id\" is empty"));
     if (findPreset(preset.id, {}))
-        return refused(filled(localized("\"id\" is that of the built-in preset %@"), {preset.id}));
+        return refused(Sentence(textKey("\"id\" is that of the built-in preset %@"), {preset.id}));
     for (const auto& field : kRangedFields) {
         const double value = preset.*field.member;
         if (!field.range.contains(value)) {
-            return refused(filled(
-                localized("\"%1$@\" is %2$@, it must be from %3$@ to %4$@"),
+            return refused(Sentence(
+                textKey("\"%1$@\" is %2$@, it must be from %3$@ to %4$@"),
                 {field.key, shortestText(value), shortestText(field.range.lowest), shortestText(field.range.highest)}));
         }
     }

@@ -16,7 +16,7 @@ namespace {
 
 using nlohmann::json;
 
-Error refused(const std::string& where, const std::string& what) {
+Error refused(const Sentence& where, const Sentence& what) {
     return {ErrorCode::InvalidInput, where.empty() ? what : withDetail(where, what)};
 }
 
@@ -35,12 +35,12 @@ bool hasType(const json& value) {
     return value.is_string();
 }
 
-Result<FilterPreset> decodeObject(const json& object, const std::string& where) {
-    if (!object.is_object()) return refused(where, localized("not an object"));
+Result<FilterPreset> decodeObject(const json& object, const Sentence& where) {
+    if (!object.is_object()) return refused(where, textKey("not an object"));
     FilterPreset preset;
     for (const auto& field : kPresetFields) {
         const auto found = object.find(field.key);
-        if (found == object.end()) return refused(where, filled(localized("\"%@\" is missing"), {field.key}));
+        if (found == object.end()) return refused(where, Sentence(textKey("\"%@\" is missing"), {field.key}));
         const auto demand = std::visit(
             [&](auto member) -> std::optional<TextKey> {
                 using Value = std::decay_t<decltype(preset.*member)>;
@@ -49,13 +49,13 @@ Result<FilterPreset> decodeObject(const json& object, const std::string& where) 
                 return std::nullopt;
             },
             field.member);
-        if (demand) return refused(where, filled(localized(*demand), {field.key}));
+        if (demand) return refused(where, Sentence(*demand, {field.key}));
     }
     return preset;
 }
 
 Result<std::string> encodeValue(double value) {
-    if (!std::isfinite(value)) return Error{ErrorCode::InvalidInput, localized("\"%@\" is not a finite number")};
+    if (!std::isfinite(value)) return Error{ErrorCode::InvalidInput, textKey("\"%@\" is not a finite number")};
     return shortestText(value);
 }
 
@@ -65,21 +65,21 @@ Result<std::string> encodeValue(const std::string& value) {
     try {
         return json(value).dump();
     } catch (const json::type_error&) {
-        return Error{ErrorCode::InvalidInput, localized("\"%@\" is not UTF-8")};
+        return Error{ErrorCode::InvalidInput, textKey("\"%@\" is not UTF-8")};
     }
 }
 
-Result<std::string> encodeObject(const FilterPreset& preset, const std::string& where) {
+Result<std::string> encodeObject(const FilterPreset& preset, const Sentence& where) {
     std::string text;
     for (const auto& field : kPresetFields) {
         auto value = std::visit([&](auto member) { return encodeValue(preset.*member); }, field.member);
-        if (!value) return refused(where, filled(value.error().message, {field.key}));
+        if (!value) return refused(where, Sentence(value.error().message.text, {field.key}));
         text += (text.empty() ? "{\"" : ",\"") + std::string(field.key) + "\":" + *value;
     }
     return text + "}";
 }
 
-std::string placeName(std::size_t index) { return filled(localized("preset %@"), {std::to_string(index + 1)}); }
+Sentence placeName(std::size_t index) { return Sentence(textKey("preset %@"), {std::to_string(index + 1)}); }
 
 }  // namespace
 
@@ -92,7 +92,7 @@ Result<FilterPreset> decodePreset(std::string_view text) {
 Result<std::vector<FilterPreset>> decodePresets(std::string_view text) {
     const auto parsed = parseJson<json>(text);
     if (!parsed) return parsed.error();
-    if (!parsed->is_array()) return refused("", localized("not an array of presets"));
+    if (!parsed->is_array()) return refused("", textKey("not an array of presets"));
     std::vector<FilterPreset> presets;
     for (const auto& element : *parsed) {
         auto preset = decodeObject(element, placeName(presets.size()));

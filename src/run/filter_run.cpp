@@ -46,17 +46,17 @@ void FilterRun::listen() {
     loss_ = session_->session->displays().onLoss([this] { serverIsGone(); });
     offRequest_.emplace(loop, SIGUSR1, [this] {
         const auto isOff = engine_->restore();
-        if (session_->lock) session_->lock->answer(isOff ? kIsOff : isOff.error().message);
+        if (session_->lock) session_->lock->answer(isOff ? kIsOff : localized(isOff.error().message));
     });
     quitRequest_.emplace(loop, SIGUSR2, [this] { quit(); });
 }
 
 // A toolkit that cannot start ends the process, and some of its plug-ins crash. The filter's run goes on without it.
 void FilterRun::startPanel() {
-    const auto line = [](const std::string& why) {
-        return saidBy("dravo", filled(localized("there is no panel: %@"), {why}));
+    const auto line = [](const Sentence& why) {
+        return saidBy("dravo", Sentence(textKey("there is no panel: %@"), {why}));
     };
-    std::string told = line(localized("the toolkit cannot start"));
+    std::string told = line(textKey("the toolkit cannot start"));
     auto successor = makeSuccessor(false);
     const posix::EndInterceptor otherwise([&] {
         [[maybe_unused]] const auto written = ::write(STDERR_FILENO, told.data(), told.size());
@@ -88,7 +88,7 @@ int FilterRun::startSuccessor(posix::ProgramReplacement& successor) {
 
 void FilterRun::relaunch() {
     const auto failed = [](const Error& error) {
-        report(filled(localized("cannot start again: %@"), {error.message}));
+        report(Sentence(textKey("cannot start again: %@"), {error.message}));
     };
     // What is on the displays would be the successor's only knowledge of them.
     LastingDisplays* const lasting = session_->session->lasting();
@@ -104,7 +104,7 @@ void FilterRun::serverIsGone() {
     guard().standStillIfEnding();  // it was the guard that took the connection away
     engine_->save();
     // The toolkit's connection breaks, too.
-    if (!isServerGone_) report(localized("the display server is gone"));
+    if (!isServerGone_) report(textKey("the display server is gone"));
     isServerGone_ = true;
     session_->loop.quit(static_cast<int>(cli::ExitCode::NoDisplayServer));
 }

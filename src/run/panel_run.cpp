@@ -17,7 +17,7 @@ Result<std::unique_ptr<PanelRun>> PanelRun::create(const DesktopShellParts& part
     std::unique_ptr<DesktopShell> shell(entry(DRAVO_VERSION, parts));
     if (!shell)
         return Error{ErrorCode::Unsupported,
-                     filled(localized("%@ belongs to another version of Dravo"), {"dravo-desktop.so"})};
+                     Sentence(textKey("%@ belongs to another version of Dravo"), {"dravo-desktop.so"})};
     return std::unique_ptr<PanelRun>(new PanelRun(std::move(shell), parts.panel));
 }
 

@@ -56,14 +56,14 @@ void RunDesktop::startPanel(const std::function<void(const std::string& why)>& o
     if (panel) {
         panel_ = std::move(*panel);
     } else {
-        reportOnce("no-desktop", filled(localized("there is no panel: %@"), {panel.error().message}));
+        reportOnce("no-desktop", Sentence(textKey("there is no panel: %@"), {panel.error().message}));
     }
 }
 
 int RunDesktop::run(RunKind kind) { return panel_ ? panel_->run(kind) : session_.loop.run(); }
 
 Result<void> RunDesktop::showPanel() {
-    if (!panel_) return Error{ErrorCode::Unsupported, localized("the running Dravo has no panel")};
+    if (!panel_) return Error{ErrorCode::Unsupported, textKey("the running Dravo has no panel")};
     panel_->show();
     return {};
 }

@@ -47,7 +47,7 @@ Result<void> RunEngine::launch() {
     if (!session_.guard) return session_.guard.error();
     auto& guard = **session_.guard;
     guard.waitUntilReady();
-    if (!session_.session->isGuarded()) reportOnce("unguarded", localized(kUnguarded));
+    if (!session_.session->isGuarded()) reportOnce("unguarded", kUnguarded);
     filterState = std::make_unique<FilterState>(FilterStateParts{
         session_.loop, calendar, *session_.preferences, customPresets, breakTimer, locationProvider, applicator,
         grayscale, *wakeSource, inherited ? std::optional(inherited->state) : std::nullopt});

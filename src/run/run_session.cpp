@@ -34,10 +34,10 @@ cli::ExitCode giveWay(RunKind kind, int holder) {
         std::puts(localized("Dravo is running already.").c_str());
         return cli::ExitCode::Ok;
     }
-    const std::string refusal =
-        shown.error().code == ErrorCode::Unsupported ? shown.error().message
-        : holder > 0 ? filled(localized("Dravo is already running (process %@)"), {std::to_string(holder)})
-                     : localized("Dravo is already running");
+    const Sentence refusal = shown.error().code == ErrorCode::Unsupported ? shown.error().message
+                             : holder > 0
+                                 ? Sentence(textKey("Dravo is already running (process %@)"), {std::to_string(holder)})
+                                 : Sentence(textKey("Dravo is already running"));
     report(refusal);
     return cli::ExitCode::Refused;
 }
@@ -63,7 +63,7 @@ std::optional<cli::ExitCode> RunSession::open(RunKind kind) {
                                             inherited ? Found::ours : Found::theirOwn);
     const auto opened = session->openDisplays(originalGamma, loop);
     if (opened) return std::nullopt;
-    report(localized(opened.error().message));
+    report(opened.error().message);
     return cli::ExitCode::NoDisplayServer;
 }
 
@@ -78,7 +78,7 @@ std::optional<cli::ExitCode> RunSession::takeLock(RunKind kind) {
         return std::nullopt;
     }
     if (acquired.error().code == ErrorCode::Busy) return giveWay(kind, acquired.error().nativeCode);
-    reportOnce("no-lock", filled(localized("%@; a second Dravo would not be noticed"), {acquired.error().message}));
+    reportOnce("no-lock", Sentence(textKey("%@; a second Dravo would not be noticed"), {acquired.error().message}));
     return std::nullopt;
 }
 

@@ -26,7 +26,7 @@ bool isOnEarth(const Position& position) {
 Result<void> requireOnEarth(const Position& position) {
     if (isOnEarth(position)) return {};
     return Error{ErrorCode::InvalidInput,
-                 localized("latitude lies from -90 to 90 and longitude from -180 to 180 degrees")};
+                 textKey("latitude lies from -90 to 90 and longitude from -180 to 180 degrees")};
 }
 
 LocationProvider::LocationProvider(Scheduler& scheduler, PreferencesStore& preferences, LocationService& service,

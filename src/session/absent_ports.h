@@ -27,7 +27,7 @@ public:
     Result<void> setEnabled(bool) override { return unsupported(); }
 
 private:
-    static Error unsupported() { return {ErrorCode::Unsupported, std::string(kNoGrayscaleMode.english)}; }
+    static Error unsupported() { return {ErrorCode::Unsupported, kNoGrayscaleMode}; }
 };
 
 inline constexpr TextKey kNoShortcut = textKey("in this Wayland session no key can be reserved for a program");
@@ -37,7 +37,7 @@ class NoHotKeys final : public HotKeyService {
 public:
     explicit NoHotKeys(TextKey why) : why_(why) {}
     Result<Subscription> registerHotKey(HotKey, std::function<void()>) override {
-        return Error{ErrorCode::Unsupported, std::string(why_.english)};
+        return Error{ErrorCode::Unsupported, why_};
     }
 
 private:

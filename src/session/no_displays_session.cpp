@@ -12,7 +12,7 @@ Result<std::vector<DisplayDescription>> NoDisplaysSession::NoDisplays::list() {
 }
 
 std::vector<Result<GammaTable>> NoDisplaysSession::NoDisplays::held(std::span<const DisplayId> displays) {
-    return {displays.size(), Error{ErrorCode::Unsupported, std::string(kNoWay.english)}};
+    return {displays.size(), Error{ErrorCode::Unsupported, kNoWay}};
 }
 
 std::vector<PortReport> NoDisplaysSession::report() {

@@ -62,7 +62,7 @@ TEST(ControlRequestTest, RefusesWhatNoSliderReachesWithTheRangeInTheSentence) {
     };
     for (const auto& [request, sentence] : rows) {
         const auto result = validate(request);
-        EXPECT_EQ(result ? "" : result.error().message, sentence);
+        EXPECT_EQ(result ? std::string() : inEnglish(result.error().message), sentence);
         EXPECT_TRUE(result || result.error().code == ErrorCode::InvalidInput);
     }
 }

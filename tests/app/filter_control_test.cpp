@@ -18,7 +18,7 @@ protected:
         const auto before = controlStateJson(control.controlState());
         const auto answer = ask(request);
         ASSERT_FALSE(answer);
-        EXPECT_EQ(answer.error().code, code) << answer.error().message;
+        EXPECT_EQ(answer.error().code, code) << inEnglish(answer.error().message);
         EXPECT_EQ(controlStateJson(control.controlState()), before);
     }
     ControlState now() { return control.controlState(); }
@@ -118,7 +118,7 @@ TEST_F(FilterControlTest, WhatIsImportedOverTheSelectedPresetIsOnScreen) {
     for (const double red : {0.5, 0.25}) {
         mine.redFactor = red;
         const auto imported = ask(request::ImportPresets{*encodePreset(mine)});
-        ASSERT_TRUE(imported) << imported.error().message;
+        ASSERT_TRUE(imported) << inEnglish(imported.error().message);
         EXPECT_EQ(imported->ids, std::vector<std::string>{"MINE"});
         ASSERT_TRUE(ask(request::SelectPreset{"MINE"}));
         scheduler.advance(1s);

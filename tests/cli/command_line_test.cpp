@@ -118,7 +118,7 @@ std::string understood(std::vector<std::string> words) {
     for (std::string& word : words) argv.push_back(word.data());
     argv.push_back(nullptr);
     const auto arguments = cli::Arguments::parse(command, static_cast<int>(words.size()) - 1, argv.data() + 1);
-    if (!arguments) return "! " + arguments.error().message;
+    if (!arguments) return "! " + inEnglish(arguments.error().message);
     std::string result;
     for (const std::string_view operand : arguments->operands()) result += std::string(operand) + "|";
     if (const auto level = arguments->number("level")) result += " level=" + shortestText(*level);

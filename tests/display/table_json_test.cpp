@@ -28,7 +28,7 @@ TEST(TableJsonTest, TakesWhatAPersonMayHaveEdited) {
                      ", \"4294967296\": " + good + ", \"1.0\": " + good + ", \"++3\": " + good +
                      ", \"0\": {\"note\":[{}],\"blue\":[-3,9,18446744073709551616],\"green\":[0.5,1e-60,1,1]," +
                      "\"red\":[0,1,0.5,1]}, \"6\": " + entry("[0,1]", "[0]", "[0,1]") + "}");
-    ASSERT_TRUE(decoded) << decoded.error().message;
+    ASSERT_TRUE(decoded) << inEnglish(decoded.error().message);
     const std::map<DisplayId, GammaTable> expected{{DisplayId{42}, {{0, 1}, {0, 0.5F}, {0, 0.25F}}},
                                                    {DisplayId{0}, {{0, 1, 0.5F}, {0.5F, 0, 1}, {0, 1, 1}}}};
     EXPECT_EQ(decoded->own, expected);
@@ -67,9 +67,9 @@ TEST(TableJsonTest, RefusesTheWholeOfADamagedText) {
         const auto decoded = decodeTables(row.text);
         ASSERT_FALSE(decoded) << row.name;
         EXPECT_EQ(decoded.error().code, ErrorCode::InvalidInput) << row.name;
-        EXPECT_NE(decoded.error().message.find(row.said), std::string::npos)
-            << row.name << ": " << decoded.error().message;
-        EXPECT_EQ(decoded.error().message.find('\n'), std::string::npos) << row.name;
+        EXPECT_NE(inEnglish(decoded.error().message).find(row.said), std::string::npos)
+            << row.name << ": " << inEnglish(decoded.error().message);
+        EXPECT_EQ(inEnglish(decoded.error().message).find('\n'), std::string::npos) << row.name;
     }
 }
 

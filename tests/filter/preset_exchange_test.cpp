@@ -17,7 +17,7 @@ TEST(PresetExchangeTest, TakesAnArrayOrOnePresetAndMakesThemAPersonsOwn) {
     claimed.isBuiltIn = true;
     claimed.isGrayscale = true;
     const auto many = importPresets("\n" + textOf({claimed, own("b")}));
-    ASSERT_TRUE(many) << many.error().message;
+    ASSERT_TRUE(many) << inEnglish(many.error().message);
     claimed.isBuiltIn = false;
     EXPECT_EQ(*many, (std::vector<FilterPreset>{claimed, own("b")}));
     const auto one = importPresets(" \t" + encodePreset(own("a")).value());
@@ -53,8 +53,8 @@ TEST(PresetExchangeTest, HoldsNumbersToTheSlidersRangesBothEndsIncluded) {
         preset.*row.member = row.lowest - 0.001;
         const auto refused = importPresets(textOf({own("b"), preset}));
         ASSERT_FALSE(refused) << row.said;
-        EXPECT_NE(refused.error().message.find(std::string("preset 2: ") + row.said), std::string::npos)
-            << refused.error().message;
+        EXPECT_NE(inEnglish(refused.error().message).find(std::string("preset 2: ") + row.said), std::string::npos)
+            << inEnglish(refused.error().message);
     }
 }
 
@@ -62,7 +62,7 @@ TEST(PresetExchangeTest, AcceptsEveryShippedPresetUnderAnotherId) {
     for (FilterPreset preset : FilterPreset::builtIn()) {
         const auto refused = importPresets(textOf({preset}));
         ASSERT_FALSE(refused);
-        EXPECT_NE(refused.error().message.find(preset.id), std::string::npos);
+        EXPECT_NE(inEnglish(refused.error().message).find(preset.id), std::string::npos);
         preset.id = "copy";
         EXPECT_TRUE(importPresets(textOf({preset}))) << preset.name;
     }

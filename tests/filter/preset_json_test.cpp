@@ -47,12 +47,13 @@ TEST(PresetJsonTest, RequiresEveryKeyWithItsType) {
         const std::string key = "\"" + std::string(field.key) + "\"";
         const auto missing = decodePresets("[" + kSunset + "," + with(key, "\"other\"") + "]");
         ASSERT_FALSE(missing) << key;
-        EXPECT_EQ(missing.error().message, "preset 2: " + key + " is missing");
+        EXPECT_EQ(inEnglish(missing.error().message), "preset 2: " + key + " is missing");
         const std::string colon = key + ":";
         for (const char* value : {"null", "[]", "{}"}) {
             const auto wrong = decodePreset(with(colon, std::string(colon).append(value).append(",\"old\":")));
             ASSERT_FALSE(wrong) << key << value;
-            EXPECT_NE(wrong.error().message.find(key + " must be"), std::string::npos) << wrong.error().message;
+            EXPECT_NE(inEnglish(wrong.error().message).find(key + " must be"), std::string::npos)
+                << inEnglish(wrong.error().message);
         }
     }
     EXPECT_FALSE(decodePreset(with("0.7", "\"0.7\"")));
@@ -78,12 +79,12 @@ TEST(PresetJsonTest, RefusesHostileTexts) {
         const auto one = decodePreset(text);
         ASSERT_FALSE(one) << text.substr(0, 60);
         EXPECT_EQ(one.error().code, ErrorCode::InvalidInput);
-        EXPECT_LT(one.error().message.size(), 200U);
+        EXPECT_LT(inEnglish(one.error().message).size(), 200U);
         EXPECT_FALSE(decodePresets("[" + text + "]")) << text.substr(0, 60);
     }
     EXPECT_FALSE(decodePresets(""));
     EXPECT_FALSE(decodePresets(kSunset));
-    EXPECT_EQ(decodePresets("[\n\n {]").error().message, "not valid JSON, look at line 3, column 3");
+    EXPECT_EQ(inEnglish(decodePresets("[\n\n {]").error().message), "not valid JSON, look at line 3, column 3");
 }
 
 TEST(PresetJsonTest, RefusesToWriteWhatCannotBeRead) {
@@ -92,7 +93,7 @@ TEST(PresetJsonTest, RefusesToWriteWhatCannotBeRead) {
         const auto encoded = encodePresets(presets);
         ASSERT_FALSE(encoded);
         EXPECT_EQ(encoded.error().code, ErrorCode::InvalidInput);
-        EXPECT_EQ(encoded.error().message, "preset 2: \"contrast\" is not a finite number");
+        EXPECT_EQ(inEnglish(encoded.error().message), "preset 2: \"contrast\" is not a finite number");
     }
     EXPECT_FALSE(encodePreset({.name = "\xff"}));
 }

@@ -1,6 +1,7 @@
 #include "platform/curl/curl_update_feed.h"
 
 #include <chrono>
+#include <utility>
 #include <vector>
 
 #include "app/web_address.h"
@@ -32,12 +33,10 @@ Report reportIn(const std::string& output) {
     return {output.substr(0, end), line.substr(0, blank), blank == line.npos ? "" : line.substr(blank + 1)};
 }
 
-Error nonsense(ErrorCode code, const std::string& detail) {
-    return {code, localized("update.nonsense", "The update server's answer makes no sense.") + " (" + detail + ")"};
-}
+Error nonsense(ErrorCode code, std::string detail) { return {code, nonsensicalAnswer(std::move(detail))}; }
 
 Error tooLong() {
-    return {ErrorCode::InvalidInput, localized("update.too_long", "The update server's answer is too long.")};
+    return {ErrorCode::InvalidInput, textKey("update.too_long", "The update server's answer is too long.")};
 }
 
 /// For curl's exit codes, as its manual lists them.
@@ -47,14 +46,14 @@ Error failureOf(int exitCode, const Report& report) {
         case 6:   // no such host
         case 7:   // nobody listens
         case 28:  // too slow
-            return {ErrorCode::Disconnected, localized("update.unreachable", "The update server cannot be reached.")};
+            return {ErrorCode::Disconnected, textKey("update.unreachable", "The update server cannot be reached.")};
         case 35:  // no handshake
         case 51:
         case 60:  // a certificate that nobody trusted has signed, or somebody else's
         case 77:
         case 83:
             return {ErrorCode::PermissionDenied,
-                    localized("update.insecure", "There is no secure connection to the update server.")};
+                    textKey("update.insecure", "There is no secure connection to the update server.")};
         case 16:
         case 18:  // less than was promised
         case 52:  // nothing
@@ -63,14 +62,14 @@ Error failureOf(int exitCode, const Report& report) {
         case 92:
         case -1:  // somebody killed it
             return {ErrorCode::Disconnected,
-                    localized("update.broken", "The connection to the update server broke off.")};
+                    textKey("update.broken", "The connection to the update server broke off.")};
         case 63:
             return tooLong();
         case 1:
             // The same code is for an answer that is no HTTP.
             if (!report.status.starts_with('3')) break;
             return {ErrorCode::PermissionDenied,
-                    localized("update.leads_away", "The update server leads to an address that is not secure.")};
+                    textKey("update.leads_away", "The update server leads to an address that is not secure.")};
         case 22:
             return nonsense(ErrorCode::InvalidInput, report.status);
         default:
@@ -84,15 +83,14 @@ Result<std::string> textOf(const Result<std::string>& output) {
         const Error& error = output.error();
         switch (error.code) {
             case ErrorCode::NotFound:
-                return Error{
-                    ErrorCode::Unsupported,
-                    localized("update.no_curl", "To check for updates, the program curl has to be installed.")};
+                return Error{ErrorCode::Unsupported,
+                             textKey("update.no_curl", "To check for updates, the program curl has to be installed.")};
             case ErrorCode::Busy:
                 return failureOf(28, {});
             case ErrorCode::InvalidInput:
                 return tooLong();
             default:
-                return failureOf(error.nativeCode, reportIn(error.message));
+                return failureOf(error.nativeCode, reportIn(error.message.plain));
         }
     }
     Report report = reportIn(*output);

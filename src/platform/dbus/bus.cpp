@@ -66,7 +66,7 @@ Error errorFrom(const sd_bus_error& error) {
         if (name == known) code = meaning;
     // What the bus could not start is as absent as what it does not know.
     if (name.starts_with("org.freedesktop.DBus.Error.Spawn.")) code = ErrorCode::NotFound;
-    return {code, error.message ? error.message : std::string(name), -sd_bus_error_get_errno(&error)};
+    return {code, error.message ? std::string(error.message) : std::string(name), -sd_bus_error_get_errno(&error)};
 }
 
 bool hasSessionBus() {
@@ -136,7 +136,7 @@ Subscription Bus::call(Message message, std::chrono::milliseconds timeout,
     handler->slot.reset(slot);
     if (result < 0) {
         auto failed = std::make_shared<Timer>(scheduler_.after({}, [onAnswer, result] {
-            onAnswer(Error{ErrorCode::Disconnected, localized("the message bus cannot be reached"), -result});
+            onAnswer(Error{ErrorCode::Disconnected, textKey("the message bus cannot be reached"), -result});
         }));
         return Subscription([failed] { failed->cancel(); });
     }

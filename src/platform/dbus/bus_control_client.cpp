@@ -13,9 +13,9 @@ namespace {
 constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 constexpr std::uint64_t kForever = UINT64_MAX;
 
-Error notRunning() { return {ErrorCode::NotFound, localized("Dravo is not running")}; }
+Error notRunning() { return {ErrorCode::NotFound, textKey("Dravo is not running")}; }
 
-Error noAnswer() { return {ErrorCode::Busy, localized("Dravo is running and does not answer")}; }
+Error noAnswer() { return {ErrorCode::Busy, textKey("Dravo is running and does not answer")}; }
 
 Error fromReply(const sd_bus_error& error) {
     const std::string_view name = error.name ? error.name : "";
@@ -40,11 +40,11 @@ Error fromReply(const sd_bus_error& error) {
 
 Result<void> BusControlClient::connect() {
     if (bus_) return {};
-    if (!hasSessionBus()) return Error{ErrorCode::NotFound, localized("there is no session bus to find Dravo on")};
+    if (!hasSessionBus()) return Error{ErrorCode::NotFound, textKey("there is no session bus to find Dravo on")};
     if (auto loaded = loadSystemd(); !loaded) return loaded.error();
     sd_bus* bus = nullptr;
     if (const int result = sd_bus_open_user(&bus); result < 0)
-        return Error{ErrorCode::NotFound, localized("the session bus cannot be reached"), -result};
+        return Error{ErrorCode::NotFound, textKey("the session bus cannot be reached"), -result};
     bus_.reset(bus);
     const auto patience = std::chrono::duration_cast<std::chrono::microseconds>(patience_).count();
     sd_bus_set_method_call_timeout(bus, static_cast<std::uint64_t>(patience));
@@ -56,7 +56,7 @@ Result<Message> BusControlClient::newCall(const char* interface, const char* mem
     sd_bus_message* call = nullptr;
     const int result =
         sd_bus_message_new_method_call(bus_.get(), &call, control::kBusName, control::kObjectPath, interface, member);
-    if (result < 0) return Error{ErrorCode::NotFound, localized("the session bus cannot be reached"), -result};
+    if (result < 0) return Error{ErrorCode::NotFound, textKey("the session bus cannot be reached"), -result};
     sd_bus_message_set_auto_start(call, 0);
     return Message(call);
 }
@@ -77,7 +77,7 @@ Result<ControlAnswer> BusControlClient::ask(const ControlRequest& request) {
     const auto call = newCall(control::kInterface, method.name);
     if (!call) return call.error();
     if (method.append(call->get(), request) < 0)
-        return Error{ErrorCode::InvalidInput, localized("this is no text in UTF-8")};
+        return Error{ErrorCode::InvalidInput, textKey("this is no text in UTF-8")};
     const auto reply = send(*call);
     if (!reply) return reply.error();
     return control::readAnswer(method, reply->get());
@@ -96,7 +96,7 @@ Result<ControlState> BusControlClient::state() {
             if (property && std::string_view(property->signature) == signature) property->read(value, state);
         });
     if (!isReadable)
-        return Error{ErrorCode::Internal, localized("the running Dravo answers in a way this one does not know")};
+        return Error{ErrorCode::Internal, textKey("the running Dravo answers in a way this one does not know")};
     return state;
 }
 

@@ -25,7 +25,7 @@ void BusControlService::serve(ControlTarget& target) {
 
 void BusControlService::connect() {
     if (!bus_.open()) {
-        reportOnce("session-bus", localized("there is no session bus: commands cannot reach this program"));
+        reportOnce("session-bus", textKey("there is no session bus: commands cannot reach this program"));
         return;
     }
     static const auto table = makeTable();
@@ -33,14 +33,14 @@ void BusControlService::connect() {
     sd_bus_slot* slot = nullptr;
     if (sd_bus_add_object_vtable(bus_.handle(), &slot, control::kObjectPath, control::kInterface, table.data(), this) <
         0) {
-        reportOnce("session-bus", localized("the session bus cannot be served: commands cannot reach this program"));
+        reportOnce("session-bus", textKey("the session bus cannot be served: commands cannot reach this program"));
         return;
     }
     object_.reset(slot);
     targetChanges_ = target_->onStateChange([this] { changes_.trigger(); });
     lost_ = bus_.onLost([this] {
         targetChanges_.reset();
-        reportOnce("session-bus", localized("the session bus is gone: commands cannot reach this program any more"));
+        reportOnce("session-bus", textKey("the session bus is gone: commands cannot reach this program any more"));
     });
 
     const auto onName = [](sd_bus_message* reply, void*, sd_bus_error*) {
@@ -48,7 +48,7 @@ void BusControlService::connect() {
         if (sd_bus_message_is_method_error(reply, nullptr) || sd_bus_message_read(reply, "u", &outcome) < 0 ||
             outcome == kInQueueForName)
             reportOnce("bus-name",
-                       localized("another program holds org.dravo.Dravo on the session bus and gets our commands"));
+                       textKey("another program holds org.dravo.Dravo on the session bus and gets our commands"));
         return 0;
     };
     slot = nullptr;
@@ -90,7 +90,8 @@ int BusControlService::onCall(sd_bus_message* call, void* self, sd_bus_error* er
     const auto request = method.read(call);
     const auto answer = request ? static_cast<BusControlService*>(self)->target_->carryOut(*request) : request.error();
     if (!answer)
-        return sd_bus_error_set(error, control::errorName(answer.error().code).c_str(), answer.error().message.c_str());
+        return sd_bus_error_set(error, control::errorName(answer.error().code).c_str(),
+                                localized(answer.error().message).c_str());
     sd_bus_message* made = nullptr;
     if (const int result = sd_bus_message_new_method_return(call, &made); result < 0) return result;
     const Message reply(made);

@@ -217,7 +217,7 @@ std::vector<Property> makeProperties() {
 
 #undef MEMBER
 
-Error refused(std::string sentence) { return {ErrorCode::InvalidInput, std::move(sentence)}; }
+Error refused(Sentence sentence) { return {ErrorCode::InvalidInput, std::move(sentence)}; }
 Error badArguments() { return refused("the call's arguments cannot be read"); }
 
 /// A request without arguments.

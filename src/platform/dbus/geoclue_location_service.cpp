@@ -120,7 +120,7 @@ void GeoclueLocationService::locationRead(const Bus::Answer& answer) {
 
 void GeoclueLocationService::failed(const Error& error) {
     // The one refusal that is not the person's: an agent is required and none runs. It is told by its text alone.
-    const bool lacksAgent = error.message.find("no agent") != error.message.npos;
+    const bool lacksAgent = error.message.plain.find("no agent") != std::string::npos;
     const bool isRefused = error.code == ErrorCode::PermissionDenied && !lacksAgent;
     const bool isMissing = error.code == ErrorCode::NotFound || lacksAgent;
     const bool wasAwaited = std::exchange(isAwaited_, false);

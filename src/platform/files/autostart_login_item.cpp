@@ -58,11 +58,11 @@ AutostartLoginItem::AutostartLoginItem(AutostartPlace place)
 // `InvalidInput`: there is a file, and it is no entry.
 Result<DesktopEntry> AutostartLoginItem::ownEntry() const {
     if (own_.empty())
-        return Error{ErrorCode::NotFound, localized("there is no home folder with programs to start at login")};
+        return Error{ErrorCode::NotFound, textKey("there is no home folder with programs to start at login")};
     const auto text = readFile(own_, kMaxBytes);
     if (!text) return text.error();
     if (auto entry = DesktopEntry::parse(*text)) return std::move(*entry);
-    return Error{ErrorCode::InvalidInput, filled(localized("%@ is not a desktop entry"), {own_.string()})};
+    return Error{ErrorCode::InvalidInput, Sentence(textKey("%@ is not a desktop entry"), {own_.string()})};
 }
 
 std::optional<DesktopEntry> AutostartLoginItem::systemEntry() const {
@@ -108,7 +108,7 @@ Result<DesktopEntry> AutostartLoginItem::entryToChange() const {
     if (own || own_.empty()) return own;
     if (own.error().code == ErrorCode::InvalidInput) {
         reportOnce("autostart-entry",
-                   filled(localized("%1$@; it is kept as %2$@"), {own.error().message, std::string(kFile) + ".bad"}));
+                   Sentence(textKey("%1$@; it is kept as %2$@"), {own.error().message, std::string(kFile) + ".bad"}));
         if (const auto kept = setAsideAsBad(own_); !kept) return kept.error();
     } else if (own.error().code != ErrorCode::NotFound) {
         return own.error();
@@ -124,7 +124,7 @@ Result<void> AutostartLoginItem::registerItem() {
     if (!isMeantForThisDesktop(*entry)) {
         return Error{
             ErrorCode::PermissionDenied,
-            filled(localized("the entry %@ is not meant for this desktop (OnlyShowIn, NotShowIn)"), {own_.string()})};
+            Sentence(textKey("the entry %@ is not meant for this desktop (OnlyShowIn, NotShowIn)"), {own_.string()})};
     }
     complete(*entry);
     entry->remove(kHidden);
@@ -135,7 +135,7 @@ Result<void> AutostartLoginItem::registerItem() {
         const std::string program = place_.program.string();
         // No desktop starts a program with such a name.
         if (program.empty() || program.find('=') != std::string::npos)
-            return Error{ErrorCode::InvalidInput, filled(localized("'%@' cannot be started at login"), {program})};
+            return Error{ErrorCode::InvalidInput, Sentence(textKey("'%@' cannot be started at login"), {program})};
         entry->set("Exec", execValue(program, "--autostart"));
     }
     return write(*entry);

@@ -26,14 +26,14 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 Result<toml::table> parse(std::string_view text) {
     if (text.size() > kMaxPreferencesBytes)
         return Error{ErrorCode::InvalidInput,
-                     filled(localized("longer than %@ bytes"), {std::to_string(kMaxPreferencesBytes)})};
+                     Sentence(textKey("longer than %@ bytes"), {std::to_string(kMaxPreferencesBytes)})};
     auto parsed = toml::parse(text);
     if (parsed) return std::move(parsed).table();
     const auto& fault = parsed.error();
     const auto place = fault.source().begin;
     return Error{ErrorCode::InvalidInput,
-                 filled(localized("line %1$@, column %2$@: %3$@"),
-                        {std::to_string(place.line), std::to_string(place.column), fault.description()})};
+                 Sentence(textKey("line %1$@, column %2$@: %3$@"),
+                          {std::to_string(place.line), std::to_string(place.column), fault.description()})};
 }
 
 std::optional<WallTime> instantOf(const toml::date_time& date) {
@@ -269,7 +269,7 @@ Result<std::string> withChanges(std::string_view text, const DefaultsChanges& ch
     }
     std::string candidate = rewritten(*table, wanted, changes);
     if (comesOutAsWanted(candidate, wanted, *table, changes)) return candidate;
-    return Error{ErrorCode::InvalidInput, localized("the settings no longer fit into the file")};
+    return Error{ErrorCode::InvalidInput, textKey("the settings no longer fit into the file")};
 }
 
 }  // namespace dravo::files

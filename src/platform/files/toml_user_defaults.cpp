@@ -36,8 +36,8 @@ std::filesystem::path linkTarget(std::filesystem::path path) {
 }
 
 /// Each fault is its own cause: a second mistake in the file is told like the first.
-void report(const std::string& fault, const TextKey& withConsequence) {
-    reportOnce(fault, filled(localized(withConsequence), {fault}));
+void report(const Sentence& fault, const TextKey& withConsequence) {
+    reportOnce(inEnglish(fault), Sentence(withConsequence, {fault}));
 }
 
 constexpr TextKey kUntilTheEnd = textKey("%@; settings last until Dravo ends");
@@ -54,7 +54,7 @@ std::filesystem::path TomlUserDefaults::pathIn(const std::filesystem::path& sett
 TomlUserDefaults::TomlUserDefaults(std::filesystem::path path, Scheduler& scheduler, DescriptorWatch& descriptors)
     : path_(std::move(path)), scheduler_(scheduler), watch_(descriptors, [this] { deliver(readAndMerge()); }) {
     if (path_.empty()) {
-        report(localized("there is no home folder to keep the settings in"), kUntilTheEnd);
+        report(textKey("there is no home folder to keep the settings in"), kUntilTheEnd);
         file_ = File::untouchable;
         return;
     }
@@ -129,7 +129,7 @@ DefaultsKeys TomlUserDefaults::readAndMerge() {
     auto values = parsePreferences(*text);
     if (!values) {
         file_ = File::broken;
-        report(filled(localized("cannot understand %1$@, %2$@"), {path_.string(), values.error().message}), kIgnored);
+        report(Sentence(textKey("cannot understand %1$@, %2$@"), {path_.string(), values.error().message}), kIgnored);
         return {};
     }
     return merge(std::move(*text), std::move(*values));
@@ -148,7 +148,7 @@ void TomlUserDefaults::store() {
     if (file_ == File::untouchable) return;
     const auto text = withChanges(fileText_, unsaved_);
     if (!text)
-        return report(filled(localized("cannot write %1$@: %2$@"), {path_.string(), text.error().message}),
+        return report(Sentence(textKey("cannot write %1$@: %2$@"), {path_.string(), text.error().message}),
                       kUntilTheEnd);
     if (file_ != File::good || *text != fileText_) {
         if (const auto replaced = replaceFile(*text); !replaced) return report(replaced.error().message, kUntilTheEnd);

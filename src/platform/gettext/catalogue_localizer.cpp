@@ -15,7 +15,7 @@ Result<Catalogue> read(const std::filesystem::path& path) {
     auto bytes = readFile(path, kLargestCatalogue);
     if (!bytes) return bytes.error();
     auto catalogue = Catalogue::parse(std::move(*bytes));
-    if (!catalogue) return Error{ErrorCode::InvalidInput, path.string() + ": " + catalogue.error().message};
+    if (!catalogue) return Error{ErrorCode::InvalidInput, path.string() + ": " + inEnglish(catalogue.error().message)};
     return catalogue;
 }
 

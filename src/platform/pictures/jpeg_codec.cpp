@@ -16,7 +16,7 @@ using Handle = Owned<void, tjDestroy>;
 
 Error damaged(const Handle& handle) {
     return Error{ErrorCode::InvalidInput,
-                 filled(localized("the JPEG picture is damaged: %@"), {tjGetErrorStr2(handle.get())})};
+                 Sentence(textKey("the JPEG picture is damaged: %@"), {tjGetErrorStr2(handle.get())})};
 }
 
 }  // namespace
@@ -36,7 +36,7 @@ Result<Picture> decodeJpeg(std::string_view file) {
     }
     if (colourspace == TJCS_CMYK || colourspace == TJCS_YCCK) {
         return Error{ErrorCode::InvalidInput,
-                     localized("the JPEG picture has printing colours (CMYK), which a screen has not")};
+                     textKey("the JPEG picture has printing colours (CMYK), which a screen has not")};
     }
     Picture picture{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), false, {}};
     if (const auto fits = checkSize(picture.width, picture.height); !fits) return fits.error();

@@ -13,8 +13,8 @@ namespace dravo::pictures {
     if (width <= kLongestPictureSide && height <= kLongestPictureSide && width * height * 4 <= kMostPictureBytes) {
         return {};
     }
-    return Error{ErrorCode::InvalidInput, filled(localized("the picture is too large: %1$@ × %2$@ pixels"),
-                                                 {std::to_string(width), std::to_string(height)})};
+    return Error{ErrorCode::InvalidInput, Sentence(textKey("the picture is too large: %1$@ × %2$@ pixels"),
+                                                   {std::to_string(width), std::to_string(height)})};
 }
 
 }  // namespace dravo::pictures

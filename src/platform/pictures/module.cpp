@@ -16,7 +16,7 @@ public:
     Result<Picture> decode(std::string_view file) override {
         if (isPng(file)) return decodePng(file);
         if (isJpeg(file)) return decodeJpeg(file);
-        return Error{ErrorCode::InvalidInput, localized("this is neither a PNG nor a JPEG picture")};
+        return Error{ErrorCode::InvalidInput, textKey("this is neither a PNG nor a JPEG picture")};
     }
     Result<std::string> encode(const Picture& picture) override { return encodePng(picture); }
     Result<Picture> testCard() override { return drawTestCard(1); }

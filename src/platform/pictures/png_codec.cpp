@@ -78,7 +78,7 @@ bool readPixels(Reading& reading, Picture& picture, png_bytep* rows) {
 }
 
 Error damaged(const Fault& fault) {
-    return Error{ErrorCode::InvalidInput, filled(localized("the PNG picture is damaged: %@"), {fault.message})};
+    return Error{ErrorCode::InvalidInput, Sentence(textKey("the PNG picture is damaged: %@"), {fault.message})};
 }
 
 struct Writing {

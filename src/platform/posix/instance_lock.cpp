@@ -81,10 +81,10 @@ Result<std::string> RunningProcess::ask(int signal, std::chrono::milliseconds pa
     const auto deadline = std::chrono::steady_clock::now() + patience;
     while (std::chrono::steady_clock::now() < deadline) {
         constexpr std::size_t kMaxAnswer = 512;
-        if (endsWithin(5ms)) return Error{ErrorCode::NotFound, localized("Dravo is not running")};
+        if (endsWithin(5ms)) return Error{ErrorCode::NotFound, textKey("Dravo is not running")};
         if (auto word = readFile(lock_, kMaxAnswer); word && !word->empty()) return *std::move(word);
     }
-    return Error{ErrorCode::Busy, localized("the running Dravo does not answer")};
+    return Error{ErrorCode::Busy, textKey("the running Dravo does not answer")};
 }
 
 bool RunningProcess::endsWithin(std::chrono::milliseconds patience) const {
@@ -100,7 +100,7 @@ Result<InstanceLock> InstanceLock::acquire(const DataFolder& folder) {
         if (lock || lock.error().code == ErrorCode::Busy) return lock;
         reason = lock.error();
     }
-    return reason ? *reason : Error{ErrorCode::Internal, localized("there is no home directory")};
+    return reason ? *reason : Error{ErrorCode::Internal, textKey("there is no home directory")};
 }
 
 Result<InstanceLock> InstanceLock::acquireFile(const std::filesystem::path& path) {
@@ -113,7 +113,7 @@ Result<InstanceLock> InstanceLock::acquireFile(const std::filesystem::path& path
         const auto holder = processHolding(file.get(), path);
         const bool isCommand = holder && !isRun(holder->number());
         if (!hasWaited && isCommand && holder->endsWithin(3s)) continue;
-        return Error{ErrorCode::Busy, localized("Dravo is already running"), holder ? holder->number() : 0};
+        return Error{ErrorCode::Busy, textKey("Dravo is already running"), holder ? holder->number() : 0};
     }
 }
 

@@ -26,10 +26,10 @@ Result<void*> findInModule(const char* file, const char* entry) {
         if (!module) return Error{ErrorCode::NotFound, ::dlerror()};
         if (void* const address = ::dlsym(module, entry)) return address;
         return Error{ErrorCode::Unsupported,
-                     filled(localized("%@ belongs to another version of Dravo"), {path.string()})};
+                     Sentence(textKey("%@ belongs to another version of Dravo"), {path.string()})};
     }
     return Error{ErrorCode::NotFound,
-                 filled(localized("%1$@ is missing beside %2$@ and in ../lib/dravo"), {file, folder.string()})};
+                 Sentence(textKey("%1$@ is missing beside %2$@ and in ../lib/dravo"), {file, folder.string()})};
 }
 
 }  // namespace dravo::posix

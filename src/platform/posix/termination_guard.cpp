@@ -53,7 +53,7 @@ Result<std::unique_ptr<TerminationGuard>> TerminationGuard::create(std::function
     try {
         guard->thread_ = std::thread([self = guard.get()] { self->watch(); });
     } catch (const std::system_error& refusal) {
-        return Error{ErrorCode::Busy, localized("the system grants no thread to guard the displays"),
+        return Error{ErrorCode::Busy, textKey("the system grants no thread to guard the displays"),
                      refusal.code().value()};
     }
     return guard;

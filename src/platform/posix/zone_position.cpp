@@ -95,8 +95,8 @@ Result<ZonePosition> ZoneTablePosition::of(const std::string& zone) const {
     for (const auto& name : {zone, aliased})
         for (const char* table : {"zone1970.tab", "zone.tab"})
             if (const auto position = findIn(database_ / table, name)) return ZonePosition{zone, *position};
-    return Error{ErrorCode::NotFound, zone.empty() ? localized("the time zone of this system has no place")
-                                                   : filled(localized("the time zone %@ has no place"), {zone})};
+    return Error{ErrorCode::NotFound, zone.empty() ? Sentence(textKey("the time zone of this system has no place"))
+                                                   : Sentence(textKey("the time zone %@ has no place"), {zone})};
 }
 
 Result<ZonePosition> ZoneTablePosition::current() { return of(zoneName()); }

@@ -26,7 +26,7 @@ void* library() {
 Result<void> loadSystemd() {
     if (library()) return {};
     const char* reason = ::dlerror();
-    return Error{ErrorCode::NotFound, reason ? reason : localized("libsystemd cannot be loaded")};
+    return Error{ErrorCode::NotFound, reason ? Sentence(reason) : textKey("libsystemd cannot be loaded")};
 }
 
 void* findInSystemd(const char* name) {

@@ -19,7 +19,7 @@ Result<std::unique_ptr<Compositor>> GammaCompositor::create() {
     compositor->greeting_ = asked.ask();
     while (!asked.hasAnswered(compositor->greeting_))
         if (!asked.wait(kPatience))
-            return Error{ErrorCode::Disconnected, localized("the display server does not answer")};
+            return Error{ErrorCode::Disconnected, textKey("the display server does not answer")};
     return std::unique_ptr<Compositor>(std::move(compositor));
 }
 

@@ -32,7 +32,7 @@ Result<std::unique_ptr<Connection>> Connection::create() {
     wl_display* const display = wl_display_connect(nullptr);
     if (!display)
         return Error{ErrorCode::Disconnected,
-                     filled(localized("no Wayland compositor answers: %@"), {systemReason(errno)}), errno};
+                     Sentence(textKey("no Wayland compositor answers: %@"), {systemReason(errno)}), errno};
     return std::unique_ptr<Connection>(new Connection(display));
 }
 

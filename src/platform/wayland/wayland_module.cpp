@@ -12,7 +12,7 @@ Result<std::unique_ptr<Compositor>> askCompositor(const std::string& version) {
     const std::unique_ptr<Result<std::unique_ptr<Compositor>>> answer(entry(version.c_str()));
     if (answer) return std::move(*answer);
     return Error{ErrorCode::Unsupported,
-                 filled(localized("%@ belongs to another version of Dravo"), {"dravo-wayland.so"})};
+                 Sentence(textKey("%@ belongs to another version of Dravo"), {"dravo-wayland.so"})};
 }
 
 }  // namespace dravo::wayland

@@ -146,7 +146,7 @@ std::vector<Result<GammaTable>> WlrDisplays::held(std::span<const DisplayId> dis
                 return Error{ErrorCode::Unsupported,
                              inEnglish(hasNone ? output->problem() : Sentence{textKey("it cannot be read")})};
             }
-        return Error{ErrorCode::NotFound, std::string(textKey("this display is not on").english)};
+        return Error{ErrorCode::NotFound, textKey("this display is not on")};
     };
     waitUntilSettled();
     std::vector<Result<GammaTable>> tables;

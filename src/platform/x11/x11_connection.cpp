@@ -10,8 +10,8 @@ Result<Connection> connect(const std::string& display) {
     if (xcb_connection_has_error(handle.get()) != 0) {
         const char* environment = std::getenv("DISPLAY");
         const std::string name = !display.empty() ? display : environment ? environment : "";
-        return Error{ErrorCode::Disconnected, name.empty() ? localized("no X server: DISPLAY is not set")
-                                                           : filled(localized("no X server answers at %@"), {name})};
+        return Error{ErrorCode::Disconnected, name.empty() ? Sentence(textKey("no X server: DISPLAY is not set"))
+                                                           : Sentence(textKey("no X server answers at %@"), {name})};
     }
     auto screens = xcb_setup_roots_iterator(xcb_get_setup(handle.get()));
     for (; screenNumber > 0 && screens.rem > 1; --screenNumber) xcb_screen_next(&screens);

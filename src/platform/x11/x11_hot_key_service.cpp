@@ -76,7 +76,7 @@ Result<X11HotKeyService::Grab> X11HotKeyService::grabFor(HotKey hotKey) const {
     const auto* const setup = xcb_get_setup(connection_->get());
     const auto keycode = scanCodeOf(hotKey.keyCode);
     if (!keycode || *keycode < setup->min_keycode || *keycode > setup->max_keycode)
-        return Error{ErrorCode::Unsupported, std::string(textKey("this keyboard has no such key").english)};
+        return Error{ErrorCode::Unsupported, textKey("this keyboard has no such key")};
 
     const std::pair<std::int64_t, std::uint16_t> parts[] = {
         {shortcut_modifier::kShift, XCB_MOD_MASK_SHIFT},
@@ -87,8 +87,7 @@ Result<X11HotKeyService::Grab> X11HotKeyService::grabFor(HotKey hotKey) const {
     unsigned wanted = 0;
     for (const auto& [modifier, bit] : parts) {
         if ((hotKey.modifiers & modifier) == 0) continue;
-        if (bit == 0)
-            return Error{ErrorCode::Unsupported, std::string(textKey("this keyboard has no such modifier").english)};
+        if (bit == 0) return Error{ErrorCode::Unsupported, textKey("this keyboard has no such modifier")};
         wanted |= bit;
     }
     const unsigned locks = (XCB_MOD_MASK_LOCK | bits_.numLock | bits_.scrollLock) & ~wanted;
@@ -116,9 +115,8 @@ Result<void> X11HotKeyService::take(const Grab& grab) {
     if (connection_->isBroken()) return disconnected();
     if (refusal == 0) return {};
     letGo(grab);
-    if (refusal == XCB_ACCESS)
-        return Error{ErrorCode::Busy, std::string(textKey("another program has it").english), refusal};
-    return Error{ErrorCode::Internal, std::string(textKey("the X server refuses it").english), refusal};
+    if (refusal == XCB_ACCESS) return Error{ErrorCode::Busy, textKey("another program has it"), refusal};
+    return Error{ErrorCode::Internal, textKey("the X server refuses it"), refusal};
 }
 
 void X11HotKeyService::letGo(const Grab& grab) {
@@ -188,7 +186,7 @@ void X11HotKeyService::retake() {
         registration_->grab = std::move(*grab);
     } else {
         reportOnce("hot-key-lost",
-                   filled(localized("the shortcut does not work any more: %@"), {localized(taken.error().message)}));
+                   Sentence(textKey("the shortcut does not work any more: %@"), {taken.error().message}));
     }
 }
 

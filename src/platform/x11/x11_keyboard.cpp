@@ -44,8 +44,7 @@ bool KeyboardExtension::tellsOfMapping(const xcb_generic_event_t& event) const {
 
 Result<KeyboardExtension> useKeyboardExtension(const Connection& connection) {
     xcb_connection_t* const server = connection.get();
-    const Error unsupported{ErrorCode::Unsupported,
-                            std::string(textKey("this X server has no keyboard extension").english)};
+    const Error unsupported{ErrorCode::Unsupported, textKey("this X server has no keyboard extension")};
     const auto* const extension = xcb_get_extension_data(server, &xcb_xkb_id);
     if (connection.isBroken()) return disconnected();
     if (!extension || extension->present == 0) return unsupported;

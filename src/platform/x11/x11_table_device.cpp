@@ -17,9 +17,9 @@ Result<void> outcomeOf(xcb_connection_t* connection, xcb_void_cookie_t cookie) {
     if (xcb_connection_has_error(connection) != 0) return disconnected();
     if (!error) return {};
     if (error->error_code == XCB_ACCESS)
-        return Error{ErrorCode::PermissionDenied,
-                     std::string(textKey("the X server refuses access to this display").english), error->error_code};
-    return Error{ErrorCode::Internal, std::string(textKey("the X server refused a table").english), error->error_code};
+        return Error{ErrorCode::PermissionDenied, textKey("the X server refuses access to this display"),
+                     error->error_code};
+    return Error{ErrorCode::Internal, textKey("the X server refused a table"), error->error_code};
 }
 
 // Of the outputs' properties only those that say who is there and how it is calibrated; a brightness key changes one

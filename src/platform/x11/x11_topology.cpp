@@ -117,11 +117,10 @@ struct Profiles {
 
 }  // namespace
 
-Error disconnected() { return Error{ErrorCode::Disconnected, std::string(textKey("the display server is gone").english)}; }
+Error disconnected() { return Error{ErrorCode::Disconnected, textKey("the display server is gone")}; }
 
 Error waylandSession() {
-    return Error{ErrorCode::Unsupported,
-                 std::string(textKey("this is a Wayland session: its X server cannot tint the screen").english)};
+    return Error{ErrorCode::Unsupported, textKey("this is a Wayland session: its X server cannot tint the screen")};
 }
 
 Result<ServerFacts> negotiate(const Connection& connection) {
@@ -133,7 +132,7 @@ Result<ServerFacts> negotiate(const Connection& connection) {
     const auto* randr = xcb_get_extension_data(xcb, &xcb_randr_id);
     if (connection.isBroken()) return disconnected();
     if (!randr || !randr->present)
-        return Error{ErrorCode::Unsupported, std::string(textKey("this X server has no RandR extension").english)};
+        return Error{ErrorCode::Unsupported, textKey("this X server has no RandR extension")};
     const auto versionCookie = xcb_randr_query_version(xcb, XCB_RANDR_MAJOR_VERSION, XCB_RANDR_MINOR_VERSION);
     xcb_randr_select_input(xcb, connection.root,
                            XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
@@ -149,8 +148,7 @@ Result<ServerFacts> negotiate(const Connection& connection) {
     const auto version = fetchReply(xcb, xcb_randr_query_version_reply, versionCookie);
     if (!version) return disconnected();
     if (version->major_version < 1 || (version->major_version == 1 && version->minor_version < 3))
-        return Error{ErrorCode::Unsupported,
-                     std::string(textKey("this X server's RandR extension is older than 1.3").english)};
+        return Error{ErrorCode::Unsupported, textKey("this X server's RandR extension is older than 1.3")};
     return facts;
 }
 

@@ -29,7 +29,7 @@ Words wordsOf(const Updater::Outcome& outcome) {
                     toQt(found.release.notes), found.release.link};
         }
         Words operator()(const Updater::CouldNotCheck& failed) const {
-            return {text("update.failed", "Could not check for updates"), toQt(failed.reason)};
+            return {text("update.failed", "Could not check for updates"), toQt(localized(failed.reason))};
         }
         Words operator()(const Updater::ComesWithPackages&) const {
             return {text("update.packages", "Updates come with the system's packages"), {}};

@@ -26,7 +26,7 @@ PresetPickerView::PresetPickerView(const PanelParts& parts, PresetEditing& editi
     card_ = new Card;
     column->addWidget(card_);
     editor_ = new PresetEditorView(parts, editing, [this](const Error& error) {
-        tell(text("preset.save_failed", "The preset could not be saved"), toQt(error.message));
+        tell(text("preset.save_failed", "The preset could not be saved"), toQt(localized(error.message)));
     });
     column->addWidget(editor_);
 }
@@ -158,7 +158,7 @@ void PresetPickerView::deleteSelected() {
     parts_.filterState.selectedPreset = FilterPreset::migrainePrecision();
     if (!saved) {
         tell(text("preset.delete_failed", "The preset could not be removed from the file"),
-             toQt(saved.error().message));
+             toQt(localized(saved.error().message)));
     }
 }
 
@@ -168,7 +168,7 @@ void PresetPickerView::importFile() {
         if (imported) {
             tell(countText("import.done", "Imported %lld preset", "Imported %lld presets", imported->ids.size()), {});
         } else {
-            tell(text("preset.import_failed", "Nothing was imported"), toQt(imported.error().message));
+            tell(text("preset.import_failed", "Nothing was imported"), toQt(localized(imported.error().message)));
         }
     });
 }
@@ -177,7 +177,7 @@ void PresetPickerView::exportFile() {
     const auto presets = parts_.control.carryOut(request::ExportPresets{});
     if (!presets) return;
     askForFileToWrite(window(), presets->json, [this](const Error& error) {
-        tell(text("preset.export_failed", "The presets were not exported"), toQt(error.message));
+        tell(text("preset.export_failed", "The presets were not exported"), toQt(localized(error.message)));
     });
 }
 

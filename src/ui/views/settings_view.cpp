@@ -76,7 +76,7 @@ void SettingsView::appeared() {
 
 void SettingsView::showLogin(const Result<void>& changed) {
     launchAtLogin_->setOn(parts_.launchAtLogin.isEnabled());
-    loginProblem_->setText(changed ? QString() : toQt(changed.error().message));
+    loginProblem_->setText(changed ? QString() : toQt(localized(changed.error().message)));
     loginProblem_->setVisible(!changed);
 }
 

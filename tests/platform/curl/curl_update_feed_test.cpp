@@ -117,7 +117,7 @@ TEST_F(SecureFeedTest, TakesWhatATrustedServerSaysAndOnlyUnderItsOwnName) {
     std::ofstream(folder_ / ".curlrc") << "insecure\nurl = \"" << address("other") << "\"\n";
     const auto stranger = fetched(address());
     ASSERT_FALSE(stranger) << *stranger;
-    EXPECT_EQ(stranger.error().code, ErrorCode::PermissionDenied) << stranger.error().message;
+    EXPECT_EQ(stranger.error().code, ErrorCode::PermissionDenied) << inEnglish(stranger.error().message);
 
     trustTheServer();
     serve("elsewhere", sentOnTo("/feed"));
@@ -169,7 +169,7 @@ TEST_F(SecureFeedTest, RefusesWhatIsNoProperAnswer) {
         serve("page", row.answer);
         const auto text = fetched(address("page"));
         ASSERT_FALSE(text) << *text;
-        EXPECT_EQ(text.error().code, row.code) << text.error().message;
+        EXPECT_EQ(text.error().code, row.code) << inEnglish(text.error().message);
         EXPECT_FALSE(text.error().message.empty());
     }
     server_.reset();
@@ -189,13 +189,13 @@ TEST_F(CurlUpdateFeedTest, SaysWhatIsWrongWithTheProgram) {
         standIn(script);
         const auto text = fetched("https://dravo.example/feed");
         ASSERT_FALSE(text) << script;
-        EXPECT_EQ(text.error().code, code) << script << ": " << text.error().message;
+        EXPECT_EQ(text.error().code, code) << script << ": " << inEnglish(text.error().message);
     }
     path_.set((folder_ / "nowhere").string());
     const auto text = fetched("https://dravo.example/feed");
     ASSERT_FALSE(text);
     EXPECT_EQ(text.error().code, ErrorCode::Unsupported);
-    EXPECT_NE(text.error().message.find("curl"), std::string::npos);
+    EXPECT_NE(inEnglish(text.error().message).find("curl"), std::string::npos);
 }
 
 TEST_F(CurlUpdateFeedTest, TheLoopRunsOnWhileAServerDawdlesUntilItIsGivenUp) {

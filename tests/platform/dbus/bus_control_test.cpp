@@ -84,7 +84,7 @@ protected:
         sd_bus_message_append(call.get(), signature, arguments...);
         std::optional<std::string> outcome;
         const auto answer = caller.call(std::move(call), 5s, [&](const Bus::Answer& reply) {
-            outcome = reply ? std::string("done") : reply.error().message;
+            outcome = reply ? std::string("done") : inEnglish(reply.error().message);
         });
         runUntil([&] { return outcome.has_value(); });
         return outcome.value_or("no answer");
@@ -103,7 +103,7 @@ TEST_F(BusControlTest, TheWholeStateTravels) {
         target.state = sent;
         target.readings = 0;
         const auto got = aside([&] { return client.state(); });
-        ASSERT_TRUE(got) << got.error().message;
+        ASSERT_TRUE(got) << inEnglish(got.error().message);
         EXPECT_EQ(target.readings, 1) << "one for all properties together";
         for (const auto& property : control::properties()) EXPECT_FALSE(property.differs(*got, sent)) << property.name;
     }
@@ -140,7 +140,7 @@ TEST_F(BusControlTest, EveryRequestArrivesAsItWasAndIsAnswered) {
     for (const auto& request : requests) {
         const std::string name = control::methods()[request.index()].name;
         const auto answer = ask(request);
-        ASSERT_TRUE(answer) << name << ": " << answer.error().message;
+        ASSERT_TRUE(answer) << name << ": " << inEnglish(answer.error().message);
         EXPECT_TRUE(target.asked == request) << name;
         EXPECT_EQ(answer->ids.size(), name == "ImportPresets" ? 2U : 0U) << name;
         EXPECT_EQ(answer->json, name == "ExportPresets" ? "[]" : "") << name;
@@ -257,7 +257,7 @@ TEST_F(BusControlClientTest, AProgramThatDoesNotAnswerIsBusyNotGone) {
     BusControlClient impatient(50ms);
     const auto result = impatient.ask(request::Toggle{});
     ASSERT_FALSE(result);
-    EXPECT_EQ(result.error().code, ErrorCode::Busy) << result.error().message;
+    EXPECT_EQ(result.error().code, ErrorCode::Busy) << inEnglish(result.error().message);
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ TEST(PreferencesTextTest, NamesLineAndColumnOfAMistake) {
     const auto fault = parsePreferences("filterEnabled = true\nlastIntensity = 0,8\n");
     ASSERT_FALSE(fault);
     EXPECT_EQ(fault.error().code, ErrorCode::InvalidInput);
-    EXPECT_EQ(fault.error().message.find("line 2, column 18"), 0u) << fault.error().message;
+    EXPECT_EQ(inEnglish(fault.error().message).find("line 2, column 18"), 0u) << inEnglish(fault.error().message);
 }
 
 TEST(PreferencesTextTest, RefusesWhatIsTooLongToReadSafely) {
@@ -65,7 +65,7 @@ class PreferencesTextSpliceTest : public ::testing::TestWithParam<Row> {};
 
 TEST_P(PreferencesTextSpliceTest, KeepsWhatThePersonWrote) {
     const auto text = withChanges(GetParam().before, GetParam().changes);
-    ASSERT_TRUE(text) << text.error().message;
+    ASSERT_TRUE(text) << inEnglish(text.error().message);
     EXPECT_EQ(*text, GetParam().after);
 }
 

@@ -87,7 +87,7 @@ TEST_F(InstanceLockTest, GoesToTheRuntimeFolderWhereTheHomeCannotHoldItOrSaysWhy
     }
     const auto nowhere = InstanceLock::acquire({folder_ / "home", {}});
     ASSERT_FALSE(nowhere.hasValue());
-    EXPECT_NE(nowhere.error().message.find("home/lock"), std::string::npos);
+    EXPECT_NE(inEnglish(nowhere.error().message).find("home/lock"), std::string::npos);
 }
 
 TEST_F(InstanceLockTest, FollowsNoLinkPlantedUnderItsName) {

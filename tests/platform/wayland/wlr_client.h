@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/sentence.h"
 #include "platform/posix/sd_event_loop.h"
 #include "platform/wayland/gamma_compositor.h"
 #include "support/environment_variable.h"
@@ -23,7 +24,7 @@ public:
         address_.set(address);
         socket_.set(nullptr);
         auto found = wayland::GammaCompositor::create();
-        if (!found) throw std::runtime_error(found.error().message);
+        if (!found) throw std::runtime_error(inEnglish(found.error().message));
         displays_ = (*found)->takeDisplays(loop_);
     }
 

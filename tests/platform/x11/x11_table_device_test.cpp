@@ -24,7 +24,7 @@ public:
     explicit X11Client(const std::string& address) : emergency_(address) {
         if (!emergency_.open()) throw std::runtime_error("no second connection");
         auto created = x11::X11TableDevice::create(address, &emergency_);
-        if (!created) throw std::runtime_error(created.error().message);
+        if (!created) throw std::runtime_error(inEnglish(created.error().message));
         device_ = std::move(*created);
         device_->listen(loop_, loop_);
     }
