@@ -58,6 +58,27 @@ protected:
     std::optional<AppDelegate> delegate_;
 };
 
+TEST_F(AppDelegateTest, TheWelcomeComesAfterHalfASecondAndLeavesOpenWhatIsOpen) {
+    world_.preferences.setHasSeenOnboarding(false);
+    delegate_->finishLaunching(RunKind::byPerson);
+    world_.scheduler.advance(499ms);
+    EXPECT_FALSE(popover_.isOpen);
+    world_.scheduler.advance(1ms);
+    EXPECT_TRUE(popover_.isOpen);
+    delegate_->finishLaunching(RunKind::byPerson);
+    world_.scheduler.advance(1min);
+    EXPECT_TRUE(popover_.isOpen);
+}
+
+TEST_F(AppDelegateTest, OpensThePanelOnAStateThatIsLookedAtAnew) {
+    choose("Pause for 1 Hour");
+    world_.scheduler.sleep(2h);  // nothing runs meanwhile
+    EXPECT_TRUE(world_.state->pausedUntil.get());
+    delegate_->togglePopover();
+    EXPECT_FALSE(world_.state->pausedUntil.get());
+    EXPECT_TRUE(world_.state->isEnabled);
+}
+
 TEST_F(AppDelegateTest, TheIconFollowsTheFilter) {
     using Symbol = StatusItem::Symbol;
     const auto expectIcon = [&](Symbol symbol, const char* toolTip) {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <set>
 #include <sstream>
 
 #include "app/interface_locale.h"
@@ -31,20 +30,20 @@ TEST(AppLanguageTest, UnderstandsACodeWhateverItsFormAndRegion) {
     EXPECT_EQ(AppLanguage::matching(std::nullopt), AppLanguage::system);
 }
 
-TEST(AppLanguageTest, ListsElevenOfWhichOnlyTheSystemsIsTranslated) {
+TEST(AppLanguageTest, ListsElevenInTheirOrderOfWhichOnlyTheSystemsIsTranslated) {
     struct Shouting : Localizer {
         std::string text(std::string_view, std::string_view) const override { return "!"; }
     } shouting;
-    std::set<std::string> names;
+    Strings names;
     for (const AppLanguage language : AppLanguage::all()) {
         const std::string name = language.displayName();
-        names.insert(name);
+        names.push_back(name);
         installLocalizer(&shouting);
         EXPECT_EQ(language.displayName() == name, language != AppLanguage::system) << name;
         installLocalizer(nullptr);
     }
-    EXPECT_EQ(names.size(), 11U);
-    EXPECT_EQ(AppLanguage::all().front().displayName(), "System Default");
+    EXPECT_EQ(names, (Strings{"System Default", "English", "العربية", "Deutsch", "Español", "Français", "日本語",
+                              "Português (Brasil)", "简体中文", "Қазақша", "Русский"}));
 }
 
 TEST(AppLanguageTest, StoresAChoiceAndForgetsItForTheSystems) {

@@ -38,5 +38,15 @@ TEST(ToolkitLanguageTest, FileDialogSpeaksALanguageThatTheToolkitHasNoWordsFor) 
     EXPECT_TRUE(question.startsWith("a.json ")) << question.toStdString();
 }
 
+TEST(PercentTextTest, IsWholeSignedWhereAskedAndInTheLanguagesForm) {
+    using ui::percentText;
+    EXPECT_EQ(percentText(0.8, false), QString("80%"));
+    EXPECT_EQ(percentText(0, true), QString("+0%"));
+    EXPECT_EQ(percentText(-0.5, true), QString("-50%"));
+    EXPECT_EQ(percentText(-0.004, true), QString("+0%")) << "no negative nought";
+    const InLanguage german(AppLanguage::german);
+    EXPECT_EQ(percentText(0.25, true), QString("+25\u00A0%"));
+}
+
 }  // namespace
 }  // namespace dravo::testing
