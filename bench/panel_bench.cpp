@@ -16,8 +16,7 @@
 #include "support/private_x_server.h"
 #include "support/process_under_test.h"
 #include "support/tray_host.h"
-#include "support/x_keyboard.h"
-#include "support/x_pointer.h"
+#include "support/x_hands.h"
 #include "support/x_windows.h"
 
 namespace dravo::bench {
@@ -77,10 +76,10 @@ public:
     double untilPanel() {
         const auto icon = tray_.iconPlace(windows_);
         need(icon.has_value(), "the icon has gone");
-        pointer_.moveTo(*icon);
+        hands_.moveTo(*icon);
         std::this_thread::sleep_for(400ms);
         const auto start = steady_clock::now();
-        pointer_.click(*icon);
+        hands_.click(*icon);
         std::vector<std::uint32_t> shown;
         auto changedAt = start;
         const bool isStill = soon([&] {
@@ -93,7 +92,7 @@ public:
             return steady_clock::now() - changedAt > 500ms;
         });
         need(isStill && shown.size() > 50000, "the panel does not open");
-        keyboard_.press({testing::key::kEscape});
+        hands_.press({testing::key::kEscape});
         need(soon([this] { return !panel(); }), "the panel does not close");
         return inMilliseconds(changedAt - start);
     }
@@ -115,8 +114,7 @@ private:
                               return variables;
                           }()}};
     testing::XWindows windows_{xServer_.address()};
-    testing::XPointer pointer_{xServer_.address()};
-    testing::XKeyboard keyboard_{xServer_.address()};
+    testing::XHands hands_{xServer_.address()};
     TrayHost tray_{TrayHost::Kind::xembed, session()};
     std::optional<testing::ProcessUnderTest> program_;
     std::optional<ChildProcess> bareTray_;

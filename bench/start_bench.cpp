@@ -76,7 +76,7 @@ private:
 
     testing::PrivateXServer xServer_{kDisplays};
     testing::TestHome home_;
-    std::map<std::string, testing::Ramp> neutral_;
+    testing::Ramps neutral_;
 };
 
 void print(const char* what, const char* place, const Figures& program, const Figures& bareClient) {

@@ -12,7 +12,7 @@
 #include "support/private_bus.h"
 #include "support/private_x_server.h"
 #include "support/process_under_test.h"
-#include "support/x_keyboard.h"
+#include "support/x_hands.h"
 
 namespace dravo::bench {
 namespace {
@@ -46,10 +46,10 @@ public:
     }
 
     double shortcut() {
-        for (const auto keycode : {testing::key::kControl, testing::key::kShift}) keyboard_.hold(keycode);
-        const double time = untilFirstTable([this] { keyboard_.hold(testing::key::kE); });
+        for (const auto keycode : {testing::key::kControl, testing::key::kShift}) hands_.hold(keycode);
+        const double time = untilFirstTable([this] { hands_.hold(testing::key::kE); });
         for (const auto keycode : {testing::key::kE, testing::key::kShift, testing::key::kControl})
-            keyboard_.letGo(keycode);
+            hands_.letGo(keycode);
         return time;
     }
 
@@ -81,7 +81,7 @@ private:
 
     static bool soon(const std::function<bool()>& condition) { return testing::waitUntil(condition, 10s, 50us); }
 
-    testing::Ramp ramp() { return xServer_.displays().ramp(kLastDisplay); }
+    RampLevels ramp() { return xServer_.displays().ramp(kLastDisplay); }
 
     std::map<std::string, std::string> environment() {
         return {{"DISPLAY", xServer_.address()}, {"DBUS_SESSION_BUS_ADDRESS", bus_.address()}};
@@ -102,13 +102,13 @@ private:
     }
 
     testing::PrivateXServer xServer_{kDisplays};
-    testing::XKeyboard keyboard_{xServer_.address()};
+    testing::XHands hands_{xServer_.address()};
     testing::PrivateBus bus_;
     testing::TestHome home_;
     dbus::BusControlClient client_;
     std::optional<testing::ProcessUnderTest> program_;
-    testing::Ramp off_;
-    testing::Ramp on_;
+    RampLevels off_;
+    RampLevels on_;
     bool isOn_ = true;
 };
 

@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "app/keyboard_shortcut.h"
-#include "support/memory/memory_hot_keys.h"
+#include "support/memory/memory_services.h"
 #include "support/memory/memory_user_defaults.h"
 #include "support/memory/virtual_scheduler.h"
 

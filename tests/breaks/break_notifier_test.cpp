@@ -4,7 +4,7 @@
 
 #include <optional>
 
-#include "support/memory/memory_notifications.h"
+#include "support/memory/memory_services.h"
 #include "support/memory/virtual_scheduler.h"
 
 namespace dravo {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "support/memory/memory_notifications.h"
+#include "support/memory/memory_services.h"
 #include "support/memory/memory_user_defaults.h"
 #include "support/memory/virtual_scheduler.h"
 

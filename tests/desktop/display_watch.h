@@ -1,13 +1,8 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
-#include <map>
-#include <string>
-#include <thread>
-#include <vector>
 
-#include "support/x_gamma.h"
+#include "desktop/filter_run_test.h"
 
 namespace dravo::testing {
 
@@ -17,7 +12,7 @@ public:
     /// A table, and when it was first seen.
     struct Sight {
         std::chrono::steady_clock::time_point since;
-        Ramp ramp;
+        RampLevels ramp;
     };
     using Sights = std::map<std::string, std::vector<Sight>>;
 
@@ -65,5 +60,25 @@ private:
     std::atomic<bool> isOver_{false};
     std::thread thread_;
 };
+
+/// Whether each level lies between those of the two tables: what a fade from one to the other may show.
+inline bool isBetween(const RampLevels& ramp, const RampLevels& one, const RampLevels& other) {
+    for (const auto channel : {&RampLevels::red, &RampLevels::green, &RampLevels::blue}) {
+        for (std::size_t i = 0; i < ramp.size(); ++i) {
+            const auto [least, most] = std::minmax((one.*channel)[i], (other.*channel)[i]);
+            if ((ramp.*channel)[i] < least || (ramp.*channel)[i] > most) return false;
+        }
+    }
+    return ramp.size() == one.size();
+}
+
+/// All that was seen is filtered, weakly or strongly or between, but for so many tables at the beginning and the end.
+inline void expectFiltered(const DisplayWatch::Sights& sights, std::size_t before = 0, std::size_t after = 0) {
+    const RampLevels weak = filtered(kWeak);
+    const RampLevels strong = filtered(kStrong);
+    for (const auto& [name, seen] : sights)
+        for (std::size_t i = before; i + after < seen.size(); ++i)
+            EXPECT_TRUE(isBetween(seen[i].ramp, weak, strong)) << name << " shows " << seen[i].ramp << " as its " << i;
+}
 
 }  // namespace dravo::testing

@@ -1,104 +1,109 @@
 #pragma once
 
-#include <map>
+#include <algorithm>
+#include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "desktop/random_moments.h"
 #include "display/gamma_table.h"
-#include "display/ramp_levels.h"
 #include "platform/posix/instance_lock.h"
 #include "support/desktop_test.h"
 #include "support/process_under_test.h"
 
 namespace dravo::testing {
 
-using Ramps = std::map<std::string, Ramp>;
+using namespace std::chrono_literals;
 
-/// What a display shows under the preset of these tests at this intensity.
-inline Ramp filtered(double intensity) {
-    const auto levels = toLevels(computeTable(FilterPreset::fl41(), intensity, 0, 0, 0), 256);
-    return {levels.red, levels.green, levels.blue};
+/// What a display shows under a preset with these adjustments.
+inline RampLevels shown(const FilterPreset& preset, double intensity, double dimming = 0, double blackPoint = 0,
+                        double contrast = 0) {
+    return toLevels(computeTable(preset, intensity, dimming, blackPoint, contrast), 256);
 }
-
-/// What a start says that had to undo what an earlier one left.
-inline constexpr const char* kCrashNotice = "Restored gamma from previous crash\n";
+/// With its own.
+inline RampLevels shown(const FilterPreset& preset) {
+    return shown(preset, preset.intensity, preset.dimming, preset.blackPoint, preset.contrast);
+}
+/// Under the preset of these tests.
+inline RampLevels filtered(double intensity) { return shown(FilterPreset::fl41(), intensity); }
 
 inline constexpr double kWeak = 0.4;
 inline constexpr double kStrong = 0.9;
 
-/// Whether the table lies between weak and strong in every entry: what a fade from one to the other may show.
-inline bool isFiltered(const Ramp& ramp) {
-    static const Ramp weak = filtered(kWeak);
-    static const Ramp strong = filtered(kStrong);
-    for (const auto channel : {&Ramp::red, &Ramp::green, &Ramp::blue}) {
-        const auto& levels = ramp.*channel;
-        if (levels.size() != 256) return false;
-        for (std::size_t i = 0; i < levels.size(); ++i) {
-            if (levels[i] > (weak.*channel)[i] || levels[i] < (strong.*channel)[i]) return false;
-        }
-    }
-    return true;
-}
+/// What a start says that had to undo what an earlier one left.
+inline constexpr const char* kCrashNotice = "Restored gamma from previous crash\n";
 
 /// The filtering program in a home of its own, on a real server whose displays were calibrated before: every output
 /// has a table of its own, also the one that is off.
 class FilterRunTest : public DesktopTest {
 protected:
-    void SetUp() override {
-        DesktopTest::SetUp();
-        if (IsSkipped() || HasFatalFailure()) return;
+    using Run = std::unique_ptr<ProcessUnderTest>;
+
+    FilterRunTest() {
         for (unsigned i = 0; i < kOutputs.size(); ++i) displays().setRamp(kOutputs[i], calibrationRamp(i + 1));
         own_ = tables();
         prefer(kStrong);
     }
 
-    using Run = std::unique_ptr<ProcessUnderTest>;
-
-    [[nodiscard]] Run start() {
-        return std::make_unique<ProcessUnderTest>(home_, std::vector<std::string>{"--headless"}, onServer());
+    [[nodiscard]] Run start(std::vector<std::string> words = {"--headless"},
+                            const std::filesystem::path& program = programUnderTest()) {
+        return std::make_unique<ProcessUnderTest>(home_, std::move(words), session_, std::filesystem::path(), program);
     }
     /// The same, once it is the run that is in charge, and every display is filtered.
     [[nodiscard]] Run startAndSettle() {
         Run run = start();
-        EXPECT_TRUE(waitUntil([&] { return isInCharge(*run) && allShow(filtered(intensity_)); }))
-            << run->standardError();
+        EXPECT_TRUE(soon([&] { return isInCharge(*run) && allShow(filtered(intensity_)); })) << run->standardError();
         return run;
     }
     [[nodiscard]] bool isInCharge(const ProcessUnderTest& run) const {
         const auto holder = posix::InstanceLock::run({home_.path() / ".dravo", home_.runtimeFolder() / "dravo"});
         return holder && holder->number() == run.pid();
     }
+    /// Runs a command to its end; what it printed on both outputs.
+    std::string command(std::vector<std::string> words, int code = 0) {
+        const Run run = start(std::move(words));
+        EXPECT_EQ(run->waitForExit(), ExitStatus::exited(code)) << run->standardError();
+        return run->standardOutput() + run->standardError();
+    }
 
     /// Writes settings with the filter on at this intensity; a run that is there fades to it.
-    void prefer(double intensity, bool isOn = true) {
+    void prefer(double intensity, bool isOn = true, const std::string& more = {}) {
         intensity_ = intensity;
         home_.writePreferences(std::string("filterEnabled = ") + (isOn ? "true" : "false") +
                                "\nlastPresetID = \"fl41\"\nlastIntensity = " + (intensity == kWeak ? "0.4" : "0.9") +
-                               "\n");
+                               "\n" + more);
     }
     /// The other of the two intensities.
     void preferOther() { prefer(intensity_ == kWeak ? kStrong : kWeak); }
     [[nodiscard]] double intensity() const { return intensity_; }
 
-    /// Ends the run as the panel's Quit does.
-    static void quit(ProcessUnderTest& run) {
-        run.signal(SIGUSR2);
-        EXPECT_EQ(run.waitForExit(), ExitStatus::exited(0)) << run.standardError();
-    }
-    static void killHard(ProcessUnderTest& run) {
-        run.signal(SIGKILL);
-        EXPECT_EQ(run.waitForExit(), ExitStatus::killedBy(SIGKILL));
+    /// Ends the run as the panel's Quit does: every display has its own table back, and nothing has to be saved.
+    void quit(ProcessUnderTest& run) {
+        EXPECT_EQ(run.endBy(SIGUSR2), ExitStatus::exited(0)) << run.standardError();
+        EXPECT_EQ(tables(), ownTables());
+        EXPECT_FALSE(std::filesystem::exists(savedTables()));
     }
 
     /// The tables of all outputs of these tests, on or off.
     [[nodiscard]] Ramps tables() { return displays().ramps(kOutputs); }
     [[nodiscard]] const Ramps& ownTables() const { return own_; }
     /// Whether every display that is on shows `ramp`.
-    [[nodiscard]] bool allShow(const Ramp& ramp) {
-        const auto shown = displays().ramps();
-        return std::all_of(shown.begin(), shown.end(), [&](const auto& display) { return display.second == ramp; });
+    [[nodiscard]] bool allShow(const RampLevels& ramp) {
+        return std::ranges::all_of(displays().ramps(), [&](const auto& display) { return display.second == ramp; });
     }
 
+    bool soon(const std::function<bool()>& condition) { return waitUntil(condition); }
+    bool soonShow(const RampLevels& ramp) {
+        return soon([&] { return allShow(ramp); });
+    }
+    bool soonFiltered() { return soonShow(filtered(intensity_)); }
+    bool soonShowTheirOwn() {
+        return soon([&] { return tables() == ownTables(); });
+    }
+
+    /// What programs that are started from now on have in their environment.
+    [[nodiscard]] Environment& session() { return session_; }
     [[nodiscard]] TestHome& home() { return home_; }
     [[nodiscard]] std::filesystem::path savedTables() const { return home_.path() / ".dravo/original_gamma.json"; }
 
@@ -106,6 +111,7 @@ protected:
 
 private:
     TestHome home_;
+    Environment session_ = onServer();
     Ramps own_;
     double intensity_ = kStrong;
 };

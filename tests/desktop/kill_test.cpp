@@ -1,11 +1,7 @@
 #include "desktop/display_watch.h"
-#include "desktop/filter_run_test.h"
-#include "desktop/random_moments.h"
 
 namespace dravo::testing {
 namespace {
-
-using namespace std::chrono_literals;
 
 class KillTest : public FilterRunTest {
 protected:
@@ -18,23 +14,7 @@ protected:
             preferOther();
             moments_.pass(350ms);
         }
-        killHard(*run);
-    }
-
-    /// Own tables, then nothing but filtered ones, then own tables again.
-    static void expectNoUnfilteredMoment(const DisplayWatch::Sights& sights, const Ramps& own) {
-        for (const auto& [name, seen] : sights) {
-            EXPECT_EQ(seen.front().ramp, own.at(name)) << name;
-            for (std::size_t i = 1; i + 1 < seen.size(); ++i) {
-                EXPECT_TRUE(isFiltered(seen[i].ramp)) << name << " shows " << seen[i].ramp << " as its table " << i;
-            }
-            EXPECT_EQ(seen.back().ramp, own.at(name)) << name;
-        }
-    }
-
-    void expectAsBefore() {
-        EXPECT_EQ(tables(), ownTables());
-        EXPECT_FALSE(std::filesystem::exists(savedTables()));
+        EXPECT_EQ(run->endBy(SIGKILL), ExitStatus::killedBy(SIGKILL));
     }
 
     RandomMoments moments_;
@@ -48,9 +28,10 @@ TEST_F(KillTest, IsUndoneByTheNextStartWithoutAnUnfilteredMoment) {
         const bool wasLeft = std::filesystem::exists(savedTables());
         const Run run = startAndSettle();
         quit(*run);
-        expectNoUnfilteredMoment(watch.stop(), ownTables());
         EXPECT_EQ(run->standardOutput(), wasLeft ? kCrashNotice : "");
-        expectAsBefore();
+        const auto& sights = watch.stop();
+        expectFiltered(sights, 1, 1);
+        for (const auto& [name, seen] : sights) EXPECT_EQ(seen.front().ramp, ownTables().at(name)) << name;
     }
 }
 
@@ -65,15 +46,13 @@ TEST_F(KillTest, InTheMiddleOfSwitchingOffOrQuittingIsUndoneToo) {
             run->signal(SIGUSR2);
             moments_.pass(5ms);
         }
-        run->signal(SIGKILL);
-        run->waitForExit();
+        run->endBy(SIGKILL);
 
         const bool staysOn = round % 4 < 2;
         prefer(kStrong, staysOn);
         const Run next = staysOn ? startAndSettle() : start();
-        EXPECT_TRUE(waitUntil([&] { return isInCharge(*next) && (staysOn || tables() == ownTables()); }));
+        EXPECT_TRUE(soon([&] { return isInCharge(*next) && (staysOn || tables() == ownTables()); }));
         quit(*next);
-        expectAsBefore();
         prefer(kStrong);
     }
 }

@@ -1,11 +1,9 @@
-#include <algorithm>
-
 #include "desktop/filter_run_test.h"
 
 namespace dravo::testing {
 namespace {
 
-class LostServerTest : public FilterRunTest {};
+using LostServerTest = FilterRunTest;
 
 TEST_F(LostServerTest, EndsTheRunPlainlyAndKeepsTheFile) {
     const Run run = startAndSettle();

@@ -5,28 +5,42 @@
 namespace dravo::testing {
 namespace {
 
-using namespace std::chrono_literals;
-
 /// Longer than it takes the program to open its panel by itself where it does so.
 constexpr auto kLongerThanTheWelcome = 1s;
 constexpr auto kLongerThanItWaitsForATray = 6s;
 
 /// From the first start to the end, in every way that a person may meet them.
-class PanelLifeTest : public PanelRunTest {
-protected:
-    bool staysClosedFor(std::chrono::milliseconds time) {
-        return !waitUntil([&] { return isPanelOpen(); }, time);
+using PanelLifeTest = PanelRunTest;
+
+/// A window of another program, "other", that a window manager takes care of.
+class OtherWindow : public XClient {
+public:
+    OtherWindow(const std::string& address, Place middle) : XClient(address) {
+        constexpr std::uint16_t kSize = 200;
+        constexpr char kClass[] = "other\0Other";
+        xcb_create_window(connection(), XCB_COPY_FROM_PARENT, window_, root(),
+                          static_cast<std::int16_t>(middle.x - kSize / 2),
+                          static_cast<std::int16_t>(middle.y - kSize / 2), kSize, kSize, 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+        xcb_change_property(connection(), XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
+                            sizeof(kClass), kClass);
+        xcb_map_window(connection(), window_);
+        sync();
     }
-    bool soonHears(const std::string& name) {
-        return soon([&] { return reader().find(name).has_value(); });
+    /// Gets the keyboard without a press, as where the focus follows the mouse.
+    void takeKeyboard() {
+        xcb_set_input_focus(connection(), XCB_INPUT_FOCUS_PARENT, window_, XCB_CURRENT_TIME);
+        sync();
     }
-    std::string preferences() { return contentOf(home().path() / ".config/dravo/preferences.toml"); }
+
+private:
+    xcb_window_t window_ = xcb_generate_id(connection());
 };
 
 TEST_F(PanelLifeTest, WelcomesUntilThePersonBeginsAndNeverAgain) {
     prefer(kStrong);
     startTray(TrayHost::Kind::xembed);
-    Run run = startProgram({"--autostart"});
+    Run run = start({"--autostart"});
     ASSERT_TRUE(soonIsOpen()) << scene() << run->standardError();
     EXPECT_TRUE(soonHears("Welcome to Dravo"));
     EXPECT_TRUE(soonHears("Toggle with Control Shift E from anywhere"));
@@ -34,31 +48,29 @@ TEST_F(PanelLifeTest, WelcomesUntilThePersonBeginsAndNeverAgain) {
     ASSERT_TRUE(soonIsClosed());
     quit(*run);
 
-    run = startProgram();
+    run = start({});
     ASSERT_TRUE(soonIsOpen()) << "a welcome that was only closed comes again";
     click("Get Started");
     EXPECT_TRUE(soonHears("Break Reminder"));
-    EXPECT_TRUE(isPanelOpen());
+    EXPECT_TRUE(panel());
     quit(*run);
-    EXPECT_NE(preferences().find("hasSeenOnboarding = true"), std::string::npos) << preferences();
+    EXPECT_NE(contentOf(home().preferences()).find("hasSeenOnboarding = true"), std::string::npos);
 
     run = startWithIcon();
-    EXPECT_TRUE(staysClosedFor(kLongerThanTheWelcome));
+    EXPECT_TRUE(staysClosed(kLongerThanTheWelcome));
     quit(*run);
-    EXPECT_EQ(tables(), ownTables());
 }
 
 TEST_F(PanelLifeTest, WithoutATrayItOpensForAPersonAndNotAtLogin) {
-    Run run = startProgram({"--autostart"});
+    Run run = start({"--autostart"});
     ASSERT_TRUE(soonFiltered()) << run->standardError();
-    EXPECT_TRUE(staysClosedFor(kLongerThanItWaitsForATray));
+    EXPECT_TRUE(staysClosed(kLongerThanItWaitsForATray));
     quit(*run);
 
-    run = startProgram();
+    run = start({});
     EXPECT_TRUE(soonIsOpen()) << scene() << run->standardError();
-    EXPECT_TRUE(kFirstScreen.contains(panel()->box)) << panel()->box;
+    EXPECT_TRUE(kFirstScreen.contains(*panel())) << *panel();
     quit(*run);
-    EXPECT_EQ(tables(), ownTables());
 }
 
 TEST_F(PanelLifeTest, ASecondStartOpensThePanelOfTheFirstAndEnds) {
@@ -79,9 +91,9 @@ TEST_F(PanelLifeTest, ASecondStartOpensThePanelOfTheFirstAndEnds) {
 
 TEST_F(PanelLifeTest, StaysWhereTheKeyboardGoesByItselfAndGoesWhereAPersonTurnsAway) {
     const Run run = startWithPanel();
-    OtherWindow other(server().address(), {kOutside.x - 100, kOutside.y - 100, 200, 200});
+    OtherWindow other(server().address(), kOutside);
     const auto soonHasTheKeyboard = [&](const char* program) {
-        return soon([&] { return windows().focusedProgram() == program; });
+        return soon([&] { return windows_.focusedProgram() == program; });
     };
     ASSERT_TRUE(soonHasTheKeyboard("other")) << "a new window is in front";
     EXPECT_TRUE(staysOpen());
@@ -89,11 +101,11 @@ TEST_F(PanelLifeTest, StaysWhereTheKeyboardGoesByItselfAndGoesWhereAPersonTurnsA
     other.takeKeyboard();
     ASSERT_TRUE(soonHasTheKeyboard("other"));
     EXPECT_TRUE(staysOpen());
-    pointer().click(kOutside);
+    hands_.click(kOutside);
     EXPECT_TRUE(soonIsClosed());
 
     ASSERT_TRUE(openPanel());
-    keyboard().press({key::kAlt, key::kTab});
+    hands_.press({key::kAlt, key::kTab});
     ASSERT_TRUE(soonHasTheKeyboard("other"));
     EXPECT_TRUE(soonIsClosed());
     quit(*run);
@@ -101,12 +113,11 @@ TEST_F(PanelLifeTest, StaysWhereTheKeyboardGoesByItselfAndGoesWhereAPersonTurnsA
 
 TEST_F(PanelLifeTest, StartsNoBusWhereTheSessionHasNone) {
     startTray(TrayHost::Kind::xembed);
-    home().write("bin/dbus-launch", "#!/bin/sh\ntouch \"$HOME/launched\"\n");
-    std::filesystem::permissions(home().path() / "bin/dbus-launch", std::filesystem::perms::owner_all);
-    setVariable("PATH", (home().path() / "bin").string() + ":/usr/bin:/bin");
-    setVariable("DBUS_SESSION_BUS_ADDRESS", "");
+    writeProgram(home().path() / "bin/dbus-launch", "touch \"$HOME/launched\"");
+    session()["PATH"] = (home().path() / "bin").string() + ":/usr/bin:/bin";
+    session()["DBUS_SESSION_BUS_ADDRESS"] = "";
     for (const std::string& folder : {home().runtimeFolder().string(), std::string()}) {
-        setVariable("XDG_RUNTIME_DIR", folder);
+        session()["XDG_RUNTIME_DIR"] = folder;
         const Run run = startWithIcon();
         EXPECT_TRUE(openFromNewIcon()) << run->standardError();
         quit(*run);
@@ -126,8 +137,7 @@ TEST_F(PanelLifeTest, EndsWithThePanelUp) {
     for (const int signal : {SIGTERM, SIGINT}) {
         run = startWithPanel();
         saved = contentOf(savedTables());
-        run->signal(signal);
-        EXPECT_EQ(run->waitForExit(), ExitStatus::killedBy(signal)) << run->standardError();
+        EXPECT_EQ(run->endBy(signal), ExitStatus::killedBy(signal)) << run->standardError();
         EXPECT_EQ(tables(), ownTables());
         EXPECT_EQ(contentOf(savedTables()), saved);
     }

@@ -18,6 +18,11 @@ public:
         generator_.seed(seed);
     }
 
+    /// How many rounds a test makes: `usually`, or DRAVO_ROUNDS of the environment.
+    static int rounds(int usually) {
+        const char* given = std::getenv("DRAVO_ROUNDS");
+        return given ? std::atoi(given) : usually;
+    }
     /// One of 0, 1, ... `count` - 1.
     int oneOf(int count) { return std::uniform_int_distribution(0, count - 1)(generator_); }
 

@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-#include "support/memory/memory_location.h"
+#include "support/memory/memory_services.h"
 #include "support/memory/memory_user_defaults.h"
 #include "support/memory/virtual_scheduler.h"
 #include "support/zone_calendar.h"

@@ -7,14 +7,17 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <ostream>
+#include <sstream>
+#include <stdexcept>
 #include <system_error>
 
 namespace dravo::testing {
 
 namespace {
 
-[[noreturn]] void fail(const std::string& what) { throw std::system_error(errno, std::generic_category(), what); }
+[[noreturn]] void fail(int reason, const std::string& what) {
+    throw std::system_error(reason, std::generic_category(), what);
+}
 
 std::vector<char*> pointersTo(std::vector<std::string>& strings) {
     std::vector<char*> pointers;
@@ -25,7 +28,7 @@ std::vector<char*> pointersTo(std::vector<std::string>& strings) {
 
 int openFor(const std::filesystem::path& file, int flags) {
     const int descriptor = open(file.c_str(), flags | O_CLOEXEC, 0600);
-    if (descriptor < 0) fail(file);
+    if (descriptor < 0) fail(errno, file);
     return descriptor;
 }
 
@@ -40,21 +43,7 @@ void giveUpOverrulingPermissions() {
     for (const int right : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH, CAP_FOWNER}) prctl(PR_CAPBSET_DROP, right, 0, 0, 0);
 }
 
-// dup2 onto the same number would leave the close-on-exec flag set.
-void place(int descriptor, int number) {
-    if (descriptor == number) {
-        fcntl(descriptor, F_SETFD, 0);
-    } else {
-        dup2(descriptor, number);
-    }
-}
-
 }  // namespace
-
-std::ostream& operator<<(std::ostream& out, const ExitStatus& status) {
-    if (status.signal) return out << "killed by signal " << *status.signal;
-    return out << "exit code " << status.code.value_or(-1);
-}
 
 ChildProcess::ChildProcess(const std::filesystem::path& program, Options options) {
     std::vector<std::string> arguments = std::move(options.arguments);
@@ -70,7 +59,7 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, Options options
     const int err = openFor(output_ / "stderr", O_WRONLY | O_CREAT | O_APPEND);
     // The child tells the time of its exec, and after it the reason why that failed, if it did.
     int execReport[2];
-    if (pipe2(execReport, O_CLOEXEC) != 0) fail("pipe2");
+    if (pipe2(execReport, O_CLOEXEC) != 0) fail(errno, "pipe2");
 
     // fork, not posix_spawn: only here can the child ask to die with its parent, so that a test killed by its time
     // limit leaves no server behind.
@@ -80,10 +69,9 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, Options options
         setpgid(0, 0);
         resetSignals();
         if (options.isBoundByPermissions) giveUpOverrulingPermissions();
-        place(in, 0);
-        place(out, 1);
-        place(err, 2);
-        if (options.descriptorThree >= 0) place(options.descriptorThree, 3);
+        dup2(in, 0);
+        dup2(out, 1);
+        dup2(err, 2);
         const auto now = std::chrono::steady_clock::now();
         [[maybe_unused]] auto written = write(execReport[1], &now, sizeof now);
         execve(program.c_str(), argv.data(), envp.data());
@@ -91,22 +79,16 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, Options options
         written = write(execReport[1], &reason, sizeof reason);
         _exit(127);
     }
-    const int forkError = errno;
-    close(in);
-    close(out);
-    close(err);
-    close(execReport[1]);
-    int reason = pid_ < 0 ? forkError : 0;
+    int reason = pid_ < 0 ? errno : 0;
+    for (const int descriptor : {in, out, err, execReport[1]}) close(descriptor);
     if (pid_ > 0) {
         [[maybe_unused]] auto got = read(execReport[0], &executedAt_, sizeof executedAt_);
         got = read(execReport[0], &reason, sizeof reason);
     }
     close(execReport[0]);
-    if (reason != 0) {
-        if (pid_ > 0) waitpid(pid_, nullptr, 0);
-        errno = reason;
-        fail(program);
-    }
+    if (reason == 0) return;
+    if (pid_ > 0) waitpid(pid_, nullptr, 0);
+    fail(reason, program);
 }
 
 ChildProcess::~ChildProcess() {
@@ -114,7 +96,7 @@ ChildProcess::~ChildProcess() {
     if (!status_) waitpid(pid_, nullptr, 0);
 }
 
-void ChildProcess::signal(int number) {
+void ChildProcess::signal(int number) const {
     if (!status_) kill(pid_, number);
 }
 
@@ -127,9 +109,22 @@ std::optional<ExitStatus> ChildProcess::exitStatus() {
     return status_;
 }
 
-std::optional<ExitStatus> ChildProcess::waitForExit(std::chrono::milliseconds patience) {
-    waitUntil([this] { return !isRunning(); }, patience, std::chrono::microseconds{500});
+std::optional<ExitStatus> ChildProcess::waitForExit() {
+    waitUntil([this] { return !isRunning(); }, kPatienceForAnEnd, std::chrono::microseconds{500});
     return status_;
+}
+
+std::string ChildProcess::announced(const std::string& prefix) {
+    std::string line;
+    const auto isThere = [&] {
+        std::istringstream said(standardOutput());
+        while (std::getline(said, line))
+            if (line.starts_with(prefix) && !said.eof()) return true;
+        return false;
+    };
+    waitUntil([&] { return isThere() || !isRunning(); });
+    if (!isThere()) throw std::runtime_error("a server does not start:\n" + standardError());
+    return line.substr(prefix.size());
 }
 
 }  // namespace dravo::testing

@@ -12,6 +12,7 @@ public:
     explicit EnvironmentVariable(const char* name) : name_(name) {
         if (const char* value = std::getenv(name)) before_ = value;
     }
+    EnvironmentVariable(const char* name, const std::string& value) : EnvironmentVariable(name) { set(value); }
     ~EnvironmentVariable() { set(before_ ? before_->c_str() : nullptr); }
     EnvironmentVariable(const EnvironmentVariable&) = delete;
     EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;

@@ -9,8 +9,6 @@
 #include "display/gamma_applicator.h"
 #include "display/ramp_levels.h"
 #include "display/remembered_displays.h"
-#include "support/memory/memory_location.h"
-#include "support/memory/memory_notifications.h"
 #include "support/memory/memory_services.h"
 #include "support/memory/memory_table_device.h"
 #include "support/memory/memory_user_defaults.h"

@@ -1,10 +1,5 @@
 #pragma once
 
-#include <filesystem>
-#include <map>
-#include <string>
-#include <vector>
-
 #include "support/child_process.h"
 
 namespace dravo::testing {
@@ -21,11 +16,12 @@ public:
     /// Writes `text` to the file at `name` below the home, making its folders. As an editor does: a reader finds the
     /// old text or the new one.
     void write(const std::filesystem::path& name, const std::string& text) const;
-    /// Writes the program's preferences.
-    void writePreferences(const std::string& toml) const { write(".config/dravo/preferences.toml", toml); }
+    [[nodiscard]] std::filesystem::path preferences() const { return path() / ".config/dravo/preferences.toml"; }
+    void writePreferences(const std::string& toml) const { write(preferences(), toml); }
 
-    /// Everything a process needs to live in this home alone: no display server, no message bus, English, UTC.
-    [[nodiscard]] std::map<std::string, std::string> environment() const;
+    /// Everything a process needs to live in this home alone: no display server, no message bus, English, UTC. With
+    /// what `more` says instead or in addition.
+    [[nodiscard]] Environment environment(Environment more = {}) const;
 
 private:
     TemporaryFolder folder_;
@@ -39,24 +35,13 @@ private:
 class ProcessUnderTest : public ChildProcess {
 public:
     /// `more` adds to the home's environment, e.g. DISPLAY. `program` may be a copy of the program's file.
-    ProcessUnderTest(const TestHome& home, std::vector<std::string> arguments,
-                     const std::map<std::string, std::string>& more = {}, std::filesystem::path outputTo = {},
-                     const std::filesystem::path& program = programUnderTest());
-};
-
-/// The program installed once more, for tests in which its file is replaced.
-class ProgramCopy {
-public:
-    ProgramCopy();
-
-    [[nodiscard]] std::filesystem::path path() const { return folder_ / "bin/dravo"; }
-    /// Takes the file away and puts another in its place.
-    void replaceBy(const std::string& content, std::filesystem::perms permissions) const;
-    /// The program itself again.
-    void putBack() const;
-
-private:
-    TemporaryFolder folder_;
+    ProcessUnderTest(const TestHome& home, std::vector<std::string> arguments, const Environment& more = {},
+                     const std::filesystem::path& outputTo = {},
+                     const std::filesystem::path& program = programUnderTest())
+        : ChildProcess(program, {.arguments = std::move(arguments),
+                                 .environment = home.environment(more),
+                                 .outputTo = outputTo,
+                                 .isBoundByPermissions = true}) {}
 };
 
 struct ProgramOutcome {
@@ -65,8 +50,7 @@ struct ProgramOutcome {
     std::string err;
 };
 /// Runs the real program to its end.
-ProgramOutcome runProgram(const TestHome& home, std::vector<std::string> arguments,
-                          const std::map<std::string, std::string>& more = {},
+ProgramOutcome runProgram(const TestHome& home, std::vector<std::string> arguments, const Environment& more = {},
                           const std::filesystem::path& outputTo = {});
 
 }  // namespace dravo::testing

@@ -14,14 +14,13 @@ namespace dravo::testing {
 /// The accessibility services of a session of the test's own. A program started with `variables` speaks to them.
 class AccessibilityBus {
 public:
-    /// Throws std::runtime_error when they do not start.
-    AccessibilityBus(const std::string& sessionBus, const std::string& display, const TemporaryFolder& home);
+    /// `session`: DISPLAY, the session bus and a home.
+    explicit AccessibilityBus(const Environment& session);
 
-    [[nodiscard]] static bool isInstalled();
     [[nodiscard]] const std::string& address() const { return address_; }
 
 private:
-    std::optional<ChildProcess> launcher_;
+    ChildProcess launcher_;
     std::string address_;
 };
 
@@ -36,9 +35,9 @@ public:
         std::string role;
         std::string name;
         Box box = {};
-        std::set<std::string> states = {};      ///< "checked", "expanded", "focusable", "enabled".
-        std::set<std::string> abilities = {};   ///< "Action", "Value", "EditableText", ...
-        std::vector<std::string> actions = {};  ///< What `act` takes.
+        std::set<std::string> states = {};     ///< "checked", "expanded", "focusable", "enabled".
+        std::set<std::string> abilities = {};  ///< "Action", "Value", "EditableText", ...
+        std::vector<std::string> actions = {};
 
         [[nodiscard]] bool is(const char* state) const { return states.contains(state); }
         [[nodiscard]] bool can(const char* ability) const { return abilities.contains(ability); }
@@ -51,8 +50,8 @@ public:
     /// The first of them with this name, and of this role if one is given.
     [[nodiscard]] std::optional<Control> find(const std::string& name, const std::string& role = {});
 
-    /// Does one of its actions.
-    void act(const Control& control, const std::string& action);
+    /// Does the first of its actions.
+    void act(const Control& control);
     [[nodiscard]] double value(const Control& control);
     /// The least and the greatest value.
     [[nodiscard]] std::pair<double, double> range(const Control& control);

@@ -44,4 +44,10 @@ std::string contentOf(const fs::path& file) {
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
+void writeProgram(const fs::path& file, const std::string& script) {
+    fs::create_directories(file.parent_path());
+    std::ofstream(file) << "#!/bin/sh\n" << script << '\n';
+    fs::permissions(file, fs::perms::owner_all);
+}
+
 }  // namespace dravo::testing

@@ -23,5 +23,7 @@ private:
 
 /// The whole content of a file; empty when there is none.
 std::string contentOf(const std::filesystem::path& file);
+/// Makes a shell script that can be run, and the folders that it is in.
+void writeProgram(const std::filesystem::path& file, const std::string& script);
 
 }  // namespace dravo::testing

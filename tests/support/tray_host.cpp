@@ -1,13 +1,11 @@
 #include "support/tray_host.h"
 
-#include <filesystem>
+#include <algorithm>
+#include <iterator>
 
 namespace dravo::testing {
 
 namespace {
-
-constexpr const char* kXembedBar = "/usr/bin/tint2";
-constexpr const char* kNotifierBar = "/usr/bin/xfce4-panel";
 
 // The folder that holds it differs between processors.
 std::filesystem::path settingsService() {
@@ -47,32 +45,29 @@ constexpr const char* kNotifierConfiguration = R"(<?xml version="1.0" encoding="
 
 }  // namespace
 
-bool TrayHost::isInstalled(Kind kind) {
-    return std::filesystem::exists(kind == Kind::xembed ? kXembedBar : kNotifierBar);
-}
-
-TrayHost::TrayHost(Kind kind, const std::map<std::string, std::string>& session) : kind_(kind) {
-    auto environment = home_.environment();
-    for (const auto& [name, value] : session) environment.insert_or_assign(name, value);
-    environment["NO_AT_BRIDGE"] = "1";
+TrayHost::TrayHost(Kind kind, Environment session) : kind_(kind) {
+    session["NO_AT_BRIDGE"] = "1";
+    ChildProcess::Options options{.environment = home_.environment(std::move(session))};
     if (kind == Kind::xembed) {
         home_.write("tint2rc", kXembedConfiguration);
-        bar_.emplace(kXembedBar,
-                     ChildProcess::Options{.arguments = {"-c", home_.path() / "tint2rc"}, .environment = environment});
+        options.arguments = {"-c", home_.path() / "tint2rc"};
+        bar_.emplace("/usr/bin/tint2", options);
     } else {
         home_.write(".config/xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml", kNotifierConfiguration);
-        settings_.emplace(settingsService(), ChildProcess::Options{.environment = environment});
-        bar_.emplace(kNotifierBar, ChildProcess::Options{.environment = environment});
+        settings_.emplace(settingsService(), options);
+        bar_.emplace("/usr/bin/xfce4-panel", options);
     }
 }
 
-std::optional<Place> TrayHost::iconPlace(XWindows& windows) const {
+std::optional<Place> TrayHost::iconPlace(const XWindows& windows) const {
     // The second kind of icon is drawn by the host, in a window that is as large as its icons.
     const auto candidates = windows.of(kind_ == Kind::xembed ? "dravo" : "wrapper-2.0");
     for (const auto& window : candidates) {
         const bool isOnBar = kind_ == Kind::xembed ? window.box.y > 700 : window.box.y >= 0 && window.box.y < 30;
         const bool isIcon = window.box.width >= 16 && window.box.width <= 32 && window.box.height <= 32;
-        if (isOnBar && isIcon && !windows.isBlank(window.box)) return window.box.middle();
+        if (!isOnBar || !isIcon) continue;
+        const auto pixels = windows.picture(window.box);
+        if (std::ranges::count(pixels, pixels.front()) < std::ssize(pixels)) return window.box.middle();
     }
     return std::nullopt;
 }

@@ -14,12 +14,10 @@ public:
     enum class Kind { xembed, notifier };
 
     /// `session`: DISPLAY and the session bus.
-    TrayHost(Kind kind, const std::map<std::string, std::string>& session);
-
-    [[nodiscard]] static bool isInstalled(Kind kind);
+    TrayHost(Kind kind, Environment session);
 
     /// Where our icon is to be clicked; nothing while it is not there.
-    [[nodiscard]] std::optional<Place> iconPlace(XWindows& windows) const;
+    [[nodiscard]] std::optional<Place> iconPlace(const XWindows& windows) const;
 
 private:
     Kind kind_;

@@ -1,75 +1,70 @@
 #pragma once
 
-#include <xcb/xcb.h>
-
 #include <cstddef>
 #include <cstdint>
+#include <iosfwd>
 #include <map>
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
-namespace dravo::testing {
+#include "display/ramp_levels.h"
+#include "support/x_client.h"
 
-/// One display's hardware table, as the server keeps it.
-struct Ramp {
-    std::vector<std::uint16_t> red;
-    std::vector<std::uint16_t> green;
-    std::vector<std::uint16_t> blue;
+namespace dravo {
 
-    bool operator==(const Ramp&) const = default;
-    /// What a display shows for white and for black, and how it is named in a failed expectation.
-    friend std::ostream& operator<<(std::ostream& out, const Ramp& ramp);
-};
+/// What a display shows for black and for white, for a failed expectation.
+std::ostream& operator<<(std::ostream& out, const RampLevels& levels);
+
+namespace testing {
 
 /// A calibration that nobody takes for neutral or for another `seed`'s: smooth, rising, different in each channel.
-Ramp calibrationRamp(unsigned seed, std::size_t size = 256);
+RampLevels calibrationRamp(unsigned seed);
 
-/// The displays of a real X server, seen and changed by a client of its own, so that expectations do not rest on the
-/// code under test. Outputs are named ("DUMMY1"); each has one CRTC, whose table can be reached also while it is off.
+/// The tables of outputs, by their names ("DUMMY1").
+using Ramps = std::map<std::string, RampLevels>;
+
+/// The displays of a real X server. Each output has one CRTC, whose table can be reached also while it is off.
 ///
 /// Throws std::runtime_error when the server refuses or is gone.
-class XGamma {
+class XGamma : public XClient {
 public:
     explicit XGamma(const std::string& address);
-    ~XGamma();
-    XGamma(const XGamma&) = delete;
-    XGamma& operator=(const XGamma&) = delete;
 
-    /// Turns exactly the first `count` outputs on, in a row.
+    /// Turns exactly the first `count` outputs on, in a row, with room for four.
     void arrange(std::size_t count);
     /// Plugs a display in, or turns it on, with its left edge at `x`.
-    void enable(const std::string& output, int x);
-    void disable(const std::string& output);
-    [[nodiscard]] std::vector<std::string> enabledOutputs();
+    void enable(const std::string& output, int x) { configure(outputs_.at(output), x, true); }
+    void disable(const std::string& output) { configure(outputs_.at(output), 0, false); }
+    [[nodiscard]] std::vector<std::string> enabledOutputs() const;
 
-    [[nodiscard]] Ramp ramp(const std::string& output);
-    void setRamp(const std::string& output, const Ramp& ramp);
-    /// The tables of all outputs that are on, read in one round trip.
-    [[nodiscard]] std::map<std::string, Ramp> ramps();
+    [[nodiscard]] RampLevels ramp(const std::string& output) const { return ramps({output}).at(output); }
+    void setRamp(const std::string& output, const RampLevels& ramp);
+    /// The tables of all outputs that are on.
+    [[nodiscard]] Ramps ramps() const { return ramps(enabledOutputs()); }
     /// The tables of these outputs, on or off, in one round trip.
-    [[nodiscard]] std::map<std::string, Ramp> ramps(const std::vector<std::string>& outputs);
+    [[nodiscard]] Ramps ramps(const std::vector<std::string>& outputs) const;
 
     /// Gives the output a monitor's EDID; an empty one takes it away.
     void setEdid(const std::string& output, std::span<const std::uint8_t> edid);
     /// The output's colour matrix ("CTM"), as 32-bit words; a driver without one has none. Setting one gives it one.
-    [[nodiscard]] std::vector<std::uint32_t> matrix(const std::string& output);
+    [[nodiscard]] std::vector<std::uint32_t> matrix(const std::string& output) const;
     void setMatrix(const std::string& output, std::span<const std::uint32_t> words);
-    /// Sets a property of the root window, e.g. "_ICC_PROFILE"; an empty one is removed.
+    /// Sets a property of the root window, e.g. "_ICC_PROFILE".
     void setRootProperty(const std::string& name, std::span<const std::uint8_t> value);
 
 private:
-    struct Output;
+    struct Output {
+        std::uint32_t id = 0;
+        std::uint32_t crtc = 0;
+        bool isOn = false;
+    };
 
-    void refresh();
-    const Output& find(const std::string& name);
-    [[nodiscard]] xcb_atom_t atom(const std::string& name);
+    void configure(Output& output, int x, bool isOn);
 
-    xcb_connection_t* connection_;
-    xcb_window_t root_ = 0;
     std::uint32_t mode_ = 0;
-    std::vector<Output> outputs_;
+    std::map<std::string, Output> outputs_;
 };
 
-}  // namespace dravo::testing
+}  // namespace testing
+}  // namespace dravo

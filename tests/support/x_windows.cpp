@@ -1,149 +1,90 @@
 #include "support/x_windows.h"
 
-#include <algorithm>
 #include <ostream>
-#include <stdexcept>
-#include <string_view>
-
-#include "base/owned.h"
+#include <span>
 
 namespace dravo::testing {
-
-namespace {
-
-Freed<xcb_get_property_reply_t> property(xcb_connection_t* connection, xcb_get_property_cookie_t cookie) {
-    return Freed<xcb_get_property_reply_t>(xcb_get_property_reply(connection, cookie, nullptr));
-}
-
-xcb_get_property_cookie_t askFor(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t name) {
-    return xcb_get_property(connection, 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, 64);
-}
-
-std::string textOf(const Freed<xcb_get_property_reply_t>& reply) {
-    if (!reply) return {};
-    return {static_cast<const char*>(xcb_get_property_value(reply.get())),
-            static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
-}
-
-/// Of "instance\0Class\0" the first word.
-std::string instanceOf(const std::string& classes) { return classes.substr(0, classes.find('\0')); }
-
-}  // namespace
 
 std::ostream& operator<<(std::ostream& out, const Box& box) {
     return out << box.width << 'x' << box.height << '+' << box.x << '+' << box.y;
 }
 
-XWindows::XWindows(const std::string& address) : connection_(xcb_connect(address.c_str(), nullptr), xcb_disconnect) {
-    if (xcb_connection_has_error(connection_.get()) != 0) throw std::runtime_error("no X server at " + address);
-    root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_.get())).data->root;
+xcb_get_property_cookie_t XWindows::askFor(xcb_window_t window, xcb_atom_t name) const {
+    return xcb_get_property(connection(), 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, 64);
 }
 
-/// A window to look at, and where its parent begins.
-struct XWindows::Found {
-    xcb_window_t id = 0;
-    Place parent;
-};
+std::string XWindows::textOf(xcb_get_property_cookie_t cookie) const {
+    const auto reply = answer(xcb_get_property_reply, cookie);
+    if (!reply) return {};
+    return {static_cast<const char*>(xcb_get_property_value(reply.get())),
+            static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
+}
 
-// Level by level, each in one round trip. A window that goes while we look answers with an error: not there.
-std::vector<XWindows::Window> XWindows::of(const std::string& program) {
+// Of "instance\0Class\0" the first word.
+std::string XWindows::nameOf(xcb_get_property_cookie_t classes) const { return textOf(classes).c_str(); }
+
+// Level by level, each asked for as a whole. A window that goes while we look answers with an error: not there.
+std::vector<XWindows::Window> XWindows::of(const std::string& program) const {
     struct Asked {
-        Found window;
+        Place parent;
         xcb_get_window_attributes_cookie_t attributes;
         xcb_get_geometry_cookie_t geometry;
         xcb_get_property_cookie_t classes;
-        xcb_get_property_cookie_t title;
         xcb_query_tree_cookie_t tree;
     };
-    auto* const c = connection_.get();
+    auto* const c = connection();
+    const auto ask = [&](xcb_window_t window, Place parent) {
+        return Asked{parent, xcb_get_window_attributes(c, window), xcb_get_geometry(c, window),
+                     askFor(window, XCB_ATOM_WM_CLASS), xcb_query_tree(c, window)};
+    };
     std::vector<Window> windows;
-    std::vector<Found> level{{root_, {}}};
+    std::vector<Asked> level{ask(root(), {})};
     while (!level.empty()) {
-        std::vector<Asked> asked;
-        for (const Found& window : level) {
-            asked.push_back({window, xcb_get_window_attributes(c, window.id), xcb_get_geometry(c, window.id),
-                             askFor(c, window.id, XCB_ATOM_WM_CLASS), askFor(c, window.id, XCB_ATOM_WM_NAME),
-                             xcb_query_tree(c, window.id)});
-        }
-        level.clear();
-        for (const Asked& one : asked) {
-            const Freed<xcb_get_window_attributes_reply_t> attributes(
-                xcb_get_window_attributes_reply(c, one.attributes, nullptr));
-            const Freed<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, one.geometry, nullptr));
-            const std::string classes = textOf(property(c, one.classes));
-            const std::string title = textOf(property(c, one.title));
-            const Freed<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, one.tree, nullptr));
+        std::vector<Asked> next;
+        for (const Asked& one : level) {
+            const auto attributes = answer(xcb_get_window_attributes_reply, one.attributes);
+            const auto geometry = answer(xcb_get_geometry_reply, one.geometry);
+            const std::string name = nameOf(one.classes);
+            const auto tree = answer(xcb_query_tree_reply, one.tree);
             if (!attributes || !geometry || !tree || attributes->map_state != XCB_MAP_STATE_VIEWABLE) continue;
-            const Box box{one.window.parent.x + geometry->x + geometry->border_width,
-                          one.window.parent.y + geometry->y + geometry->border_width, geometry->width,
-                          geometry->height};
-            if (instanceOf(classes) == program)
-                windows.push_back({program, title, box, attributes->override_redirect == 0});
-            const auto* const children = xcb_query_tree_children(tree.get());
-            for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i)
-                level.push_back({children[i], {box.x, box.y}});
+            const Place place{one.parent.x + geometry->x + geometry->border_width,
+                              one.parent.y + geometry->y + geometry->border_width};
+            if (name == program)
+                windows.push_back(
+                    {{place.x, place.y, geometry->width, geometry->height}, attributes->override_redirect == 0});
+            for (const xcb_window_t child :
+                 std::span(xcb_query_tree_children(tree.get()), std::size_t{tree->children_len}))
+                next.push_back(ask(child, place));
         }
+        level = std::move(next);
     }
     return windows;
 }
 
-std::string XWindows::focusedProgram() {
-    auto* const c = connection_.get();
-    const Freed<xcb_get_input_focus_reply_t> focus(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
-    if (!focus) throw std::runtime_error("the X server does not say who has the focus");
+std::string XWindows::focusedProgram() const {
+    auto* const c = connection();
     // The focus may be on a child that has no class of its own.
-    for (xcb_window_t window = focus->focus; window > XCB_INPUT_FOCUS_POINTER_ROOT && window != root_;) {
-        const auto classes = textOf(property(c, askFor(c, window, XCB_ATOM_WM_CLASS)));
-        if (!classes.empty()) return instanceOf(classes);
-        const Freed<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr));
-        window = tree ? tree->parent : root_;
+    xcb_window_t window = need(xcb_get_input_focus_reply, xcb_get_input_focus(c))->focus;
+    while (window > XCB_INPUT_FOCUS_POINTER_ROOT && window != root()) {
+        const auto name = nameOf(askFor(window, XCB_ATOM_WM_CLASS));
+        if (!name.empty()) return name;
+        const auto tree = answer(xcb_query_tree_reply, xcb_query_tree(c, window));
+        window = tree ? tree->parent : root();
     }
     return {};
 }
 
-std::vector<std::uint32_t> XWindows::picture(const Box& box) {
-    auto* const c = connection_.get();
-    const auto cookie = xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, root_, static_cast<std::int16_t>(box.x),
-                                      static_cast<std::int16_t>(box.y), static_cast<std::uint16_t>(box.width),
-                                      static_cast<std::uint16_t>(box.height), ~0U);
-    const Freed<xcb_get_image_reply_t> image(xcb_get_image_reply(c, cookie, nullptr));
+std::vector<std::uint32_t> XWindows::picture(const Box& box) const {
+    const auto image =
+        answer(xcb_get_image_reply,
+               xcb_get_image(connection(), XCB_IMAGE_FORMAT_Z_PIXMAP, root(), static_cast<std::int16_t>(box.x),
+                             static_cast<std::int16_t>(box.y), static_cast<std::uint16_t>(box.width),
+                             static_cast<std::uint16_t>(box.height), ~0U));
     if (!image) return {};
     const auto* const first = reinterpret_cast<const std::uint32_t*>(xcb_get_image_data(image.get()));
     return {first, first + xcb_get_image_data_length(image.get()) / 4};
 }
 
-bool XWindows::isBlank(const Box& box) {
-    const auto pixels = picture(box);
-    return std::ranges::all_of(pixels, [&](std::uint32_t pixel) { return pixel == pixels.front(); });
-}
-
-bool XWindows::areManaged() {
-    auto* const c = connection_.get();
-    constexpr std::string_view kName = "_NET_SUPPORTING_WM_CHECK";
-    const Freed<xcb_intern_atom_reply_t> atom(
-        xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, kName.size(), kName.data()), nullptr));
-    return atom && !textOf(property(c, askFor(c, root_, atom->atom))).empty();
-}
-
-OtherWindow::OtherWindow(const std::string& address, const Box& box)
-    : connection_(xcb_connect(address.c_str(), nullptr), xcb_disconnect) {
-    auto* const c = connection_.get();
-    const auto* const screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
-    window_ = xcb_generate_id(c);
-    xcb_create_window(c, XCB_COPY_FROM_PARENT, window_, screen->root, static_cast<std::int16_t>(box.x),
-                      static_cast<std::int16_t>(box.y), static_cast<std::uint16_t>(box.width),
-                      static_cast<std::uint16_t>(box.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0,
-                      nullptr);
-    constexpr char kClass[] = "other\0Other";
-    xcb_change_property(c, XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, sizeof(kClass),
-                        kClass);
-    xcb_map_window(c, window_);
-    xcb_flush(c);
-}
-
-void OtherWindow::takeKeyboard() {
-    xcb_set_input_focus(connection_.get(), XCB_INPUT_FOCUS_PARENT, window_, XCB_CURRENT_TIME);
-    xcb_flush(connection_.get());
-}
+bool XWindows::areManaged() const { return !textOf(askFor(root(), atom("_NET_SUPPORTING_WM_CHECK"))).empty(); }
 
 }  // namespace dravo::testing

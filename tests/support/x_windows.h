@@ -1,11 +1,11 @@
 #pragma once
 
-#include <xcb/xcb.h>
-
 #include <cstdint>
-#include <memory>
+#include <iosfwd>
 #include <string>
 #include <vector>
+
+#include "support/x_client.h"
 
 namespace dravo::testing {
 
@@ -13,7 +13,6 @@ namespace dravo::testing {
 struct Place {
     int x = 0;
     int y = 0;
-    bool operator==(const Place&) const = default;
 };
 
 /// A rectangle of an X screen.
@@ -32,47 +31,29 @@ struct Box {
 };
 std::ostream& operator<<(std::ostream& out, const Box& box);
 
-/// The windows of an X server, seen by a client of its own.
-class XWindows {
+/// The windows of an X server.
+class XWindows : public XClient {
 public:
     struct Window {
-        std::string program;  ///< The class that the program gives to its windows; often empty.
-        std::string title;
         Box box;
         bool isManaged = true;  ///< False for menus, tool tips and tray icons: no window manager has a say in them.
     };
 
-    explicit XWindows(const std::string& address);
+    using XClient::XClient;
 
-    /// All that can be seen now and whose class is `program`, also those inside others.
-    [[nodiscard]] std::vector<Window> of(const std::string& program);
+    /// All that can be seen now and that `program` gave its name, also those inside others.
+    [[nodiscard]] std::vector<Window> of(const std::string& program) const;
     /// The program that keys go to; empty where it does not say.
-    [[nodiscard]] std::string focusedProgram();
+    [[nodiscard]] std::string focusedProgram() const;
     /// What the screen shows there, one value for each pixel, row by row.
-    [[nodiscard]] std::vector<std::uint32_t> picture(const Box& box);
-    /// Whether the screen has a single colour there.
-    [[nodiscard]] bool isBlank(const Box& box);
+    [[nodiscard]] std::vector<std::uint32_t> picture(const Box& box) const;
     /// Whether a window manager has said that it is ready.
-    [[nodiscard]] bool areManaged();
+    [[nodiscard]] bool areManaged() const;
 
 private:
-    struct Found;
-
-    std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t*)> connection_;
-    xcb_window_t root_ = 0;
-};
-
-/// A window of another program, "other", that a window manager takes care of.
-class OtherWindow {
-public:
-    OtherWindow(const std::string& address, const Box& box);
-
-    /// Gets the keyboard without a press, as where the focus follows the mouse.
-    void takeKeyboard();
-
-private:
-    std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t*)> connection_;
-    xcb_window_t window_ = 0;
+    [[nodiscard]] std::string textOf(xcb_get_property_cookie_t cookie) const;
+    [[nodiscard]] std::string nameOf(xcb_get_property_cookie_t classes) const;
+    [[nodiscard]] xcb_get_property_cookie_t askFor(xcb_window_t window, xcb_atom_t name) const;
 };
 
 }  // namespace dravo::testing

@@ -5,7 +5,6 @@
 #include <set>
 
 #include "bus_fixture.h"
-#include "bus_peer.h"
 #include "platform/dbus/bus_control_client.h"
 #include "platform/dbus/bus_control_service.h"
 #include "platform/dbus/control_interface.h"
@@ -61,11 +60,10 @@ public:
 class BusControlTest : public testing::BusTest {
 protected:
     void SetUp() override {
-        BusTest::SetUp();
-        if (!daemon) return;
         ASSERT_TRUE(caller.open());
         service.serve(target);
-        const auto watch = caller.watchName(control::kBusName, [this](bool isOwned) { isServed = isOwned; });
+        bool isServed = false;
+        const auto watch = caller.watchName(control::kBusName, [&](bool isOwned) { isServed = isOwned; });
         ASSERT_TRUE(runUntil([&] { return isServed; }));
     }
     template <typename Question>
@@ -95,7 +93,6 @@ protected:
     Bus caller{loop, loop, Bus::Kind::session};
     BusControlService service{bus, loop};
     BusControlClient client;
-    bool isServed = false;
 };
 
 TEST_F(BusControlTest, TheWholeStateTravels) {
@@ -242,17 +239,17 @@ protected:
 TEST_F(BusControlClientTest, SaysThatNothingRunsWithoutOwnerBusOrAddress) {
     EXPECT_EQ(client.ask(request::Toggle{}).error().code, ErrorCode::NotFound);
     EXPECT_EQ(client.follow([](const auto&) { return true; }).error().code, ErrorCode::NotFound);
-    daemon->kill();
+    daemon.kill();
     EXPECT_EQ(client.ask(request::Toggle{}).error().code, ErrorCode::NotFound);
     for (const char* address : {"unix:path=/nonexistent/bus", "", "autolaunch:"}) {
-        ::setenv("DBUS_SESSION_BUS_ADDRESS", address, 1);
+        sessionBus.set(address);
         BusControlClient other;
         EXPECT_EQ(other.state().error().code, ErrorCode::NotFound) << address;
     }
 }
 
 TEST_F(BusControlClientTest, AProgramThatDoesNotAnswerIsBusyNotGone) {
-    const testing::BusPeer silent(loop.event(), daemon->address(), control::kBusName,
+    const testing::BusPeer silent(loop, daemon.address(), control::kBusName,
                                   [](std::string_view, sd_bus_message*) { return true; });
     BusControlClient impatient(50ms);
     const auto result = impatient.ask(request::Toggle{});

@@ -1,7 +1,6 @@
 #include "platform/files/autostart_login_item.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <fstream>
 
@@ -30,8 +29,7 @@ protected:
         std::ofstream(file) << text;
     }
     static void makeProgram(const std::filesystem::path& file) {
-        write(file, "#!/bin/sh\necho \"$*\" > \"$0.ran\"\n");
-        ::chmod(file.c_str(), 0755);
+        testing::writeProgram(file, "echo \"$*\" > \"$0.ran\"");
     }
     /// An entry for the program, with more lines.
     [[nodiscard]] std::string entry(const std::string& more = {}) const {
@@ -186,8 +184,8 @@ TEST_F(AutostartLoginItemTest, StartsAProgramWithAnyName) {
 }
 
 TEST_F(AutostartLoginItemTest, FindsItsPlaceInTheEnvironment) {
-    testing::EnvironmentVariable dirs("XDG_CONFIG_DIRS"), desktop("XDG_CURRENT_DESKTOP");
-    desktop.set("ubuntu:GNOME");
+    testing::EnvironmentVariable dirs("XDG_CONFIG_DIRS");
+    const testing::EnvironmentVariable desktop("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
     using Paths = std::vector<std::filesystem::path>;
     for (const auto& [listed, expected] : {std::pair("/a::b:/d", Paths{"/a", "/d"}), {"", Paths{"/etc/xdg"}}}) {
         dirs.set(listed);

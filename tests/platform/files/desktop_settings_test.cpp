@@ -1,9 +1,7 @@
 #include "platform/files/desktop_settings.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
-#include "base/files.h"
 #include "support/environment_variable.h"
 #include "support/memory/virtual_scheduler.h"
 #include "support/polled_descriptors.h"
@@ -18,21 +16,15 @@ using Page = SystemSettings::Page;
 /// A desktop by its name, with stand-ins for its programs that write down what they are started with.
 class DesktopSettingsTest : public ::testing::Test {
 protected:
-    DesktopSettingsTest() { path_.set(folder_.path().string() + ":/usr/bin:/bin"); }
-
     void install(const std::string& program) {
-        const auto file = folder_ / program;
-        const auto text = "#!/bin/sh\necho \"" + program + "\" \"$@\" >'" + (folder_ / "new").string() + "'\nmv '" +
-                          (folder_ / "new").string() + "' '" + started().string() + "'\n";
-        ASSERT_TRUE(writeFileAtomically(file, text));
-        ASSERT_EQ(::chmod(file.c_str(), 0700), 0);
+        testing::writeProgram(folder_ / program, "echo " + program + " \"$@\" >'" + started().string() + "'");
     }
     void enter(const char* desktop) { desktop_.set(desktop); }
 
     /// What the last program was started with, once it has been.
     std::string startedWith() {
-        EXPECT_TRUE(testing::waitUntil([&] { return std::filesystem::exists(started()); }));
-        const std::string line = testing::contentOf(started());
+        std::string line;
+        EXPECT_TRUE(testing::waitUntil([&] { return (line = testing::contentOf(started())).ends_with('\n'); }));
         std::filesystem::remove(started());
         return line;
     }
@@ -45,7 +37,7 @@ private:
     [[nodiscard]] std::filesystem::path started() const { return folder_ / "started"; }
 
     testing::TemporaryFolder folder_;
-    testing::EnvironmentVariable path_{"PATH"};
+    testing::EnvironmentVariable path_{"PATH", folder_.path().string() + ":/usr/bin:/bin"};
     testing::EnvironmentVariable desktop_{"XDG_CURRENT_DESKTOP"};
 };
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 namespace dravo::files {
 namespace {
 
@@ -41,11 +43,7 @@ TEST(PreferencesTextTest, RefusesWhatIsTooLongToReadSafely) {
 
 TEST(PreferencesTextTest, TakesNoLetterForABlank) {
     for (char32_t point = 0xA1; point < 0x1680; point += 7) {
-        std::string letter{static_cast<char>(0xC0 | point >> 6), static_cast<char>(0x80 | (point & 0x3F))};
-        if (point >= 0x800) {
-            letter = {static_cast<char>(0xE0 | point >> 12), static_cast<char>(0x80 | (point >> 6 & 0x3F)),
-                      static_cast<char>(0x80 | (point & 0x3F))};
-        }
+        const std::string letter = std::filesystem::path(std::u32string(1, point));
         EXPECT_FALSE(parsePreferences("a = " + letter + "1")) << letter;
         EXPECT_FALSE(parsePreferences("a = 1 " + letter)) << letter;
         const auto joined = parsePreferences("a = \"\"\"x\\\n " + letter + "\"\"\"");

@@ -4,11 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <limits>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 #include "base/files.h"
-#include "platform/user_defaults_contract.h"
+#include "support/memory/memory_user_defaults.h"
 #include "support/memory/virtual_scheduler.h"
 #include "support/polled_descriptors.h"
 #include "support/temporary_folder.h"
@@ -60,6 +62,132 @@ public:
 private:
     std::unique_ptr<TomlUserDefaults> defaults_;
 };
+
+struct MemoryBench {
+    UserDefaults& defaults() { return stored; }
+    void replaceFromOutside(const DefaultsValues& values) { stored.replaceFromOutside(values); }
+    void reopen() {}
+    memory::MemoryUserDefaults stored;
+};
+
+/// What every UserDefaults does.
+template <typename Bench>
+class UserDefaultsContract : public ::testing::Test {
+protected:
+    UserDefaults& defaults() { return bench_.defaults(); }
+    Bench bench_;
+};
+using Benches = ::testing::Types<TomlBench, MemoryBench>;
+TYPED_TEST_SUITE(UserDefaultsContract, Benches);
+
+TYPED_TEST(UserDefaultsContract, KeepsEveryTypeExactlyAndAcrossARestart) {
+    using namespace std::string_literals;
+    const DefaultsValues values{{"no", false},
+                                {"zero", std::int64_t{0}},
+                                {"lowest", std::numeric_limits<std::int64_t>::min()},
+                                {"highest", std::numeric_limits<std::int64_t>::max()},
+                                {"nought", 0.0},
+                                {"whole", 1.0},
+                                {"tenth", 0.1},
+                                {"smallest", 5e-324},
+                                {"largest", -1.7976931348623157e308},
+                                {"empty", ""},
+                                {"text", "a \"b\" \\ \n\t\r\x01\x7f ü \U0001F319 #=[]\0."s},
+                                {"date", WallTime{1789000000s + 123456789ns}},
+                                {"early", WallTime{-1ns}},
+                                {"texts", std::vector<std::string>{"de", "x\"y"}},
+                                {"none", std::vector<std::string>{}},
+                                {"a key with = and \"", true}};
+    for (const auto& [key, value] : values) this->defaults().set(key, value);
+    for (const bool restarted : {false, true}) {
+        if (restarted) this->bench_.reopen();
+        for (const auto& [key, value] : values) EXPECT_EQ(this->defaults().object(key), value) << key << restarted;
+        EXPECT_FALSE(this->defaults().object("absent"));
+    }
+}
+
+TYPED_TEST(UserDefaultsContract, ReplacesAValueByAnotherTypeAndRemovesIt) {
+    this->defaults().set("key", 0.5);
+    this->defaults().set("key", std::string("half"));
+    EXPECT_EQ(this->defaults().object("key"), DefaultsValue("half"));
+    this->bench_.reopen();
+    EXPECT_EQ(this->defaults().object("key"), DefaultsValue("half"));
+    this->defaults().remove("key");
+    this->defaults().remove("never there");
+    EXPECT_FALSE(this->defaults().object("key"));
+    this->bench_.reopen();
+    EXPECT_FALSE(this->defaults().object("key"));
+}
+
+TYPED_TEST(UserDefaultsContract, RefusesWhatIsNoNumberAndNoText) {
+    this->defaults().set("key", 0.5);
+    for (const double wrong : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
+                               -std::numeric_limits<double>::infinity()})
+        this->defaults().set("key", wrong);
+    for (const char* wrong : {"\xff", "\xc0\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80", "a\xe2\x82"}) {
+        this->defaults().set("key", std::string(wrong));
+        this->defaults().set("key", std::vector<std::string>{wrong});
+    }
+    EXPECT_EQ(this->defaults().object("key"), DefaultsValue(0.5));
+}
+
+TYPED_TEST(UserDefaultsContract, ConvertsBetweenTypesAsReadersAsk) {
+    using Row = std::tuple<DefaultsValue, bool, std::int64_t, double, std::optional<std::string>>;
+    constexpr auto kLowest = std::numeric_limits<std::int64_t>::min();
+    constexpr auto kHighest = std::numeric_limits<std::int64_t>::max();
+    const std::vector<Row> rows{
+        {true, true, 1, 1.0, "1"},
+        {std::int64_t{-7}, true, -7, -7.0, "-7"},
+        {0.5, true, 0, 0.5, "0.5"},
+        {-2.9, true, -2, -2.9, "-2.9"},
+        {1e300, true, kHighest, 1e300, "1e+300"},
+        {-1e300, true, kLowest, -1e300, "-1e+300"},
+        {" 12abc", true, 12, 12.0, " 12abc"},
+        {"+3.75", true, 3, 3.75, "+3.75"},
+        {"-0.25x", false, 0, -0.25, "-0.25x"},
+        {"99999999999999999999", true, kHighest, 99999999999999999999.0, "99999999999999999999"},
+        {"-99999999999999999999", true, kLowest, -99999999999999999999.0, "-99999999999999999999"},
+        {"YES", true, 0, 0.0, "YES"},
+        {"NO", false, 0, 0.0, "NO"},
+        {"007", true, 7, 7.0, "007"},
+        {"nan", false, 0, 0.0, "nan"},
+        {"+-5", false, 0, 0.0, "+-5"},
+        {"", false, 0, 0.0, ""},
+        {WallTime{}, false, 0, 0.0, std::nullopt},
+        {std::vector<std::string>{"1"}, false, 0, 0.0, std::nullopt},
+    };
+    for (const auto& [value, flag, integer, number, text] : rows) {
+        this->defaults().set("key", value);
+        SCOPED_TRACE(::testing::PrintToString(text));
+        EXPECT_EQ(this->defaults().boolForKey("key"), flag);
+        EXPECT_EQ(this->defaults().integerForKey("key"), integer);
+        EXPECT_EQ(this->defaults().doubleForKey("key"), number);
+        EXPECT_EQ(this->defaults().stringForKey("key"), text);
+    }
+    EXPECT_FALSE(this->defaults().boolForKey("absent"));
+    EXPECT_EQ(this->defaults().integerForKey("absent"), 0);
+    EXPECT_EQ(this->defaults().doubleForKey("absent"), 0);
+    EXPECT_EQ(this->defaults().stringForKey("absent"), std::nullopt);
+}
+
+TYPED_TEST(UserDefaultsContract, TellsOfOutsideChangesByKeyAndNeverOfOwnOnes) {
+    std::vector<DefaultsKeys> heard;
+    DefaultsValues seen;
+    const auto subscription = this->defaults().onChange([&](const DefaultsKeys& keys) {
+        heard.push_back(keys);
+        for (const auto& key : keys)
+            if (const auto value = this->defaults().object(key)) seen.insert_or_assign(key, *value);
+    });
+    this->defaults().set("kept", true);
+    this->defaults().set("changed", 0.5);
+    this->defaults().set("removed", std::int64_t{5});
+    this->bench_.replaceFromOutside({{"kept", true}, {"changed", std::int64_t{1}}, {"added", "new"}});
+    this->bench_.replaceFromOutside({{"kept", true}, {"changed", std::int64_t{1}}, {"added", "new"}});
+
+    EXPECT_EQ(heard, (std::vector<DefaultsKeys>{{"added", "changed", "removed"}}));
+    EXPECT_EQ(seen, (DefaultsValues{{"changed", std::int64_t{1}}, {"added", "new"}}));
+    EXPECT_EQ(this->defaults().object("kept"), DefaultsValue(true));
+}
 
 class TomlUserDefaultsTest : public ::testing::Test {
 protected:
@@ -167,17 +295,22 @@ TEST_F(TomlUserDefaultsTest, GoesOnWithoutFileOrFolderAndMakesThemAgain) {
 }
 
 TEST_F(TomlUserDefaultsTest, KeepsABrokenFileUntilTheNextWriteAndThenAsBad) {
-    constexpr std::string_view kBroken = "filterEnabled = false\nlastIntensity = 0,4\n";
-    ASSERT_TRUE(writeFileAtomically(bench_.file, kBroken));
-    EXPECT_NE(said([&] { bench_.reopen(); }).find("line 2, column 18"), std::string::npos);
-    EXPECT_FALSE(defaults().object("filterEnabled")) << "nothing of it counts";
-    bench_.toml().flush();
-    EXPECT_EQ(text(), kBroken);
+    const std::pair<std::string, const char*> rows[] = {
+        {"filterEnabled = false\nlastIntensity = 0,4\n", "line 2, column 18"},
+        {"filterEnabled = true\n#" + std::string(kMaxPreferencesBytes, '-'), "longer than 16384 bytes"},
+    };
+    for (const auto& [broken, complaint] : rows) {
+        ASSERT_TRUE(writeFileAtomically(bench_.file, broken));
+        EXPECT_NE(said([&] { bench_.reopen(); }).find(complaint), std::string::npos);
+        EXPECT_FALSE(defaults().object("filterEnabled")) << "nothing of it counts";
+        bench_.toml().flush();
+        EXPECT_EQ(text(), broken);
 
-    defaults().set("lastDimming", 0.5);
-    bench_.turn();
-    EXPECT_EQ(contentOf(bench_.file.string() + ".bad"), kBroken);
-    EXPECT_EQ(inFile("lastDimming"), DefaultsValue(0.5));
+        defaults().set("lastDimming", 0.5);
+        bench_.turn();
+        EXPECT_EQ(contentOf(bench_.file.string() + ".bad"), broken);
+        EXPECT_EQ(inFile("lastDimming"), DefaultsValue(0.5));
+    }
 }
 
 TEST_F(TomlUserDefaultsTest, KeepsTheSettingsInForceWhenAnEditBreaksTheFile) {
@@ -192,16 +325,9 @@ TEST_F(TomlUserDefaultsTest, KeepsTheSettingsInForceWhenAnEditBreaksTheFile) {
     EXPECT_FALSE(fs::exists(bench_.file.string() + ".bad"));
 }
 
-TEST_F(TomlUserDefaultsTest, SetsATooLongFileAsideAndRefusesToMakeOne) {
-    const std::string tooLong = "a = true\n#" + std::string(kMaxPreferencesBytes, '-');
-    const auto line = said([&] { bench_.write(tooLong); });
-    EXPECT_NE(line.find("longer than 16384 bytes"), std::string::npos);
-    EXPECT_FALSE(defaults().object("a"));
+TEST_F(TomlUserDefaultsTest, RefusesToMakeATooLongFile) {
     defaults().set("b", true);
     bench_.turn();
-    EXPECT_EQ(contentOf(bench_.file.string() + ".bad"), tooLong);
-    EXPECT_EQ(inFile("b"), DefaultsValue(true));
-
     const auto refused = said([&] {
         defaults().set("c", std::string(kMaxPreferencesBytes, 'c'));
         bench_.turn();
@@ -256,7 +382,3 @@ TEST_F(TomlUserDefaultsTest, WritesThroughALinkAndWatchesWhatItLeadsTo) {
 
 }  // namespace
 }  // namespace dravo::files
-
-namespace dravo {
-INSTANTIATE_TYPED_TEST_SUITE_P(Toml, UserDefaultsContract, files::TomlBench);
-}  // namespace dravo

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -14,30 +13,21 @@ namespace {
 
 constexpr int kIntercepted = 77;
 
-/// How a child ends that tries `end`, with `kIntercepted` for one that the interceptor saw.
-int endInChild(void (*end)(), bool isOver) {
-    const pid_t child = fork();
-    if (child == 0) {
-        constexpr rlimit kNoCore = {};
-        setrlimit(RLIMIT_CORE, &kNoCore);
-        std::optional<EndInterceptor> interceptor([] { _exit(kIntercepted); });
-        if (isOver) interceptor.reset();
-        end();
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+/// Ends the process by `end`, with `kIntercepted` if the interceptor saw it.
+void endWith(void (*end)(), bool isOver) {
+    constexpr rlimit kNoCore = {};
+    setrlimit(RLIMIT_CORE, &kNoCore);
+    std::optional<EndInterceptor> interceptor([] { _exit(kIntercepted); });
+    if (isOver) interceptor.reset();
+    end();
 }
 
 TEST(EndInterceptorTest, SeesEveryWayOutWhileItLivesAndNoneAfterwards) {
-    const struct {
-        void (*end)();
-        int without;
-    } rows[] = {{[] { std::abort(); }, -SIGABRT}, {[] { raise(SIGTRAP); }, -SIGTRAP}, {[] { std::exit(3); }, 3}};
-    for (const auto& [end, without] : rows) {
-        EXPECT_EQ(endInChild(end, true), without);
-        EXPECT_EQ(endInChild(end, false), kIntercepted) << without;
-    }
+    using namespace ::testing;
+    for (const auto end : {+[] { std::abort(); }, +[] { raise(SIGTRAP); }, +[] { std::exit(3); }})
+        EXPECT_EXIT(endWith(end, false), ExitedWithCode(kIntercepted), "");
+    EXPECT_EXIT(endWith([] { std::abort(); }, true), KilledBySignal(SIGABRT), "");
+    EXPECT_EXIT(endWith([] { std::exit(3); }, true), ExitedWithCode(3), "");
 }
 
 }  // namespace

@@ -19,6 +19,7 @@ TEST(SdEventLoopTest, RunsWhatWasPostedAndTimedBeforeItRan) {
     const auto slow = loop.after(20ms, [&] {
         log += "c";
         loop.quit(7);
+        loop.quit(0);  // the first code counts
     });
     const auto fast = loop.after(1ms, [&] { log += "b"; });
     const auto never = loop.after(1h, [&] { log += "x"; });
@@ -93,15 +94,6 @@ TEST(SdEventLoopTest, TellsWhenADescriptorHasInputUntilTheWatchEnds) {
     EXPECT_EQ(heard, 2);
     close(pipe[0]);
     close(pipe[1]);
-}
-
-TEST(SdEventLoopTest, KeepsTheFirstExitCode) {
-    SdEventLoop loop;
-    loop.post([&] {
-        loop.quit(3);
-        loop.quit(0);
-    });
-    EXPECT_EQ(loop.run(), 3);
 }
 
 }  // namespace

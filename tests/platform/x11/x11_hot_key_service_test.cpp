@@ -5,10 +5,9 @@
 #include <chrono>
 #include <optional>
 
-#include "platform/posix/sd_event_loop.h"
 #include "support/desktop_test.h"
-#include "support/wait_until.h"
-#include "support/x_keyboard.h"
+#include "support/run_until.h"
+#include "support/x_hands.h"
 
 namespace dravo::x11 {
 namespace {
@@ -40,13 +39,8 @@ public:
 
     /// How often it was pressed, once that is `expected` or the time is over.
     int pressesSoon(int expected, std::chrono::milliseconds patience = testing::kPatience) {
-        waitUntil(
-            [&] {
-                while (sd_event_run(loop_.event(), 0) > 0) {
-                }
-                return presses_ == expected;
-            },
-            patience);
+        testing::runUntil(
+            loop_, [&] { return presses_ == expected; }, patience);
         return presses_;
     }
 
@@ -61,13 +55,9 @@ private:
 
 class X11HotKeyServiceTest : public testing::DesktopTest {
 protected:
-    X11HotKeyServiceTest() : DesktopTest(1) {}
-
-    void SetUp() override {
-        DesktopTest::SetUp();
-        if (IsSkipped() || HasFatalFailure()) return;
+    X11HotKeyServiceTest() : DesktopTest(1) {
         run("setxkbmap", {"-rules", "evdev", "-model", "pc105", "-layout", "us"});  // as servers with real keyboards
-        keyboard_.emplace(server().address());
+        hands_.emplace(server().address());
         program_.emplace(server().address());
     }
 
@@ -85,9 +75,9 @@ protected:
         }
         run("xmodmap", arguments);
     }
-    void pressControlShiftE() { keyboard_->press({key::kControl, key::kShift, key::kE}); }
+    void pressControlShiftE() { hands_->press({key::kControl, key::kShift, key::kE}); }
 
-    std::optional<testing::XKeyboard> keyboard_;
+    std::optional<testing::XHands> hands_;
     std::optional<Program> program_;
 };
 
@@ -97,20 +87,20 @@ TEST_F(X11HotKeyServiceTest, IsPressedWhateverTheLocksSayAndWithItsOwnModifiersO
     for (const std::uint8_t lock : {key::kCapsLock, key::kNumLock, key::kCapsLock, key::kNumLock}) {
         pressControlShiftE();
         EXPECT_EQ(program_->pressesSoon(++presses), presses);
-        keyboard_->press({lock});
+        hands_->press({lock});
     }
     for (const std::vector<std::uint8_t>& others : {std::vector{key::kE}, std::vector{key::kControl, key::kE},
                                                     std::vector{key::kAlt, key::kControl, key::kShift, key::kE}})
-        keyboard_->press(others);
+        hands_->press(others);
     pressControlShiftE();
     EXPECT_EQ(program_->pressesSoon(++presses), presses);
 
     ASSERT_EQ(program_->take(kAltSuperE), Program::kTaken);
     pressControlShiftE();
-    keyboard_->press({key::kSuper, key::kAlt, key::kE});
+    hands_->press({key::kSuper, key::kAlt, key::kE});
     EXPECT_EQ(program_->pressesSoon(++presses), presses);
     program_->giveUp();
-    keyboard_->press({key::kSuper, key::kAlt, key::kE});
+    hands_->press({key::kSuper, key::kAlt, key::kE});
     ASSERT_EQ(program_->take(kControlShiftE), Program::kTaken);
     pressControlShiftE();
     EXPECT_EQ(program_->pressesSoon(++presses), presses) << "what was given up is not delivered";
@@ -122,7 +112,7 @@ TEST_F(X11HotKeyServiceTest, IsThatPlaceOnTheKeyboardInEveryLayout) {
     for (int layout = 1; layout <= 3; ++layout) {
         pressControlShiftE();
         EXPECT_EQ(program_->pressesSoon(layout), layout);
-        keyboard_->press({key::kCapsLock});
+        hands_->press({key::kCapsLock});
     }
 }
 
@@ -130,17 +120,17 @@ TEST_F(X11HotKeyServiceTest, IsPressedOnceHoweverLongItIsHeld) {
     run("xset", {"r", "rate", "50", "100"});
     ASSERT_EQ(program_->take(kControlShiftE), Program::kTaken);
     const auto hold = [&] {
-        for (const auto keycode : {key::kControl, key::kShift, key::kE}) keyboard_->hold(keycode);
+        for (const auto keycode : {key::kControl, key::kShift, key::kE}) hands_->hold(keycode);
     };
     hold();
     EXPECT_EQ(program_->pressesSoon(2, 300ms), 1) << "a repeat is no press";
-    keyboard_->letGo(key::kControl);
-    keyboard_->hold(key::kControl);
+    hands_->letGo(key::kControl);
+    hands_->hold(key::kControl);
     EXPECT_EQ(program_->pressesSoon(2, 200ms), 1) << "another key was let go";
-    keyboard_->letGo(key::kE);
-    keyboard_->hold(key::kE);
+    hands_->letGo(key::kE);
+    hands_->hold(key::kE);
     EXPECT_EQ(program_->pressesSoon(2), 2);
-    keyboard_->letGo(key::kE);
+    hands_->letGo(key::kE);
 
     // Taken while it is held, as after recording it: the hand has to come off first, whether a repeat comes or not.
     for (const char* repeat : {"on", "off"}) {
@@ -150,7 +140,7 @@ TEST_F(X11HotKeyServiceTest, IsPressedOnceHoweverLongItIsHeld) {
         ASSERT_EQ(program_->take(kControlShiftE), Program::kTaken);
         const int before = program_->pressesSoon(0, 0ms);
         EXPECT_EQ(program_->pressesSoon(before + 1, 300ms), before) << "repeat " << repeat;
-        keyboard_->letGo(key::kE);
+        hands_->letGo(key::kE);
         EXPECT_EQ(program_->pressesSoon(before + 1, 150ms), before);
         pressControlShiftE();
         EXPECT_EQ(program_->pressesSoon(before + 1), before + 1) << "repeat " << repeat;
@@ -158,20 +148,17 @@ TEST_F(X11HotKeyServiceTest, IsPressedOnceHoweverLongItIsHeld) {
 }
 
 TEST_F(X11HotKeyServiceTest, IsRefusedWholeWhereAnotherProgramHasAnyPartOfIt) {
-    auto other = connect(server().address());
-    ASSERT_TRUE(other);
+    const testing::XClient other(server().address());
     const auto otherTakes = [&](std::uint16_t modifiers) {
-        const Reply<xcb_generic_error_t> error(
-            xcb_request_check(other->get(), xcb_grab_key_checked(other->get(), 0, other->root, modifiers, key::kE,
-                                                                 XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
-        return !error;
+        return other.accepts(xcb_grab_key_checked(other.connection(), 0, other.root(), modifiers, key::kE,
+                                                  XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
     };
     constexpr std::uint16_t kPlain = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT;
     for (const std::uint16_t lock : {std::uint16_t{0}, std::uint16_t{XCB_MOD_MASK_LOCK}}) {
         ASSERT_TRUE(otherTakes(kPlain | lock));
         EXPECT_EQ(program_->take(kControlShiftE), ErrorCode::Busy);
         EXPECT_TRUE(waitUntil([&] { return otherTakes(kPlain | (lock ^ XCB_MOD_MASK_LOCK)); })) << "the rest is free";
-        xcb_ungrab_key(other->get(), key::kE, other->root, XCB_MOD_MASK_ANY);
+        xcb_ungrab_key(other.connection(), key::kE, other.root(), XCB_MOD_MASK_ANY);
         ASSERT_TRUE(otherTakes(XCB_MOD_MASK_1));
         EXPECT_EQ(program_->take(kControlShiftE), Program::kTaken) << "as soon as it is free";
         EXPECT_FALSE(otherTakes(kPlain | lock));
@@ -186,12 +173,12 @@ TEST_F(X11HotKeyServiceTest, FollowsModifiersToOtherBits) {
     ASSERT_EQ(program_->take(kAltSuperE), Program::kTaken);
     int presses = 0;
     const auto press = [&] {
-        keyboard_->press({key::kSuper, key::kAlt, key::kE});
+        hands_->press({key::kSuper, key::kAlt, key::kE});
         return program_->pressesSoon(++presses);
     };
     keyboardMapping({"clear mod2", "clear mod3", "add mod3 = Num_Lock"});
     program_->pressesSoon(-1, 100ms);
-    keyboard_->press({key::kNumLock});
+    hands_->press({key::kNumLock});
     EXPECT_EQ(press(), presses) << "Num Lock";
     keyboardMapping({"clear mod1", "clear mod4", "add mod4 = Alt_L", "add mod1 = Super_L"});
     program_->pressesSoon(-1, 100ms);
@@ -214,7 +201,7 @@ TEST_F(X11HotKeyServiceTest, MayBeReplacedByItsOwnPress) {
     pressControlShiftE();
     EXPECT_EQ(program_->pressesSoon(1), 1);
     program_->onPress = [&] { program_->giveUp(); };
-    keyboard_->press({key::kSuper, key::kAlt, key::kE});
+    hands_->press({key::kSuper, key::kAlt, key::kE});
     EXPECT_EQ(program_->pressesSoon(2), 2);
 }
 
@@ -226,7 +213,7 @@ TEST_F(X11HotKeyServiceTest, KnowsNoKeyBeyondTheKeyboard) {
 TEST_F(X11HotKeyServiceTest, SurvivesTheServer) {
     EXPECT_EQ(Program(":9999").take(kControlShiftE), ErrorCode::Disconnected);
     ASSERT_EQ(program_->take(kControlShiftE), Program::kTaken);
-    keyboard_.reset();
+    hands_.reset();
     server().kill();
     program_->pressesSoon(-1, 100ms);
     program_->giveUp();

@@ -6,17 +6,11 @@
 #include <cmath>
 
 #include "platform/displays_contract.h"
-#include "platform/posix/sd_event_loop.h"
 #include "support/desktop_test.h"
-#include "support/wait_until.h"
+#include "support/run_until.h"
 
 namespace dravo {
 namespace {
-
-using testing::Ramp;
-
-RampLevels asLevels(const Ramp& ramp) { return {ramp.red, ramp.green, ramp.blue}; }
-Ramp asRamp(const RampLevels& levels) { return {levels.red, levels.green, levels.blue}; }
 
 /// A client of a private X server with a loop of its own.
 class X11Client {
@@ -31,7 +25,7 @@ public:
 
     x11::X11TableDevice& device() { return *device_; }
     x11::EmergencyRestore& emergency() { return emergency_; }
-    Scheduler& scheduler() { return loop_; }
+    posix::SdEventLoop& loop() { return loop_; }
 
     /// Serves what has come so far.
     void runTurns() {
@@ -55,7 +49,7 @@ public:
         client_ = std::make_unique<X11Client>(xServer_.address());
         return client_->device();
     }
-    Scheduler& scheduler() override { return client_->scheduler(); }
+    Scheduler& scheduler() override { return client_->loop(); }
     void switchOn(int slot) override {
         xServer_.displays().enable(connector(slot), 1024 * slot);
         deliver();
@@ -69,16 +63,14 @@ public:
         deliver();
     }
     void foreignWrite(int slot, const RampLevels& levels) override {
-        xServer_.displays().setRamp(connector(slot), asRamp(levels));
+        xServer_.displays().setRamp(connector(slot), levels);
     }
-    RampLevels held(int slot) override { return asLevels(xServer_.displays().ramp(connector(slot))); }
+    RampLevels held(int slot) override { return xServer_.displays().ramp(connector(slot)); }
     std::string connector(int slot) override { return "DUMMY" + std::to_string(slot); }
     void shutDown() override { xServer_.kill(); }
     bool eventually(const std::function<bool()>& condition) override {
-        return testing::waitUntil([&] {
-            client_->runTurns();
-            return condition();
-        });
+        client_->runTurns();
+        return testing::runUntil(client_->loop(), condition);
     }
 
 private:
@@ -94,12 +86,7 @@ private:
     std::unique_ptr<X11Client> client_;
 };
 
-std::unique_ptr<DisplayBench> makeX11Bench() {
-    if (!testing::PrivateXServer::isInstalled() && !std::getenv("DRAVO_REQUIRE_DESKTOP")) return nullptr;
-    return std::make_unique<X11Bench>();
-}
-
-const auto kMaker = ::testing::Values(DisplayBenchMaker{"X11", makeX11Bench});
+const auto kMaker = ::testing::Values(DisplayBenchMaker{"X11", [] { return std::make_unique<X11Bench>(); }});
 INSTANTIATE_TEST_SUITE_P(X11, TableDeviceContract, kMaker);
 INSTANTIATE_TEST_SUITE_P(X11, DisplaysContract, kMaker);
 
@@ -114,7 +101,7 @@ class X11TableDeviceTest : public testing::DesktopTest {
 protected:
     /// A run with the filter on.
     RememberedDisplays& filter(float by = 0.5F) {
-        displays_.emplace(client().device(), store_, client().scheduler()).begin(LastingDisplays::Beginning::afresh);
+        displays_.emplace(client().device(), store_, client().loop()).begin(LastingDisplays::Beginning::afresh);
         displays_->show(dimmed(by), Fade::none);
         return *displays_;
     }
