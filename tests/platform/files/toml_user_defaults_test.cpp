@@ -132,10 +132,10 @@ TYPED_TEST(UserDefaultsContract, RefusesWhatIsNoNumberAndNoText) {
 }
 
 TYPED_TEST(UserDefaultsContract, ConvertsBetweenTypesAsReadersAsk) {
-    using Row = std::tuple<DefaultsValue, bool, std::int64_t, double, std::optional<std::string>>;
+    using Conversion = std::tuple<DefaultsValue, bool, std::int64_t, double, std::optional<std::string>>;
     constexpr auto kLowest = std::numeric_limits<std::int64_t>::min();
     constexpr auto kHighest = std::numeric_limits<std::int64_t>::max();
-    const std::vector<Row> rows{
+    const std::vector<Conversion> rows{
         {true, true, 1, 1.0, "1"},
         {std::int64_t{-7}, true, -7, -7.0, "-7"},
         {0.5, true, 0, 0.5, "0.5"},
