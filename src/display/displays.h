@@ -32,8 +32,9 @@ enum class DisplayState {
 /// One display as a person sees it in a list.
 struct DisplayDescription {
     DisplayId id{};
-    std::string name;           ///< The connector, e.g. "DP-1".
-    std::size_t tableSize = 0;  ///< Entries per channel of its hardware table; 0 when it has none, or nobody has told yet.
+    std::string name;  ///< The connector, e.g. "DP-1".
+    std::size_t tableSize =
+        0;  ///< Entries per channel of its hardware table; 0 when it has none, or nobody has told yet.
     DisplayState state = DisplayState::ready;
     Sentence problem;  ///< Why it cannot be filtered; empty when it can.
     bool operator==(const DisplayDescription&) const = default;
