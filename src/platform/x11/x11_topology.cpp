@@ -223,7 +223,8 @@ Result<Topology> queryTopology(const Connection& connection, const ServerFacts& 
         if (std::ranges::find(outputs, crtcs[i], &DeviceOutput::crtc) != outputs.end())
             profiles.monitors.push_back(crtcs[i]);
     }
-    std::ranges::stable_partition(profiles.monitors, [&](CrtcId crtc) { return crtc == primaryCrtc; });
+    std::stable_partition(profiles.monitors.begin(), profiles.monitors.end(),
+                          [&](CrtcId crtc) { return crtc == primaryCrtc; });
     for (auto& output : outputs)
         if (output.crtc) output.calibration = calibrationOfProfile(profiles.of(*output.crtc, outputs));
     if (connection.isBroken()) return disconnected();
