@@ -10,6 +10,7 @@
 
 #include "base/localized.h"
 #include "base/result.h"
+#include "base/scheduler.h"
 #include "base/subscription.h"
 #include "display/gamma_table.h"
 
@@ -42,9 +43,10 @@ struct DisplayDescription {
 
 /// What a session's displays are like: what the engine has to do for them, and what it may not.
 struct DisplayTraits {
-    bool tablesOutliveUs =
-        false;                ///< They stay when their writer dies: it takes saved tables and a guard to undo that.
-    bool needsLooks = false;  ///< Nobody announces a foreign change: look once a second.
+    /// They stay when their writer dies: it takes saved tables and a guard to undo that.
+    bool tablesOutliveUs = false;
+    /// How often to look for foreign changes that nobody announces; zero where there are none.
+    Duration lookPeriod{};
 };
 
 /// Whether a table comes on screen at once or in ten steps over 0.3 s.
@@ -86,8 +88,8 @@ public:
     /// Does nothing without a wish. During a fade its latest frame is loaded.
     virtual void loadAgain() = 0;
 
-    /// The steady look, once a second where `traits().needsLooks`: the same at the smallest cost. May find a foreign
-    /// change out only at the next call.
+    /// The steady look, once in `traits().lookPeriod`: the same at the smallest cost. May find a foreign change out
+    /// only at the next call.
     virtual void look() = 0;
 
     /// The hardware may differ from what the server says (wake, another session on screen): the next load of each
@@ -113,8 +115,8 @@ public:
     /// `callback` runs when `list` answers something new.
     [[nodiscard]] virtual Subscription onListChange(std::function<void()> callback) = 0;
 
-    /// `callback` runs in the event after which tables must be loaded again (outputs changed), with the new state
-    /// already visible here. A refusal is no such event.
+    /// `callback` runs in the event after which tables must be loaded again (outputs changed, somebody announced that
+    /// he writes), with the new state already visible here. A refusal is no such event.
     [[nodiscard]] virtual Subscription onLoadNeeded(std::function<void()> callback) = 0;
 
     /// `callback` runs once the server is gone for good; every operation then fails with `Disconnected`.

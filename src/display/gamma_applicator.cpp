@@ -1,14 +1,6 @@
 #include "display/gamma_applicator.h"
 
 namespace dravo {
-namespace {
-
-using namespace std::chrono_literals;
-
-/// A little early, so that a foreign change is undone within a second, the look's own delay included.
-constexpr Duration kReapplyPeriod = 990ms;
-
-}  // namespace
 
 GammaApplicator::GammaApplicator(Displays& displays, WakeSource& wakeSource, Scheduler& scheduler)
     : displays_(displays), scheduler_(scheduler), displayMonitor_(displays, wakeSource, scheduler) {
@@ -23,7 +15,8 @@ void GammaApplicator::apply(const GammaTable& table, Fade fade) {
     if (hasEnded_) return;
     currentTable_ = table;
     displays_.show(table, fade);
-    if (displays_.traits().needsLooks) reapplyTimer_ = scheduler_.every(kReapplyPeriod, [this] { displays_.look(); });
+    const Duration period = displays_.traits().lookPeriod;
+    if (period > Duration::zero()) reapplyTimer_ = scheduler_.every(period, [this] { displays_.look(); });
     displayMonitor_.start();
 }
 

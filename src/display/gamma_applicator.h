@@ -17,7 +17,7 @@ namespace dravo {
 /// Brings a table on every display and keeps it there, and gives the displays back. The only one who tells `Displays` a
 /// wish. It does not know what a table means.
 ///
-/// While a table is current it is loaded again at once after a display change or a wake, and about once a second where
+/// While a table is current it is loaded again at once after a display change or a wake, and from time to time where
 /// nobody announces what other programs load.
 ///
 /// Thread: main thread. Lifetime: releasing it in the middle of an animated reset finishes the reset at once; otherwise

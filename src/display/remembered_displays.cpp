@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include "display/idle_remains.h"
+
 namespace dravo {
 namespace {
 
@@ -40,13 +42,19 @@ bool RememberedDisplays::begin(Beginning how) {
         ledger_.declareOwnTables(store_.tables());
     }
     adopt();
-    if (isUnderstood) idleRemains_ = remainsOnIdleCrtcs();
+    if (isUnderstood) idleRemains_ = remainsOnIdleCrtcs(device_.topology(), identities_, store_.tables());
     if (how != Beginning::doubtful) save();
-    topologyIsFresh_ = true;
-    scheduler_.post(whileHere([this] { topologyIsFresh_ = false; }));
+    believeTopology();
     deviceChanges_ = device_.onChange([this] { serverChanged(); });
+    foreignWrites_ = device_.onForeignWrite([this] { contentsChanged(); });
     deviceLoss_ = device_.onLoss([this] { isGone_ = true; });
     return isUnderstood;
+}
+
+// Until the loop's next turn.
+void RememberedDisplays::believeTopology() {
+    topologyIsFresh_ = true;
+    scheduler_.post(whileHere([this] { topologyIsFresh_ = false; }));
 }
 
 void RememberedDisplays::adopt() {
@@ -84,48 +92,15 @@ void RememberedDisplays::adopt() {
         if (!hasTable(display.tableSize)) continue;
         const auto crtc = std::ranges::find(topology.crtcs, display.crtc, &CrtcLevels::crtc);
         ledger_.setProfile(display.id, outputs[i]->calibration);
+        if (outputs[i]->own) ledger_.setOwn(display.id, *outputs[i]->own);
         if (!ledger_.isShowing(display.crtc, display.id)) ledger_.appeared(display.id, display.crtc, crtc->levels);
     }
     displays_ = std::move(displays);
 }
 
-// A display that is off keeps its place in the ramps of an idle CRTC: what an unclean run left there would come back
-// with the next plug, perhaps when no Dravo runs any more. Where only one display of that run can have been on it, the
-// CRTC gets that display's table: not before the filter is off, so that what is plugged in is filtered from its first
-// frame.
-RememberedDisplays::Ramps RememberedDisplays::remainsOnIdleCrtcs() const {
-    const DeviceTopology& topology = device_.topology();
-    std::vector<const DeviceOutput*> idleOutputs;
-    std::vector<OutputIdentity> identities;
-    for (const auto& output : topology.outputs) {
-        if (output.crtc) continue;
-        idleOutputs.push_back(&output);
-        identities.push_back({output.connector, output.edid});
-    }
-    const auto ids = DisplayIdentities(identities_).assign(identities);
-    Ramps ramps;
-    for (const auto& table : topology.crtcs) {
-        const CrtcId crtc = table.crtc;
-        const RampLevels& held = table.levels;
-        const bool isOn = std::ranges::any_of(displays_, [&](const Display& display) { return display.crtc == crtc; });
-        if (isOn || !hasTable(held.size())) continue;
-        std::vector<const GammaTable*> candidates;
-        for (std::size_t i = 0; i < idleOutputs.size(); ++i) {
-            const auto saved = store_.tables().find(ids[i]);
-            const auto& possible = idleOutputs[i]->possibleCrtcs;
-            if (std::ranges::find(possible, crtc) != possible.end() && saved != store_.tables().end())
-                candidates.push_back(&saved->second);
-        }
-        if (candidates.size() != 1) continue;
-        auto levels = toLevels(*candidates.front(), held.size());
-        if (hasTable(levels.size()) && levels != held) ramps.push_back({crtc, std::move(levels)});
-    }
-    return ramps;
-}
-
 void RememberedDisplays::serverChanged() {
     if (isGivenBack_) return;
-    topologyIsFresh_ = false;
+    believeTopology();
     const auto before = list();
     adopt();
     ledger_.forgetContents();
@@ -134,6 +109,13 @@ void RememberedDisplays::serverChanged() {
     if (!before || !now || *before != *now) listChanges_.deliver();
     loadsNeeded_.deliver();
     payWhatIsOwed();
+}
+
+void RememberedDisplays::contentsChanged() {
+    if (isGivenBack_) return;
+    adopt();
+    publishGuard();
+    loadsNeeded_.deliver();
 }
 
 void RememberedDisplays::save() {
@@ -428,7 +410,7 @@ void RememberedDisplays::giveTheirOwn(const Ramps& ramps, const OnConfirmed& don
         Result<void> worst;
         for (std::size_t i = 0; i < outcomes.size(); ++i) {
             if (outcomes[i]) {
-                ledger_.restored(ramps[i].crtc);
+                ledger_.restored(ramps[i].crtc, ramps[i].levels);
                 std::erase_if(idleRemains_, [&](const CrtcLevels& idle) { return idle.crtc == ramps[i].crtc; });
             } else {
                 worst = outcomes[i];

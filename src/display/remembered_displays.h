@@ -36,7 +36,7 @@ public:
     Result<void> prepareHandOver() override;
     Result<std::vector<Restored>> restoreAll() override;
     std::string backend() const override { return device_.backend(); }
-    DisplayTraits traits() const override { return {.tablesOutliveUs = true, .needsLooks = true}; }
+    DisplayTraits traits() const override { return {.tablesOutliveUs = true, .lookPeriod = device_.lookPeriod()}; }
     Result<std::vector<DisplayDescription>> list() override;
     std::vector<Result<GammaTable>> held(std::span<const DisplayId> displays) override;
     void show(const std::optional<GammaTable>& wish, Fade fade) override;
@@ -64,9 +64,10 @@ private:
     using OnConfirmed = std::function<void(const Result<void>&)>;
 
     void adopt();
-    [[nodiscard]] Ramps remainsOnIdleCrtcs() const;
     [[nodiscard]] Ramps duesWithIdleRemains() const;
     void serverChanged();
+    void contentsChanged();
+    void believeTopology();
     void save();
     void publishGuard();
     [[nodiscard]] std::map<DisplayId, GammaTable> ownTables() const;
@@ -128,6 +129,7 @@ private:
     SubscriberList<> listChanges_;
     SubscriberList<> loadsNeeded_;
     Subscription deviceChanges_;
+    Subscription foreignWrites_;
     Subscription deviceLoss_;
 };
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/result.h"
+#include "base/scheduler.h"
 #include "base/subscription.h"
 #include "display/ramp_levels.h"
 
@@ -30,6 +31,8 @@ struct DeviceOutput {
     std::optional<CrtcId> crtc;             ///< What drives it now; none when it is off.
     std::vector<CrtcId> possibleCrtcs;      ///< What could drive it; may be empty where nobody tells.
     std::optional<GammaTable> calibration;  ///< The `vcgt` of its ICC profile.
+    std::optional<GammaTable> own = {};     ///< What the server itself would load into it now, where that is known.
+    bool operator==(const DeviceOutput&) const = default;
 };
 
 /// All of a server's tables and what hangs on them, at one moment. `crtcs` hold what their tables hold; without levels
@@ -52,6 +55,9 @@ public:
 
     /// Which kind of server this is, e.g. "x11".
     [[nodiscard]] virtual std::string backend() const = 0;
+
+    /// As `DisplayTraits` has it.
+    [[nodiscard]] virtual Duration lookPeriod() const = 0;
 
     /// What the server had when it was last asked: at construction, by `refresh`, and in each change that it announced.
     [[nodiscard]] virtual const DeviceTopology& topology() const = 0;
@@ -90,6 +96,13 @@ public:
 
     /// `callback` runs after any change of outputs or CRTCs, in the event that brought it; `topology` is new by then.
     [[nodiscard]] virtual Subscription onChange(std::function<void()> callback) = 0;
+
+    /// `callback` runs when somebody else says that he writes tables: what they hold has to be compared with what is
+    /// wanted. What is an output's own in `topology` may be new. A server where nobody says so never calls.
+    [[nodiscard]] virtual Subscription onForeignWrite(std::function<void()> callback) {
+        static_cast<void>(callback);
+        return {};
+    }
 
     /// `callback` runs once the server is gone for good; every operation then fails with `Disconnected`.
     [[nodiscard]] virtual Subscription onLoss(std::function<void()> callback) = 0;

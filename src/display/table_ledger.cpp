@@ -20,6 +20,10 @@ void TableLedger::setProfile(DisplayId display, std::optional<GammaTable> vcgt) 
     books_[display].profile = std::move(vcgt);
 }
 
+void TableLedger::setOwn(DisplayId display, const GammaTable& table) {
+    if (isLoadable(table)) books_[display].declared = table;
+}
+
 bool TableLedger::isShowing(CrtcId crtc, DisplayId display) const {
     const auto found = crtcs_.find(crtc);
     return found != crtcs_.end() && found->second.showing == display;
@@ -101,9 +105,9 @@ std::vector<CrtcLevels> TableLedger::owedCalibrations() const {
     return owed;
 }
 
-void TableLedger::restored(CrtcId id) {
+void TableLedger::restored(CrtcId id, const RampLevels& levels) {
     const auto found = crtcs_.find(id);
-    if (found == crtcs_.end()) return;
+    if (found == crtcs_.end() || found->second.written != levels) return;
     found->second.dirty = false;
     found->second.owed = false;
     found->second.restoredWhileOff = !found->second.showing;

@@ -27,6 +27,9 @@ public:
     /// The `vcgt` of the display's ICC profile, none if it has no profile with one. Tell it before `appeared`.
     void setProfile(DisplayId display, std::optional<GammaTable> vcgt);
 
+    /// What belongs to `display` from now on, whatever was found or declared before.
+    void setOwn(DisplayId display, const GammaTable& table);
+
     /// Whether `display` is booked as being on `crtc`. If not, read the CRTC and call `appeared`.
     [[nodiscard]] bool isShowing(CrtcId crtc, DisplayId display) const;
 
@@ -60,8 +63,9 @@ public:
     /// declared or found ones are distrusted, of an earlier one: to be written at once while nothing is filtered.
     [[nodiscard]] std::vector<CrtcLevels> owedCalibrations() const;
 
-    /// The server has confirmed that `crtc` holds its calibration: nothing is owed to it any more.
-    void restored(CrtcId crtc);
+    /// The server has confirmed that `crtc` holds `levels`, its calibration: nothing is owed to it any more, unless
+    /// something else has been sent meanwhile.
+    void restored(CrtcId crtc, const RampLevels& levels);
 
     /// What restoring has to write now: the calibration of every CRTC that carries ours; of one that has no display
     /// now, by the display that was last on it. Displays that others may be tinting while the filter is off are not in

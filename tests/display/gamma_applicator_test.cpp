@@ -272,6 +272,11 @@ TEST(GammaApplicatorTest, ShowsTheLatestWishOnAServerThatAnswersLate) {
     EXPECT_EQ(world.desk.log.size(), 2U) << "frames are left out while one is under way";
     world.scheduler.advance(100ms);
     EXPECT_TRUE(world.shows(kDark, 0) && world.shows(kDark, 1)) << "but not the last";
+
+    applicator.reset(Fade::none);
+    applicator.apply(kDark, Fade::none);
+    device.answerAll();
+    EXPECT_EQ(device.guarded().size(), 2U) << "what was confirmed in between is not on the displays any more";
     ASSERT_TRUE(applicator.shutDown());
     EXPECT_TRUE(world.showsOwn(0) && world.showsOwn(1));
     EXPECT_TRUE(device.guarded().empty());

@@ -53,13 +53,13 @@ TEST(TableLedgerTest, GivesAnIdleCrtcItsCalibrationOnceMoreWhenADisplayComes) {
     ledger.left(kFirst);
     for (const auto& [crtc, levels] : ledger.calibrations()) {
         ledger.wrote(crtc, levels);
-        ledger.restored(crtc);
+        ledger.restored(crtc, levels);
     }
     EXPECT_TRUE(ledger.calibrations().empty());
     ledger.appeared(kLaptop, kFirst, kOwn);
     ASSERT_EQ(byCrtc(ledger.owedCalibrations()), (std::map<CrtcId, RampLevels>{{kFirst, kOwn}}));
     ledger.wrote(kFirst, kOwn);
-    ledger.restored(kFirst);
+    ledger.restored(kFirst, kOwn);
     EXPECT_TRUE(ledger.owedCalibrations().empty());
 }
 
@@ -82,7 +82,7 @@ TEST(TableLedgerTest, SuspectsRemainsOfAnEarlierRunOnlyUntilTheFirstWrite) {
     ledger.appeared(kBeamer, kFirst, kTint);
     EXPECT_EQ(byCrtc(ledger.owedCalibrations()), (std::map<CrtcId, RampLevels>{{kFirst, kOwn}}));
     ledger.wrote(kFirst, kOwn);
-    ledger.restored(kFirst);
+    ledger.restored(kFirst, kOwn);
     ledger.left(kFirst);
     ledger.appeared(kBeamer, kFirst, kOther);
     EXPECT_TRUE(ledger.owedCalibrations().empty()) << "somebody else's choice since";
@@ -98,7 +98,7 @@ TEST(TableLedgerTest, OwesACalibrationUntilItIsConfirmed) {
         << "a display that the filter never reached";
     ledger.wrote(kSecond, kOwn);
     EXPECT_EQ(ledger.owedCalibrations().size(), 1U) << "until the server has confirmed it";
-    ledger.restored(kSecond);
+    ledger.restored(kSecond, kOwn);
     EXPECT_TRUE(ledger.owedCalibrations().empty());
 }
 
@@ -111,7 +111,8 @@ TEST(TableLedgerTest, TellsAGuardWhatToGiveBackOnEveryCrtcThatMayCarryOurs) {
     load(ledger, kFirst, kTint);
     load(ledger, kSecond, kTint);
     EXPECT_EQ(byCrtc(ledger.calibrations()), (std::map<CrtcId, RampLevels>{{kFirst, kOther}, {kSecond, kOwn}}));
-    ledger.restored(kFirst);
+    ledger.wrote(kFirst, kOther);
+    ledger.restored(kFirst, kOther);
     ledger.left(kSecond);
     EXPECT_EQ(byCrtc(ledger.calibrations()), (std::map<CrtcId, RampLevels>{{kSecond, kOwn}}));
     ledger.removed(kSecond);

@@ -31,7 +31,7 @@ public:
     void listen(DescriptorWatch& watch) override;
 
     std::string backend() const override { return "wlroots"; }
-    DisplayTraits traits() const override { return {.tablesOutliveUs = false, .needsLooks = false}; }
+    DisplayTraits traits() const override { return {}; }
     Result<std::vector<DisplayDescription>> list() override;
     /// What was loaded last, where the table is ours; others cannot be read.
     std::vector<Result<GammaTable>> held(std::span<const DisplayId> displays) override;

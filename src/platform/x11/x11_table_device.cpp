@@ -9,6 +9,8 @@ namespace dravo::x11 {
 
 namespace {
 
+/// A little early, so that a foreign change is undone within a second, the look's own delay included.
+constexpr std::chrono::milliseconds kLookPeriod{990};
 /// From a look's question to its use, at most: one period and a little for the timer.
 constexpr std::chrono::milliseconds kLookIsFresh{992};
 
@@ -72,6 +74,8 @@ void X11TableDevice::listen(DescriptorWatch& watch, Scheduler& scheduler) {
     readable_ = watch.whenReadable(xcb_get_file_descriptor(connection_.get()), [this] { handleEvents(); });
     noteQueuedEvents();
 }
+
+Duration X11TableDevice::lookPeriod() const { return kLookPeriod; }
 
 Result<void> X11TableDevice::refresh() {
     auto topology = queryTopology(connection_, facts_);

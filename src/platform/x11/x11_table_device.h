@@ -36,6 +36,7 @@ public:
     [[nodiscard]] GrayscaleService& grayscale() { return grayscale_; }
 
     std::string backend() const override { return "x11"; }
+    Duration lookPeriod() const override;
     const DeviceTopology& topology() const override { return topology_; }
     Result<void> refresh() override;
     void read(std::span<const CrtcId> crtcs, std::function<void(Result<Levels>)> done) override;

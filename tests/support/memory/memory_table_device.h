@@ -31,6 +31,7 @@ public:
     [[nodiscard]] const std::vector<CrtcLevels>& guarded() const { return guarded_; }
 
     std::string backend() const override { return "memory"; }
+    Duration lookPeriod() const override { return std::chrono::milliseconds(990); }
     const DeviceTopology& topology() const override { return topology_; }
     Result<void> refresh() override {
         if (!desk_.isUp()) return disconnected();
