@@ -26,6 +26,7 @@
 #include "platform/files/preferences_text.h"
 #include "platform/files/toml_user_defaults.h"
 #include "platform/gettext/catalogue_localizer.h"
+#include "platform/gnome/gnome_night_light.h"
 #include "platform/pictures/picture_module.h"
 #include "platform/posix/instance_lock.h"
 #include "platform/posix/sd_event_loop.h"
@@ -169,6 +170,7 @@ public:
         }
         lasting->begin(LastingDisplays::Beginning::doubtful);
         GrayscaleSwitch(session_->grayscale(), *saved_).undoUncleanRun();
+        gnome::undoPausedNightLight(*saved_);
         return lasting;
     }
 

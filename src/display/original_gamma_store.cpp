@@ -32,6 +32,7 @@ bool OriginalGammaStore::restoreIfNeeded() {
     for (const auto& path : paths()) takeOver(path);
     isBehind_ = true;
     // A file that does not say may be of a version that never did.
+    mayHaveLeftNightLightOff_ = saved_.nightLightIsOurs;
     mayHaveLeftGray_ = isLost() || (!ours_.empty() && saved_.grayIsOurs.value_or(true));
     return !ours_.empty();
 }
@@ -62,6 +63,16 @@ Result<void> OriginalGammaStore::saveAgain(const std::map<DisplayId, GammaTable>
 void OriginalGammaStore::setGrayIsOurs(bool isOurs) {
     if (saved_.grayIsOurs == isOurs) return;
     saved_.grayIsOurs = isOurs;
+    writeNote();
+}
+
+void OriginalGammaStore::setNightLightIsOurs(bool isOurs) {
+    if (saved_.nightLightIsOurs == isOurs) return;
+    saved_.nightLightIsOurs = isOurs;
+    writeNote();
+}
+
+void OriginalGammaStore::writeNote() {
     isBehind_ = true;
     if (damaged_.empty()) static_cast<void>(write());
 }
@@ -100,6 +111,7 @@ void OriginalGammaStore::takeOver(const std::filesystem::path& path) {
     // The folder in the home directory comes first, and its entries win.
     saved_.own.merge(tables->own);
     // Gray that one of two runs has left is gray.
+    saved_.nightLightIsOurs = saved_.nightLightIsOurs || tables->nightLightIsOurs;
     if (tables->grayIsOurs) saved_.grayIsOurs = saved_.grayIsOurs.value_or(false) || *tables->grayIsOurs;
     ours_.insert(path);
 }

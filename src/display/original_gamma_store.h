@@ -14,8 +14,8 @@
 namespace dravo {
 
 /// Keeps the displays' own tables in a file for as long as we may have written others, and whether we switched
-/// everything to gray: a file that is still there at the next start is the mark of an unclean end, and says what to
-/// give back. It knows no display server.
+/// everything to gray or a night light off: a file that is still there at the next start is the mark of an unclean end,
+/// and says what to give back. It knows no display server.
 ///
 /// The file is `original_gamma.json` in `~/.dravo`, or in the runtime folder where that cannot be written; the text
 /// is that of `encodeTables`, in native lengths. It is written whole or not at all, and a file that this object has
@@ -55,8 +55,14 @@ public:
     /// Errors: also `InvalidInput` (a damaged file is in its place).
     [[nodiscard]] Result<void> saveAgain(const std::map<DisplayId, GammaTable>& own);
 
+    /// Whether an earlier run that ended uncleanly may have left the desktop's night light switched off.
+    [[nodiscard]] bool mayHaveLeftNightLightOff() const { return mayHaveLeftNightLightOff_; }
+
     /// Notes whether everything is gray because of us. Comes before it is.
     void setGrayIsOurs(bool isOurs);
+
+    /// Notes whether the desktop's night light is off because of us. Comes before it is.
+    void setNightLightIsOurs(bool isOurs);
 
     /// Whether something is known that could not be written.
     [[nodiscard]] bool isBehind() const { return isBehind_ && damaged_.empty(); }
@@ -70,12 +76,14 @@ private:
     void takeOver(const std::filesystem::path& path);
     bool add(const std::map<DisplayId, GammaTable>& own);
     Result<void> write();
+    void writeNote();
 
     DataFolder folder_;
     SavedTables saved_;
     std::set<std::filesystem::path> ours_;  ///< Files that we have understood or written, and may replace.
     std::set<std::filesystem::path> damaged_;
     bool mayHaveLeftGray_ = false;
+    bool mayHaveLeftNightLightOff_ = false;
     bool isBehind_ = false;  ///< No file of ours says all of `saved_` in the right folder.
 };
 

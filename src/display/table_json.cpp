@@ -21,6 +21,7 @@ constexpr std::array<std::pair<const char*, std::vector<float> GammaTable::*>, 3
     {{"red", &GammaTable::red}, {"green", &GammaTable::green}, {"blue", &GammaTable::blue}}};
 
 constexpr std::string_view kGrayscale = "grayscale";
+constexpr std::string_view kNightLight = "nightLightPaused";
 
 // Written so that NaN fails the comparison and becomes 0.
 float level(float value) { return value > 0 ? std::min(value, 1.0F) : 0.0F; }
@@ -103,6 +104,10 @@ std::string encodeTables(const SavedTables& tables) {
         addKey(kGrayscale);
         text += *tables.grayIsOurs ? "true" : "false";
     }
+    if (tables.nightLightIsOurs) {
+        addKey(kNightLight);
+        text += "true";
+    }
     return text.empty() ? "{}" : text + "}";
 }
 
@@ -114,6 +119,10 @@ Result<SavedTables> decodeTables(std::string_view text) {
     for (const auto& [key, entry] : parsed->items()) {
         if (key == kGrayscale && entry.is_boolean()) {
             tables.grayIsOurs = entry.get<bool>();
+            continue;
+        }
+        if (key == kNightLight && entry.is_boolean()) {
+            tables.nightLightIsOurs = entry.get<bool>();
             continue;
         }
         const auto display = displayIdFor(key);

@@ -24,10 +24,13 @@ struct SavedTables {
     std::map<DisplayId, GammaTable> own;
     /// Whether that run has switched everything to gray; none in a text that does not say.
     std::optional<bool> grayIsOurs = {};
+    /// Whether that run has switched the desktop's night light off until tomorrow.
+    bool nightLightIsOurs = false;
     bool operator==(const SavedTables&) const = default;
 };
 
-/// One object with a table for each display, under its id in decimal, and `"grayscale":true` or `false`.
+/// One object with a table for each display, under its id in decimal, `"grayscale":true` or `false`, and
+/// `"nightLightPaused":true` where it is.
 [[nodiscard]] std::string encodeTables(const SavedTables& tables);
 
 /// Reads what `encodeTables` writes, also after a person had a hand in it: ids may start with "+"; entries whose key is

@@ -19,6 +19,7 @@ RunEngine::RunEngine(RunSession& session)
       locationService(std::make_unique<dbus::GeoclueLocationService>(systemBus, session.loop, "dravo")),
       notifications(std::make_unique<dbus::DesktopNotifications>(sessionBus, session.loop, session.loop)),
       zones(std::make_unique<posix::ZoneTablePosition>()),
+      nightLight(session.session->makeNightLight(sessionBus, session.loop, session.originalGamma)),
       customPresets(session.folder.home),
       breakNotifier(*notifications),
       breakTimer(*session.preferences, breakNotifier, session.loop),
@@ -40,6 +41,7 @@ Result<void> RunEngine::launch() {
     } else {
         grayscale.undoUncleanRun();
     }
+    inherited ? nightLight->takeOver() : nightLight->undoUncleanRun();
     if (wasUnclean && !inherited) {
         std::puts("Restored gamma from previous crash");
         std::fflush(stdout);
@@ -63,8 +65,11 @@ Result<void> RunEngine::restore() {
 void RunEngine::giveBack() {
     if (filterState) filterState->saveNow();
     grayscale.shutDown();
+    const auto given = applicator.shutDown();
+    // Behind our tables, which it writes over as soon as it goes on.
+    nightLight->giveBack();
     // Unconfirmed, the saved tables stay: the next start gives the displays back.
-    if (applicator.shutDown() && !grayscale.isOurs() && session_.session->lasting()) session_.originalGamma.clear();
+    if (given && !grayscale.isOurs() && session_.session->lasting()) session_.originalGamma.clear();
     session_.defaults->flush();
 }
 

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 
+#include "app/night_light.h"
 #include "base/result.h"
 #include "breaks/break_notifier.h"
 #include "breaks/break_timer.h"
@@ -55,6 +56,7 @@ public:
     std::unique_ptr<LocationService> locationService;
     std::unique_ptr<NotificationService> notifications;
     std::unique_ptr<ZonePositionSource> zones;
+    std::unique_ptr<NightLight> nightLight;
     CustomPresetStore customPresets;
     BreakNotifier breakNotifier;
     BreakTimer breakTimer;

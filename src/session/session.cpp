@@ -1,6 +1,8 @@
 #include "session/session.h"
 
+#include "platform/gnome/gnome_night_light.h"
 #include "session/absent_ports.h"
+#include "session/gnome_session.h"
 #include "session/no_displays_session.h"
 #include "session/wayland_socket.h"
 #include "session/wlr_session.h"
@@ -11,6 +13,7 @@ namespace dravo {
 std::unique_ptr<Session> Session::choose(Guarding guarding, const Environment& environment) {
     if (!isWaylandSession(environment)) return std::make_unique<X11Session>(guarding);
     if (auto session = WlrSession::find()) return session;
+    if (auto gnome = GnomeSession::find(guarding)) return gnome;
     return std::make_unique<NoDisplaysSession>();
 }
 
@@ -25,6 +28,12 @@ std::vector<PortReport> Session::report() {
     rows.push_back({kGrayscalePort, {}, {backend()}});
     if (!grayscale().isEnabled()) rows.back().finding = {{}, Sentence{kNoGrayscaleMode}};
     return rows;
+}
+
+// GNOME's is there on X11, too.
+std::unique_ptr<NightLight> Session::makeNightLight(dbus::Bus& sessionBus, Scheduler& scheduler,
+                                                    OriginalGammaStore& store) {
+    return std::make_unique<gnome::GnomeNightLight>(sessionBus, scheduler, store, nullptr);
 }
 
 std::vector<PortReport> Session::look(OriginalGammaStore& store, Scheduler& scheduler) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/hot_key_service.h"
+#include "app/night_light.h"
 #include "app/port_report.h"
 #include "base/descriptor_watch.h"
 #include "base/environment.h"
@@ -14,6 +15,7 @@
 #include "display/last_word.h"
 #include "display/lasting_displays.h"
 #include "display/original_gamma_store.h"
+#include "platform/dbus/bus.h"
 
 namespace dravo {
 
@@ -30,7 +32,8 @@ public:
     ///  1. outside a Wayland session, X11 by RandR. Never inside one, whatever DISPLAY says: its X server takes tables
     ///     and does nothing with them.
     ///  2. a compositor that hands out its displays' tables by wlr-gamma-control.
-    ///  3. none of these: a session whose displays cannot be filtered, where everything else works.
+    ///  3. GNOME, where its compositor is on the session bus.
+    ///  4. none of these: a session whose displays cannot be filtered, where everything else works.
     /// REQUIRES with `byLastWord`: no other thread yet.
     [[nodiscard]] static std::unique_ptr<Session> choose(Guarding guarding, const Environment& environment);
 
@@ -70,6 +73,10 @@ public:
 
     /// Needs no displays.
     [[nodiscard]] virtual std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) = 0;
+
+    /// The desktop's night light, over `sessionBus`. What it does is noted in `store`. Needs no displays.
+    [[nodiscard]] virtual std::unique_ptr<NightLight> makeNightLight(dbus::Bus& sessionBus, Scheduler& scheduler,
+                                                                     OriginalGammaStore& store);
 
     /// For a command: the same as `report`, from a look at displays that were not opened yet. Takes none from anybody.
     [[nodiscard]] std::vector<PortReport> look(OriginalGammaStore& store, Scheduler& scheduler);

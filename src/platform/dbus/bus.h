@@ -34,6 +34,17 @@ bool readDictionary(sd_bus_message* message,
 [[nodiscard]] std::string ruleFor(const std::string& service, const std::string& path, const std::string& interface,
                                   const std::string& member);
 
+/// A method call, with arguments as the bus library takes them. Null without a bus, and for a text that is not UTF-8.
+template <typename... Arguments>
+[[nodiscard]] Message makeCall(sd_bus* bus, const char* service, const char* path, const char* interface,
+                               const char* member, const char* types = "", Arguments... arguments) {
+    sd_bus_message* message = nullptr;
+    if (bus) sd_bus_message_new_method_call(bus, &message, service, path, interface, member);
+    Message call(message);
+    if (call && *types && sd_bus_message_append(message, types, arguments...) < 0) call.reset();
+    return call;
+}
+
 /// A connection to a message bus, driven by the loop: nothing waits, and every callback comes from the loop.
 ///
 /// A bus that goes away does no harm: calls under way end in an error, watched names vanish, and nothing more comes.
@@ -53,16 +64,11 @@ public:
     /// For what has no function here. Null before `open` and without a bus.
     [[nodiscard]] sd_bus* handle() const { return bus_.get(); }
 
-    /// A method call, with arguments as the bus library takes them. Null without a
-    /// bus, and for a text that is not UTF-8.
+    /// As `makeCall`, on this bus.
     template <typename... Arguments>
     [[nodiscard]] Message newCall(const char* service, const char* path, const char* interface, const char* member,
                                   const char* types = "", Arguments... arguments) {
-        sd_bus_message* message = nullptr;
-        if (bus_) sd_bus_message_new_method_call(bus_.get(), &message, service, path, interface, member);
-        Message call(message);
-        if (call && *types && sd_bus_message_append(message, types, arguments...) < 0) call.reset();
-        return call;
+        return makeCall(bus_.get(), service, path, interface, member, types, arguments...);
     }
 
     /// Sends the call; the subscription drops its answer. Without a bus that is `Disconnected`, from the loop as any.
