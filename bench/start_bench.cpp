@@ -1,6 +1,6 @@
 // From exec to the first filtered table, seen from outside: the program, without its desktop's side and with it, and a
-// bare client are started in turns, and one and the same observer asks the server for the last display's table until it
-// is not the neutral one any more.
+// bare client of the same kind of session are started in turns, on X11 and where Mutter drives the displays, and one
+// and the same observer asks the server for the last display's table until it is not the neutral one any more.
 // `start_bench [FOLDER]`: the home is made in FOLDER, else in memory.
 #include <linux/magic.h>
 #include <sys/prctl.h>
@@ -8,9 +8,12 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <map>
+#include <optional>
 #include <string>
 
 #include "figures.h"
+#include "support/private_mutter.h"
 #include "support/private_x_server.h"
 #include "support/process_under_test.h"
 
@@ -25,9 +28,16 @@ constexpr int kStarts = 50;
 constexpr std::size_t kDisplays = 3;
 constexpr const char* kLastDisplay = "DUMMY2";
 
+enum class Kind { x11, gnome };
+
 class Starts {
 public:
-    explicit Starts(const std::filesystem::path& parentOfHome) : home_(parentOfHome) {
+    Starts(const std::filesystem::path& parentOfHome, Kind kind) : home_(parentOfHome) {
+        if (kind == Kind::gnome) {
+            mutter_.emplace(xServer_);
+            session_["XDG_SESSION_TYPE"] = "wayland";
+            session_["DBUS_SESSION_BUS_ADDRESS"] = mutter_->bus().address();
+        }
         home_.writePreferences("hasSeenOnboarding = true\nfilterEnabled = true\n");
         neutral_ = xServer_.displays().ramps();
         need(neutral_.contains(kLastDisplay) && neutral_.size() == kDisplays, "the displays are not as they should be");
@@ -42,17 +52,18 @@ public:
 
     /// In milliseconds. The program must end well after it, too.
     double program(const char* mode) {
-        testing::ProcessUnderTest program(home_, {mode}, {{"DISPLAY", xServer_.address()}});
+        testing::ProcessUnderTest program(home_, {mode}, session_);
         const double time = untilFirstTable(program);
         program.signal(SIGUSR2);
         needGoodEnd(program);
-        need(xServer_.displays().ramps() == neutral_, "the program left a table behind");
+        need(testing::waitUntil([&] { return xServer_.displays().ramps() == neutral_; }),
+             "the program left a table behind");
         need(!std::filesystem::exists(home_.path() / ".dravo/original_gamma.json"), "the saved tables are still there");
         return time;
     }
 
     double bareClient() {
-        ChildProcess client(BARE_CLIENT, {.environment = {{"DISPLAY", xServer_.address()}}});
+        ChildProcess client(mutter_ ? BARE_BUS_CLIENT : BARE_CLIENT, {.environment = session_});
         const double time = untilFirstTable(client);
         needGoodEnd(client);
         for (const auto& [display, ramp] : neutral_) xServer_.displays().setRamp(display, ramp);
@@ -75,6 +86,8 @@ private:
     }
 
     testing::PrivateXServer xServer_{kDisplays};
+    std::optional<testing::PrivateMutter> mutter_;
+    std::map<std::string, std::string> session_{{"DISPLAY", xServer_.address()}};
     testing::TestHome home_;
     testing::Ramps neutral_;
 };
@@ -87,9 +100,9 @@ void print(const char* what, const char* place, const Figures& program, const Fi
         percentile(program, 0.95), percentile(bareClient, 0.95), kStarts);
 }
 
-void measure(const std::filesystem::path& parentOfHome) {
+void measure(const std::filesystem::path& parentOfHome, Kind kind) {
     prctl(PR_SET_TIMERSLACK, 1);  // or each of the observer's short sleeps takes 50 µs longer
-    Starts starts(parentOfHome);
+    Starts starts(parentOfHome, kind);
     Figures headless;
     Figures whole;
     Figures bareClient;
@@ -103,8 +116,9 @@ void measure(const std::filesystem::path& parentOfHome) {
         whole.push_back(timeWhole);
         bareClient.push_back(timeBare);
     }
-    print("`--headless`", starts.homeIsOn(), headless, bareClient);
-    print("the whole program", starts.homeIsOn(), whole, bareClient);
+    const std::string on = kind == Kind::gnome ? " over Mutter's bus" : "";
+    print(("`--headless`" + on).c_str(), starts.homeIsOn(), headless, bareClient);
+    print(("the whole program" + on).c_str(), starts.homeIsOn(), whole, bareClient);
 }
 
 }  // namespace
@@ -112,5 +126,9 @@ void measure(const std::filesystem::path& parentOfHome) {
 
 int main(int argc, char** argv) {
     const std::filesystem::path parentOfHome = argc > 1 ? std::filesystem::absolute(argv[1]) : "";
-    return dravo::bench::run("start_bench", [&] { dravo::bench::measure(parentOfHome); });
+    using dravo::bench::Kind;
+    return dravo::bench::run("start_bench", [&] {
+        dravo::bench::measure(parentOfHome, Kind::x11);
+        dravo::bench::measure(parentOfHome, Kind::gnome);
+    });
 }
