@@ -94,9 +94,9 @@ void GnomeNightLight::setOurs(bool isOurs) {
 
 void undoPausedNightLight(OriginalGammaStore& store) {
     if (!store.mayHaveLeftNightLightOff()) return;
-    constexpr std::chrono::seconds kPatience{2};
+    constexpr std::chrono::seconds kUndoPatience{2};
     if (const auto bus = dbus::BusLink::open(dbus::Bus::Kind::session))
-        static_cast<void>((*bus)->ask(switchNightLightCall(**bus, true), kPatience));
+        static_cast<void>((*bus)->ask(switchNightLightCall(**bus, true), kUndoPatience));
     store.setNightLightIsOurs(false);
 }
 

@@ -17,7 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kPatience{2000};
+constexpr std::chrono::milliseconds kLastWordPatience{2000};
 constexpr const char* kBus = "org.freedesktop.DBus";
 constexpr const char* kBusPath = "/org/freedesktop/DBus";
 
@@ -30,7 +30,7 @@ std::chrono::milliseconds until(steady_clock::time_point deadline) {
 Result<void> MutterLastWord::open() {
     auto bus = BusLink::open(dbus::Bus::Kind::session);
     if (!bus) return bus.error();
-    const auto answer = (*bus)->ask((*bus)->newCall(kBus, kBusPath, kBus, "GetId"), kPatience);
+    const auto answer = (*bus)->ask((*bus)->newCall(kBus, kBusPath, kBus, "GetId"), kLastWordPatience);
     if (!answer) return answer.error();
     bus_ = std::move(*bus);
     isOpen_.store(true, std::memory_order_release);
@@ -51,7 +51,7 @@ void MutterLastWord::setTables(std::shared_ptr<const std::vector<CrtcLevels>> ta
 
 void MutterLastWord::speak() {
     if (!isOpen()) return;
-    const auto deadline = steady_clock::now() + kPatience;
+    const auto deadline = steady_clock::now() + kLastWordPatience;
     takePenAway(deadline);
     restore(deadline);
 }

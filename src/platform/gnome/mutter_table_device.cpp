@@ -13,7 +13,7 @@ namespace {
 using namespace std::chrono_literals;
 
 /// For a compositor that is busy when we start.
-constexpr std::chrono::milliseconds kPatience{2000};
+constexpr std::chrono::milliseconds kStartPatience{2000};
 /// For what a third program writes, which nobody announces.
 constexpr Duration kLookPeriod = 30s;
 
@@ -58,7 +58,7 @@ Result<std::unique_ptr<BusLink>> MutterTableDevice::connect() {
     if (!bus) return bus;
     constexpr const char* kBus = "org.freedesktop.DBus";
     const auto answer = (*bus)->ask(
-        (*bus)->newCall(kBus, "/org/freedesktop/DBus", kBus, "NameHasOwner", "s", kDisplayConfig), kPatience);
+        (*bus)->newCall(kBus, "/org/freedesktop/DBus", kBus, "NameHasOwner", "s", kDisplayConfig), kStartPatience);
     if (!answer) return answer.error();
     int isOwned = 0;
     if (sd_bus_message_read(answer->get(), "b", &isOwned) < 0 || isOwned == 0)
@@ -70,7 +70,7 @@ Result<std::unique_ptr<MutterTableDevice>> MutterTableDevice::create(std::unique
                                                                      MutterLastWord* lastWord) {
     std::unique_ptr<MutterTableDevice> device(new MutterTableDevice(std::move(bus), lastWord));
     device->fetch();
-    device->finish(kPatience);
+    device->finish(kStartPatience);
     if (!device->latestFetch_) return device->latestFetch_.error();
     return device;
 }
