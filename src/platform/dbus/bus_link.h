@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/descriptor_watch.h"
@@ -67,6 +68,8 @@ public:
 private:
     /// Whoever waits for messages, and how they reach him.
     struct Listener {
+        Listener(BusLink* owner, std::function<void(sd_bus_message*)> whatToDo)
+            : link(owner), callback(std::move(whatToDo)) {}
         BusLink* link;
         std::function<void(sd_bus_message*)> callback;
         Slot slot = {};
