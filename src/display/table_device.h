@@ -99,6 +99,7 @@ public:
 
     /// `callback` runs when somebody else says that he writes tables: what they hold has to be compared with what is
     /// wanted. What is an output's own in `topology` may be new. A server where nobody says so never calls.
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): as its overrides take it
     [[nodiscard]] virtual Subscription onForeignWrite(std::function<void()> /*callback*/) { return {}; }
 
     /// `callback` runs once the server is gone for good; every operation then fails with `Disconnected`.
