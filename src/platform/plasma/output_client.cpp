@@ -153,10 +153,11 @@ struct OutputClient::Listeners {
 };
 
 OutputClient::Offer OutputClient::offerOf(std::span<const Connection::Global> globals) {
-    const auto manager = std::ranges::find(globals, kde_output_management_v2_interface.name, &Connection::Global::interface);
+    const auto manager =
+        std::ranges::find(globals, kde_output_management_v2_interface.name, &Connection::Global::interface);
     if (manager == globals.end()) return Offer::nothing;
     return manager->version < KDE_OUTPUT_CONFIGURATION_V2_SET_ICC_PROFILE_PATH_SINCE_VERSION ? Offer::tooOld
-                                                                                              : Offer::profiles;
+                                                                                             : Offer::profiles;
 }
 
 OutputClient::OutputClient(std::unique_ptr<Connection> connection, const std::vector<Connection::Global>& globals)
@@ -193,7 +194,8 @@ void OutputClient::noteGlobal(const Connection::Global& global) {
 }
 
 void OutputClient::noteRemoval(std::uint32_t name) {
-    hasChanged_ = std::erase_if(devices_, [name](const auto& device) { return device->name() == name; }) > 0 || hasChanged_;
+    hasChanged_ =
+        std::erase_if(devices_, [name](const auto& device) { return device->name() == name; }) > 0 || hasChanged_;
 }
 
 void OutputClient::add(kde_output_device_v2* proxy, std::uint32_t name) {
@@ -238,7 +240,6 @@ void OutputClient::configure(std::span<const Change> changes) {
                                                                  static_cast<std::uint32_t>(*profile.source));
     }
     kde_output_configuration_v2_apply(configuration_);
-    connection_->flush();
 }
 
 void OutputClient::noteAnswer(Result<void> answer) {

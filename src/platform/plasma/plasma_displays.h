@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "base/descriptor_watch.h"
 #include "base/observable.h"
 #include "base/scheduler.h"
 #include "display/display_identity.h"
@@ -66,36 +67,39 @@ private:
         DisplayId id{};
         Output output;
         ProfileSetting own;
-        bool carriesOurs = false;          ///< Also when nobody knows yet whether it arrived.
-        std::optional<RampLevels> loaded;  ///< What the file of ours that it follows holds.
-        Sentence refusal;                  ///< Of the latest change; empty if it was taken.
-        int attempts = 0;                  ///< Refused ones, since something has changed.
-        bool mayTry = true;
-        bool wantsItsOwnTry = false;  ///< A change of several displays was refused: one of them may be the cause.
+        bool carriesOurs = false;               ///< Or has been told to, and nobody knows yet whether it does.
+        std::optional<RampLevels> loaded;       ///< What it shows, where it follows a file of ours.
+        Sentence refusal;                       ///< Of the latest change; empty if it was taken.
+        int attempts = 0;                       ///< Refused ones, since something has changed.
+        SteadyTime notBefore{};                 ///< No change of it earlier than this.
+        std::optional<SteadyTime> lastContest;  ///< When somebody last put another profile in place of ours.
+        bool wantsItsOwnTry = false;  ///< A change of several was refused, of which one may have been the cause.
     };
     /// What is to be done with a display.
     struct Step {
         DisplayId display{};
         OutputClient::Change change;
         std::optional<RampLevels> levels;  ///< None: it gets its own back.
-        bool operator==(const Step&) const = delete;
     };
+    using Steps = std::vector<Step>;
 
     void serve();
     void react();
+    void send();
     void adopt();
-    void compare(Display& display, const Output& output, bool isUnderWay);
+    void observe(Display& display);
+    void noteContest(Display& display);
     void noteAnswer(const Result<void>& answer);
     void bringWish();
-    [[nodiscard]] std::vector<Step> dueSteps() const;
-    [[nodiscard]] Result<void> writeProfile(const Display& display, const Step& step);
-    [[nodiscard]] bool canBeFiltered(const Display& display) const;
+    [[nodiscard]] Steps dueSteps();
+    [[nodiscard]] Result<void> writeProfile(const Display& display, const Step& step) const;
+    [[nodiscard]] static bool canBeFiltered(const Display& display);
     void refuse(Display& display, Sentence why);
     void tryAllAgain();
-    void save(const std::vector<Step>& steps);
-    void publishGuard(const std::vector<Step>& steps);
+    void publishGuard();
     [[nodiscard]] Result<void> settle();
     [[nodiscard]] Display* find(DisplayId id);
+    [[nodiscard]] DisplayDescription describe(const Display& display) const;
     [[nodiscard]] std::vector<DisplayDescription> rows() const;
     void tell();
 
@@ -113,11 +117,11 @@ private:
     std::vector<Display> displays_;
 
     std::optional<GammaTable> wish_;
-    bool isOnlyLooking_ = true;
+    bool hasBeenTold_ = false;  ///< Until then nothing is changed: the first wish says what follows an unclean run.
     bool isGivenBack_ = false;
-    std::vector<Step> underWay_;
+    Steps underWay_;
     Timer retry_;
-    std::optional<SteadyTime> lastContest_;  ///< When somebody last put another profile in place of ours.
+    Timer flushing_;
 
     SteadyTime goneSince_{};
     int attempts_ = 0;
@@ -125,6 +129,7 @@ private:
     bool isGone_ = false;  ///< For good.
 
     std::vector<DisplayDescription> told_;
+    bool wasFiltering_ = false;
     bool needsLoad_ = false;
     SubscriberList<bool> filterings_;
     SubscriberList<> listChanges_;

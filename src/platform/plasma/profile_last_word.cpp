@@ -18,8 +18,7 @@ constexpr std::chrono::milliseconds kPatience{2000};
 template <typename Condition>
 bool serveUntil(OutputClient& client, std::chrono::steady_clock::time_point deadline, const Condition& isDone) {
     while (!isDone()) {
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
         if (left.count() <= 0 || (!client.connection().wait(left) && client.connection().isBroken())) return false;
         client.notice();
     }
