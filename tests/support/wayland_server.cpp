@@ -51,13 +51,14 @@ void WaylandServer::listen() {
     display_ = wl_display_create();
     wl_display_add_socket_fd(display_, listenAt(address()));
     const auto nothing = [](int, std::uint32_t, void*) { return 0; };
-    wl_event_loop_add_fd(wl_display_get_event_loop(display_), wakeUp_, WL_EVENT_READABLE, nothing, nullptr);
+    asking_ = wl_event_loop_add_fd(wl_display_get_event_loop(display_), wakeUp_, WL_EVENT_READABLE, nothing, nullptr);
     open(display_);
 }
 
 void WaylandServer::close() {
     if (!display_) return;
     wl_display_destroy_clients(display_);
+    wl_event_source_remove(asking_);
     wl_display_destroy(display_);
     display_ = nullptr;
     ::unlink(address().c_str());

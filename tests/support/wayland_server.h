@@ -71,6 +71,7 @@ private:
     TemporaryFolder folder_;
     const int wakeUp_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     wl_display* display_ = nullptr;
+    wl_event_source* asking_ = nullptr;
     bool isEnding_ = false;
     std::atomic<bool> isFrozen_ = false;
     std::atomic<std::chrono::milliseconds> delay_{std::chrono::milliseconds{0}};

@@ -8,8 +8,6 @@
 #include <string_view>
 #include <utility>
 
-#include "base/localized.h"
-
 namespace dravo::plasma {
 namespace {
 
@@ -152,21 +150,10 @@ struct OutputClient::Listeners {
     };
 };
 
-OutputClient::Offer OutputClient::offerOf(std::span<const Connection::Global> globals) {
-    const auto manager =
-        std::ranges::find(globals, kde_output_management_v2_interface.name, &Connection::Global::interface);
-    if (manager == globals.end()) return Offer::nothing;
-    return manager->version < KDE_OUTPUT_CONFIGURATION_V2_SET_ICC_PROFILE_PATH_SINCE_VERSION ? Offer::tooOld
-                                                                                             : Offer::profiles;
-}
-
-OutputClient::OutputClient(std::unique_ptr<Connection> connection, const std::vector<Connection::Global>& globals)
-    : connection_(std::move(connection)) {
+OutputClient::OutputClient(std::unique_ptr<Connection> connection) : connection_(std::move(connection)) {
     connection_->onGlobal = [this](const Connection::Global& global) { noteGlobal(global); };
     connection_->onGlobalRemoved = [this](std::uint32_t name) { noteRemoval(name); };
-    for (const auto& global : globals) noteGlobal(global);
     question_ = connection_->ask();
-    hasNew_ = false;
 }
 
 OutputClient::~OutputClient() {

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <set>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/wayland/wayland_connection.h"
@@ -44,13 +44,8 @@ struct Output {
 /// Thread: one.
 class OutputClient {
 public:
-    /// What a compositor has for us.
-    enum class Offer { nothing, tooOld, profiles };
-    [[nodiscard]] static Offer offerOf(std::span<const wayland::Connection::Global> globals);
-
-    /// `globals` have been told already; others may come.
-    OutputClient(std::unique_ptr<wayland::Connection> connection,
-                 const std::vector<wayland::Connection::Global>& globals);
+    /// REQUIRES: nothing has come on `connection` yet.
+    explicit OutputClient(std::unique_ptr<wayland::Connection> connection);
     ~OutputClient();
     OutputClient(const OutputClient&) = delete;
     OutputClient& operator=(const OutputClient&) = delete;

@@ -57,7 +57,7 @@ ProfileSetting restorable(const ProfileSetting& own) {
     return {{}, own.source == ProfileSource::icc ? std::optional(ProfileSource::srgb) : own.source};
 }
 
-Error disconnected() { return {ErrorCode::Disconnected, "the compositor is gone"}; }
+Error disconnected() { return {ErrorCode::Disconnected, textKey("the display server is gone")}; }
 
 std::chrono::milliseconds inMilliseconds(Duration time) {
     return std::chrono::ceil<std::chrono::milliseconds>(std::max(time, Duration::zero()));
@@ -66,7 +66,7 @@ std::chrono::milliseconds inMilliseconds(Duration time) {
 }  // namespace
 
 PlasmaDisplays::PlasmaDisplays(std::unique_ptr<OutputClient> client, OriginalGammaStore& store, ProfileFiles files,
-                               Scheduler& scheduler, ProfileLastWord* lastWord)
+                               Scheduler& scheduler, ProfileLastWord& lastWord)
     : scheduler_(scheduler), store_(store), files_(std::move(files)), lastWord_(lastWord), client_(std::move(client)) {}
 
 PlasmaDisplays::~PlasmaDisplays() = default;
@@ -177,11 +177,11 @@ bool PlasmaDisplays::canBeFiltered(const Display& display) {
 DisplayDescription PlasmaDisplays::describe(const Display& display) const {
     DisplayDescription row{display.id, display.output.connector, kTableSize, DisplayState::ready, display.refusal};
     if (!client_) {
-        row.problem = {kIsGone};
+        row.problem = kIsGone;
     } else if (!display.output.takesProfiles) {
-        row.problem = {kNoProfiles};
+        row.problem = kNoProfiles;
     } else if (display.output.isHdr) {
-        row.problem = {kHdr};
+        row.problem = kHdr;
     }
     if (!row.problem.empty())
         row.state = row.problem.text == kNoProfiles ? DisplayState::noTable : DisplayState::refused;
@@ -207,9 +207,9 @@ std::vector<Result<GammaTable>> PlasmaDisplays::held(std::span<const DisplayId> 
         if (isGone_ || !client_) {
             tables.emplace_back(disconnected());
         } else if (!display || !display->output.isOn) {
-            tables.emplace_back(Error{ErrorCode::NotFound, std::string(textKey("this display is not on").english)});
+            tables.emplace_back(Error{ErrorCode::NotFound, textKey("this display is not on")});
         } else if (!display->output.takesProfiles) {
-            tables.emplace_back(Error{ErrorCode::Unsupported, std::string(kNoProfiles.english)});
+            tables.emplace_back(Error{ErrorCode::Unsupported, kNoProfiles});
         } else {
             const auto& [path, source] = display->output.profile;
             const bool followsIt = source.value_or(ProfileSource::icc) == ProfileSource::icc;
@@ -285,7 +285,7 @@ void PlasmaDisplays::bringWish() {
         Display& display = *find(step.display);
         if (step.levels) {
             if (const auto written = writeProfile(display, step); !written) {
-                refuse(display, {{"%@", "%@"}, {written.error().message}});
+                refuse(display, written.error().message);
                 continue;
             }
             own.emplace(display.id, saved(display.own));
@@ -323,8 +323,8 @@ void PlasmaDisplays::noteAnswer(const Result<void>& answer) {
         display->wantsItsOwnTry = false;
         const bool isDone = step.levels ? display->loaded == step.levels : !display->carriesOurs;
         if (!answer || (!isDone && !step.levels)) {
-            const std::string reason = answer ? std::string() : answer.error().message;
-            refuse(*display, reason.empty() ? Sentence{kRefused} : Sentence{kRefusedBecause, {reason}});
+            const Sentence reason = answer ? Sentence() : answer.error().message;
+            refuse(*display, reason.empty() ? Sentence(kRefused) : Sentence(kRefusedBecause, {reason}));
             continue;
         }
         if (!isDone) noteContest(*display);
@@ -344,11 +344,11 @@ void PlasmaDisplays::refuse(Display& display, Sentence why) {
 }
 
 void PlasmaDisplays::publishGuard() {
-    if (!lastWord_ || !client_) return;
+    if (!client_) return;
     std::map<std::string, ProfileSetting> own;
     for (const auto& display : displays_)
         if (display.carriesOurs) own.emplace(display.output.connector, restorable(display.own));
-    lastWord_->guard(std::move(own), client_->connection().descriptor());
+    lastWord_.guard(std::move(own), client_->connection().descriptor());
 }
 
 PlasmaDisplays::Display* PlasmaDisplays::find(DisplayId id) {
@@ -361,7 +361,7 @@ Result<void> PlasmaDisplays::settle() {
     const SteadyTime deadline = scheduler_.steadyNow() + kPatience;
     while (client_ && (!client_->isComplete() || !underWay_.empty())) {
         const Duration left = deadline - scheduler_.steadyNow();
-        if (left <= Duration::zero()) return Error{ErrorCode::Busy, "the compositor does not answer"};
+        if (left <= Duration::zero()) return Error{ErrorCode::Busy, textKey("the display server does not answer")};
         if (client_->connection().wait(inMilliseconds(left))) {
             react();
         } else if (client_->connection().isBroken()) {
@@ -380,8 +380,7 @@ Result<void> PlasmaDisplays::giveBack(GivingBack how) {
     auto outcome = settle();
     isGivenBack_ = how == GivingBack::forGood;
     const auto refused = std::ranges::find_if(displays_, &Display::carriesOurs);
-    if (outcome && refused != displays_.end())
-        outcome = Error{ErrorCode::PermissionDenied, inEnglish(refused->refusal)};
+    if (outcome && refused != displays_.end()) outcome = Error{ErrorCode::PermissionDenied, refused->refusal};
     tell();
     return outcome;
 }
@@ -413,7 +412,7 @@ Result<std::vector<LastingDisplays::Restored>> PlasmaDisplays::restoreAll() {
         if (!display || !display->output.isOn) continue;
         auto& row = restored.emplace_back(Restored{describe(*display), source, {}});
         if (!display->carriesOurs) continue;
-        row.outcome = settled ? Error{ErrorCode::PermissionDenied, inEnglish(display->refusal)} : settled.error();
+        row.outcome = settled ? Error{ErrorCode::PermissionDenied, display->refusal} : settled.error();
     }
     if (std::ranges::none_of(displays_, &Display::carriesOurs)) store_.clear();
     return restored;
@@ -452,7 +451,7 @@ void PlasmaDisplays::awaitReturn() {
 void PlasmaDisplays::reconnect() {
     auto connection = Connection::create();
     if (connection) {
-        client_ = std::make_unique<OutputClient>(std::move(*connection), std::vector<Connection::Global>());
+        client_ = std::make_unique<OutputClient>(std::move(*connection));
         if (watch_) listen(*watch_);
     } else if (scheduler_.steadyNow() - goneSince_ < kLongestAbsence) {
         awaitReturn();

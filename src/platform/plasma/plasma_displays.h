@@ -28,15 +28,16 @@ namespace dravo::plasma {
 /// There are no fades. While the compositor is gone this waits for its return; after two minutes it is gone for good.
 class PlasmaDisplays final : public LastingDisplays {
 public:
-    /// `client` is complete. `lastWord` may be null. Lifetime: all but `client` outlive it.
+    /// `client` is complete. Lifetime: store, scheduler and last word outlive it.
     PlasmaDisplays(std::unique_ptr<OutputClient> client, OriginalGammaStore& store, ProfileFiles files,
-                   Scheduler& scheduler, ProfileLastWord* lastWord);
+                   Scheduler& scheduler, ProfileLastWord& lastWord);
     ~PlasmaDisplays() override;
 
     /// Serves the compositor's connection from the loop.
     void listen(DescriptorWatch& watch);
 
-    /// `callback` hears whether there is a wish, at each change.
+    /// Whether there is a wish. `callback` hears it at each change.
+    [[nodiscard]] bool isFiltering() const { return wish_.has_value(); }
     [[nodiscard]] Subscription onFiltering(std::function<void(bool)> callback) {
         return filterings_.add(std::move(callback));
     }
@@ -110,7 +111,7 @@ private:
     Scheduler& scheduler_;
     OriginalGammaStore& store_;
     ProfileFiles files_;
-    ProfileLastWord* lastWord_;
+    ProfileLastWord& lastWord_;
     DescriptorWatch* watch_ = nullptr;      ///< Null until there is a loop.
     std::unique_ptr<OutputClient> client_;  ///< Null while the compositor is gone.
     DisplayIdentities identities_;

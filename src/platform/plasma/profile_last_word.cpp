@@ -47,7 +47,7 @@ void ProfileLastWord::speak() {
     ::shutdown(targets->engineConnection.get(), SHUT_RDWR);
     auto connection = Connection::create();
     if (!connection) return;
-    OutputClient client(std::move(*connection), {});
+    OutputClient client(std::move(*connection));
     if (!serveUntil(client, deadline, [&] { return client.isComplete(); })) return;
     std::vector<OutputClient::Change> changes;
     for (const auto& output : client.outputs())

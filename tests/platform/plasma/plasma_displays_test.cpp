@@ -1,8 +1,10 @@
-#include "platform/plasma/plasma_displays.h"
+#include "platform/plasma/plasma_desk.h"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <stdexcept>
+#include <thread>
 
 #include "platform/posix/sd_event_loop.h"
 #include "support/environment_variable.h"
@@ -33,19 +35,14 @@ RampLevels levelsOf(const GammaTable& table) { return toLevels(table, 256); }
 class PlasmaRun {
 public:
     PlasmaRun(PlasmaCompositor& compositor, const TemporaryFolder& folder, Beginning how = Beginning::afresh)
-        : store({folder / "home", folder / "run"}), lastWord(ProfileFiles({folder / "home", folder / "run"})) {
+        : desk({folder / "home", folder / "run"}), store({folder / "home", folder / "run"}) {
         address_.set(compositor.address());
-        auto connection = wayland::Connection::create();
-        auto client =
-            std::make_unique<OutputClient>(std::move(*connection), std::vector<wayland::Connection::Global>());
-        while (!client->isComplete() && client->connection().wait(2s)) client->notice();
-        displays = std::make_unique<PlasmaDisplays>(std::move(client), store,
-                                                    ProfileFiles({folder / "home", folder / "run"}), loop, &lastWord);
-        wasUnclean = displays->begin(how);
+        if (!desk.open(store, loop)) throw std::runtime_error("no compositor");
+        wasUnclean = desk.displays().begin(how);
     }
 
-    PlasmaDisplays* operator->() { return displays.get(); }
-    void listen() { displays->listen(loop); }
+    PlasmaDisplays* operator->() { return &desk.displays(); }
+    void listen() { desk.listen(loop); }
     bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds patience = kPatience) {
         return waitUntil(
             [&] {
@@ -59,13 +56,13 @@ public:
         eventually([] { return false; }, time);
     }
     DisplayDescription row(const std::string& name) {
-        for (const auto& row : *displays->list())
+        for (const auto& row : *desk.displays().list())
             if (row.name == name) return row;
         return {};
     }
     /// A clean end.
     void quit() {
-        EXPECT_TRUE(displays->giveBack(GivingBack::forGood));
+        EXPECT_TRUE(desk.displays().giveBack(GivingBack::forGood));
         store.clear();
     }
 
@@ -74,9 +71,8 @@ private:
 
 public:
     posix::SdEventLoop loop;
+    PlasmaDesk desk;
     OriginalGammaStore store;
-    ProfileLastWord lastWord;
-    std::unique_ptr<PlasmaDisplays> displays;
     bool wasUnclean = false;
 };
 
@@ -325,7 +321,7 @@ TEST_F(PlasmaDisplaysTest, LastWordIsTheLastWhateverIsStillUnderWay) {
         // The main thread hangs, and its change has not been read.
         if (isStuck) compositor.freeze();
         run->show(tinted(0.5F), Fade::none);
-        std::thread guard([&] { run.lastWord.speak(); });
+        std::thread guard([&] { run.desk.lastWord().speak(); });
         std::this_thread::sleep_for(50ms);
         compositor.thaw();
         guard.join();
@@ -359,13 +355,6 @@ TEST_F(PlasmaDisplaysTest, RestoresWhateverWasLeftAndTellsOfEachDisplay) {
     for (const char* name : {"DP-1", "DP-2"}) EXPECT_EQ(compositor.setting(name), Setting{});
     EXPECT_EQ(compositor.setting("DP-3"), theirs);
     EXPECT_FALSE(hasFiles());
-}
-
-TEST(PlasmaOfferTest, IsNothingWithoutProfiles) {
-    using Offer = OutputClient::Offer;
-    EXPECT_EQ(OutputClient::offerOf({}), Offer::nothing);
-    const wayland::Connection::Global old[] = {{1, "kde_output_management_v2", 3}};
-    EXPECT_EQ(OutputClient::offerOf(old), Offer::tooOld);
 }
 
 }  // namespace
