@@ -2,6 +2,7 @@
 
 #include "base/data_folder.h"
 #include "base/report.h"
+#include "platform/plasma/plasma_night_light.h"
 
 namespace dravo {
 
@@ -14,6 +15,11 @@ std::unique_ptr<Session> PlasmaSession::create() {
 
 std::unique_ptr<HotKeyService> PlasmaSession::makeHotKeys(DescriptorWatch&, Scheduler&) {
     return std::make_unique<NoHotKeys>(kNoShortcut);
+}
+
+std::unique_ptr<NightLight> PlasmaSession::makeNightLight(dbus::Bus& sessionBus, Scheduler& scheduler,
+                                                          OriginalGammaStore&) {
+    return std::make_unique<plasma::PlasmaNightLight>(sessionBus, scheduler, *desk_);
 }
 
 }  // namespace dravo

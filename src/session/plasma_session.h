@@ -27,6 +27,8 @@ public:
     bool isGuarded() const override { return true; }
     void listen(DescriptorWatch& watch, Scheduler&) override { desk_->listen(watch); }
     std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) override;
+    std::unique_ptr<NightLight> makeNightLight(dbus::Bus& sessionBus, Scheduler& scheduler,
+                                               OriginalGammaStore& store) override;
 
 private:
     explicit PlasmaSession(std::unique_ptr<plasma::ProfileDesk> desk) : desk_(std::move(desk)) {}

@@ -27,13 +27,13 @@ std::unique_ptr<Session> Session::choose(Guarding guarding, const Environment& e
     if (!compositor && compositor.error().code != ErrorCode::Disconnected)
         reportOnce("wayland", compositor.error().message);
     if (compositor && (*compositor)->handsOutTables()) return std::make_unique<WlrSession>(std::move(*compositor));
-    const std::uint32_t plasma = compositor ? (*compositor)->versionOf(plasma::kOutputManagement) : 0;
+    const std::uint32_t management = compositor ? (*compositor)->versionOf(plasma::kOutputManagement) : 0;
     // Whose compositor has said that it is Plasma's needs no question to the bus.
-    if (plasma == 0)
+    if (management == 0)
         if (auto gnome = GnomeSession::find(guarding)) return gnome;
-    if (plasma >= plasma::kFirstWithProfiles)
+    if (management >= plasma::kFirstWithProfiles)
         if (auto session = PlasmaSession::create()) return session;
-    return std::make_unique<NoDisplaysSession>(plasma > 0 ? kPlasmaIsTooOld : kNoWay);
+    return std::make_unique<NoDisplaysSession>(management > 0 ? kPlasmaIsTooOld : kNoWay);
 }
 
 std::vector<PortReport> Session::report() {
