@@ -71,6 +71,9 @@ public:
     /// Needs no displays.
     [[nodiscard]] virtual std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) = 0;
 
+    /// Whether a bar embeds windows as tray icons now: an X server's.
+    [[nodiscard]] virtual bool embedsTrayIcons() { return false; }
+
     /// For a command: the same as `report`, from a look at displays that were not opened yet. Takes none from anybody.
     [[nodiscard]] std::vector<PortReport> look(OriginalGammaStore& store, Scheduler& scheduler);
 

@@ -182,4 +182,30 @@ Subscription Bus::watchName(const std::string& name, const std::function<void(bo
     return Subscription([watch] { *watch = {}; });
 }
 
+// Both questions are on their way at once; the answers come in their order.
+Subscription Bus::findService(const std::string& name, std::chrono::milliseconds timeout,
+                              const std::function<void(bool)>& callback) {
+    struct Search {
+        bool isOwned = false;
+        Subscription owner;
+        Subscription startable;
+    };
+    auto search = std::make_shared<Search>();
+    search->owner = call(newCall(kBus, kBusPath, kBus, "NameHasOwner", "s", name.c_str()), timeout,
+                         [raw = search.get()](const Answer& answer) {
+                             int isOwned = 0;
+                             if (answer) sd_bus_message_read(*answer, "b", &isOwned);
+                             raw->isOwned = isOwned != 0;
+                         });
+    search->startable = call(newCall(kBus, kBusPath, kBus, "ListActivatableNames"), timeout,
+                             [raw = search.get(), name, callback](const Answer& answer) {
+                                 bool isThere = raw->isOwned;
+                                 const char* each = nullptr;
+                                 if (answer && sd_bus_message_enter_container(*answer, 'a', "s") > 0)
+                                     while (sd_bus_message_read(*answer, "s", &each) > 0) isThere |= name == each;
+                                 callback(isThere);
+                             });
+    return Subscription([search] { *search = {}; });
+}
+
 }  // namespace dravo::dbus

@@ -78,6 +78,10 @@ public:
     /// `callback` hears whether somebody owns the name: once soon, then at each change. REQUIRES: `open` was true.
     [[nodiscard]] Subscription watchName(const std::string& name, const std::function<void(bool isOwned)>& callback);
 
+    /// `callback` hears, once, whether the name is owned or something can be started for it; starts nothing.
+    [[nodiscard]] Subscription findService(const std::string& name, std::chrono::milliseconds timeout,
+                                           const std::function<void(bool isThere)>& callback);
+
     [[nodiscard]] Subscription onLost(std::function<void()> callback) { return lost_.add(std::move(callback)); }
 
 private:

@@ -72,6 +72,7 @@ DRAVO_SYSTEMD(sd_bus_error_is_set);
 DRAVO_SYSTEMD(sd_bus_error_set);
 DRAVO_SYSTEMD(sd_bus_flush_close_unref);
 DRAVO_SYSTEMD(sd_bus_get_current_message);
+DRAVO_SYSTEMD(sd_bus_get_unique_name);
 DRAVO_SYSTEMD(sd_bus_match_signal);
 DRAVO_SYSTEMD(sd_bus_message_append);
 DRAVO_SYSTEMD(sd_bus_message_append_array);
