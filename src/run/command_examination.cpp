@@ -24,7 +24,7 @@ namespace {
 using Reports = Examination::Reports;
 
 /// Longer than the running program takes for its own.
-constexpr std::chrono::milliseconds kPatience{1900};
+constexpr std::chrono::milliseconds kPatience{1700};
 
 /// What this process and the running one say side by side.
 struct Answers {
@@ -41,14 +41,13 @@ Answers ask(const CommandExamination& desk) {
     dbus::GeoclueLocationService location(systemBus, loop, "dravo");
     dbus::LogindWakeSource wake(systemBus, loop, loop);
     files::AutostartLoginItem login(files::AutostartPlace::ofThisProcess(desk.folder.settings));
-    dbus::BusControlClient control;
     curl::CurlUpdateFeed feed(loop, loop, "Dravo/" DRAVO_VERSION);
     Updater updater(feed, loop, DRAVO_VERSION, updateAddress());
     const auto hotKeys = desk.session.makeHotKeys(loop, loop);
     const DesktopExamination examination(
         [] { return Reports(); },
-        {*hotKeys, appearance, notifications, location, wake, login, control, updater, PanelRun::probe}, desk.session,
-        sessionBus, loop);
+        {*hotKeys, appearance, notifications, location, wake, login, sessionBus, updater, PanelRun::probe},
+        desk.session, sessionBus, loop);
 
     Answers answers;
     bool isDone = false;

@@ -24,7 +24,7 @@ using NumberFormat = Owned<UNumberFormat, unum_close>;
 using DateFormat = Owned<UDateFormat, udat_close>;
 using Buffer = std::array<UChar, 128>;
 
-const QChar* toQt(const UChar* text) { return reinterpret_cast<const QChar*>(text); }
+const QChar* fromIcu(const UChar* text) { return reinterpret_cast<const QChar*>(text); }
 const UChar* toIcu(const QString& text) { return reinterpret_cast<const UChar*>(text.utf16()); }
 
 /// A format of `style` with exactly `digits` fraction digits; null if there is none.
@@ -42,7 +42,7 @@ QString formatted(const UNumberFormat* format, double value) {
     Buffer buffer;
     UErrorCode status = U_ZERO_ERROR;
     const auto length = unum_formatDouble(format, value, buffer.data(), buffer.size(), nullptr, &status);
-    return U_FAILURE(status) ? QString() : QString(toQt(buffer.data()), length);
+    return U_FAILURE(status) ? QString() : QString(fromIcu(buffer.data()), length);
 }
 
 void putPlusBefore(UNumberFormat* format) {
@@ -51,7 +51,7 @@ void putPlusBefore(UNumberFormat* format) {
     const auto length = unum_getTextAttribute(format, UNUM_POSITIVE_PREFIX, before.data(), before.size(), &status);
     if (U_FAILURE(status)) return;
     // Some locales write the percent sign in front.
-    const QString prefix = QLatin1Char('+') + QString(toQt(before.data()), length);
+    const QString prefix = QLatin1Char('+') + QString(fromIcu(before.data()), length);
     unum_setTextAttribute(format, UNUM_POSITIVE_PREFIX, toIcu(prefix), static_cast<std::int32_t>(prefix.size()),
                           &status);
 }
@@ -171,7 +171,7 @@ QString timeText(const LocalFields& time) {
     const auto length = formats().time.get() ? udat_format(formats().time.get(), milliseconds, buffer.data(),
                                                            buffer.size(), nullptr, &status)
                                              : 0;
-    if (length > 0 && U_SUCCESS(status)) return QString(toQt(buffer.data()), length);
+    if (length > 0 && U_SUCCESS(status)) return QString(fromIcu(buffer.data()), length);
     return QStringLiteral("%1:%2").arg(time.hour, 2, 10, QLatin1Char('0')).arg(time.minute, 2, 10, QLatin1Char('0'));
 }
 
@@ -180,7 +180,7 @@ bool usesTwelveHours() {
     UErrorCode status = U_ZERO_ERROR;
     const auto length =
         formats().time.get() ? udat_toPattern(formats().time.get(), false, buffer.data(), buffer.size(), &status) : 0;
-    return U_SUCCESS(status) && QString(toQt(buffer.data()), length).contains(QLatin1Char('a'));
+    return U_SUCCESS(status) && QString(fromIcu(buffer.data()), length).contains(QLatin1Char('a'));
 }
 
 }  // namespace dravo::ui

@@ -6,6 +6,7 @@
 
 #include "base/observable.h"
 #include "base/owned.h"
+#include "base/probe.h"
 #include "base/result.h"
 #include "base/scheduler.h"
 #include "base/subscription.h"
@@ -38,7 +39,7 @@ bool readDictionary(sd_bus_message* message,
 ///
 /// A bus that goes away does no harm: calls under way end in an error, watched names vanish, and nothing more comes.
 /// Thread: main thread. Lifetime: outlives its subscriptions; loop and scheduler outlive it.
-class Bus {
+class Bus : public Probed {
 public:
     enum class Kind { session, system };
     using Answer = Result<sd_bus_message*>;  ///< The message is the callback's for as long as it runs.
@@ -49,6 +50,9 @@ public:
 
     /// Connects, unless that was done or tried before. False when there is no such bus; the caller goes on without.
     bool open();
+
+    /// Whether it answers.
+    Subscription probe(Found found) override;
 
     /// For what has no function here. Null before `open` and without a bus.
     [[nodiscard]] sd_bus* handle() const { return bus_.get(); }

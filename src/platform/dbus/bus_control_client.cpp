@@ -38,12 +38,6 @@ Error fromReply(const sd_bus_error& error) {
 
 }  // namespace
 
-Subscription BusControlClient::probe(Found found) {
-    const auto connected = connect();
-    found(connected ? Finding{"dbus"} : findingOf(connected.error()));
-    return {};
-}
-
 Result<void> BusControlClient::connect() {
     if (bus_) return {};
     if (!hasSessionBus()) return Error{ErrorCode::NotFound, textKey("there is no session bus to find Dravo on")};

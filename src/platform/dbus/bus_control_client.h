@@ -11,15 +11,13 @@ namespace dravo::dbus {
 inline constexpr TextKey kSilent = textKey("Dravo is running and does not answer");
 
 /// Speaks to the running program over the session bus; connects with the first call and never starts anything.
-class BusControlClient final : public ControlClient, public Probed {
+class BusControlClient final : public ControlClient {
 public:
     explicit BusControlClient(std::chrono::milliseconds patience = std::chrono::seconds{2}) : patience_(patience) {}
 
     Result<ControlState> state() override;
     Result<void> follow(const std::function<bool(const ControlState&)>& onState) override;
     Result<ControlAnswer> ask(const ControlRequest& request) override;
-    /// Whether there is a bus to ask on.
-    Subscription probe(Found found) override;
 
 private:
     Result<void> connect();

@@ -2,7 +2,6 @@
 #include <set>
 
 #include "bus_fixture.h"
-#include "bus_peer.h"
 #include "platform/dbus/desktop_notifications.h"
 #include "platform/dbus/geoclue_location_service.h"
 #include "platform/dbus/logind_wake_source.h"
@@ -26,7 +25,7 @@ protected:
     }
     /// Owns `name`, and answers every call by `answer`; silent where that is null.
     std::unique_ptr<BusPeer> serve(const char* name, std::function<void(sd_bus_message* reply)> answer) {
-        return std::make_unique<BusPeer>(loop.event(), daemon->address(), name,
+        return std::make_unique<BusPeer>(loop, daemon.address(), name,
                                          [answer](std::string_view, sd_bus_message* call) {
                                              sd_bus_message* made = nullptr;
                                              if (!answer) return true;
