@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 
+#include "base/probe.h"
 #include "base/result.h"
 #include "base/subscription.h"
 
@@ -15,6 +17,15 @@ struct HotKey {
     std::uint32_t modifiers = 0;
 
     bool operator==(const HotKey&) const = default;
+};
+
+/// The keys of a hot key where the desktop and not the program decides which they are.
+struct DesktopKeys {
+    std::string keys = {};      ///< As the desktop writes them; empty: none, or not known yet.
+    bool canConfigure = false;  ///< Whether `HotKeyService::configure` leads to where the person chooses them.
+    Finding finding = {};       ///< Whether there can be any.
+
+    bool operator==(const DesktopKeys&) const = default;
 };
 
 /// A key combination that the desktop delivers to this program, whichever program is in front.
@@ -30,6 +41,14 @@ public:
     /// Errors: `Busy` (another program has it; nothing is taken), `Unsupported` (no such key or modifier here, or no
     /// way to take one), `Disconnected` (the display server is gone).
     [[nodiscard]] virtual Result<Subscription> registerHotKey(HotKey hotKey, std::function<void()> onPress) = 0;
+
+    /// Null where `registerHotKey` takes the keys that it is given. Else those are a suggestion, taken without an
+    /// error, and this tells what became of it.
+    [[nodiscard]] virtual const DesktopKeys* desktopKeys() const { return nullptr; }
+    [[nodiscard]] virtual Subscription onDesktopKeysChange(std::function<void()>) { return {}; }
+
+    /// Opens what the desktop has for choosing the keys. REQUIRES: `canConfigure`.
+    virtual void configure() {}
 };
 
 }  // namespace dravo

@@ -36,6 +36,9 @@ public:
     /// Stores whether the shortcut is wanted, and acts on it.
     void setEnabled(bool enabled);
 
+    /// What delivers it.
+    [[nodiscard]] HotKeyService& service() const { return service_; }
+
     /// Stores Control Shift E, and registers it if the shortcut is enabled.
     void resetToDefault();
 

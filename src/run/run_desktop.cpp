@@ -16,7 +16,7 @@ RunDesktop::RunDesktop(RunSession& session, RunEngine& engine, Actions actions)
     : session_(session),
       engine_(engine),
       actions_(std::move(actions)),
-      hotKeys_(session.session->makeHotKeys(session.loop, session.loop)),
+      hotKeys_(session.session->makeHotKeys(session.loop, session.loop, engine.sessionBus)),
       shortcutManager_(*hotKeys_, *session.preferences, session.loop),
       control_({*engine.filterState, *session.preferences, engine.customPresets, engine.breakTimer,
                 engine.locationProvider, session.session->displays(), engine.grayscale, session.loop, engine.calendar,

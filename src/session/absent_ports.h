@@ -1,9 +1,5 @@
 #pragma once
 
-#include <functional>
-#include <utility>
-
-#include "app/hot_key_service.h"
 #include "base/localized.h"
 #include "display/grayscale_service.h"
 #include "display/last_word.h"
@@ -28,20 +24,6 @@ public:
 
 private:
     static Error unsupported() { return {ErrorCode::Unsupported, kNoGrayscaleMode}; }
-};
-
-inline constexpr TextKey kNoShortcut = textKey("in this Wayland session no key can be reserved for a program");
-
-/// A shortcut that nobody delivers to programs, for this reason.
-class NoHotKeys final : public HotKeyService {
-public:
-    explicit NoHotKeys(TextKey why) : why_(why) {}
-    Result<Subscription> registerHotKey(HotKey, std::function<void()>) override {
-        return Error{ErrorCode::Unsupported, why_};
-    }
-
-private:
-    TextKey why_;
 };
 
 }  // namespace dravo

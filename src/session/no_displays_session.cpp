@@ -21,8 +21,4 @@ std::vector<PortReport> NoDisplaysSession::report() {
             {kGrayscalePort, {}, {{}, Sentence{kNoGrayscaleMode}}}};
 }
 
-std::unique_ptr<HotKeyService> NoDisplaysSession::makeHotKeys(DescriptorWatch&, Scheduler&) {
-    return std::make_unique<NoHotKeys>(kNoShortcut);
-}
-
 }  // namespace dravo

@@ -21,7 +21,6 @@ public:
     bool isGuarded() const override { return true; }
     void listen(DescriptorWatch&, Scheduler&) override {}
     std::vector<PortReport> report() override;
-    std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) override;
 
 private:
     /// Takes every wish and shows none.

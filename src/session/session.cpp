@@ -1,5 +1,6 @@
 #include "session/session.h"
 
+#include "platform/dbus/portal_hot_key_service.h"
 #include "session/absent_ports.h"
 #include "session/no_displays_session.h"
 #include "session/wayland_socket.h"
@@ -12,6 +13,10 @@ std::unique_ptr<Session> Session::choose(Guarding guarding, const Environment& e
     if (!isWaylandSession(environment)) return std::make_unique<X11Session>(guarding);
     if (auto session = WlrSession::find()) return session;
     return std::make_unique<NoDisplaysSession>();
+}
+
+std::unique_ptr<HotKeyService> Session::makeHotKeys(DescriptorWatch&, Scheduler& scheduler, dbus::Bus& sessionBus) {
+    return std::make_unique<dbus::PortalHotKeyService>(sessionBus, scheduler, "dravo", "dravo toggle");
 }
 
 std::vector<PortReport> Session::report() {

@@ -14,6 +14,7 @@
 #include "display/last_word.h"
 #include "display/lasting_displays.h"
 #include "display/original_gamma_store.h"
+#include "platform/dbus/bus.h"
 
 namespace dravo {
 
@@ -68,8 +69,9 @@ public:
     /// How the displays, each of them, and gray are served.
     [[nodiscard]] virtual std::vector<PortReport> report();
 
-    /// Needs no displays.
-    [[nodiscard]] virtual std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) = 0;
+    /// Needs no displays. In a Wayland session the portal's, before anything else asks the portal.
+    [[nodiscard]] virtual std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler,
+                                                                     dbus::Bus& sessionBus);
 
     /// For a command: the same as `report`, from a look at displays that were not opened yet. Takes none from anybody.
     [[nodiscard]] std::vector<PortReport> look(OriginalGammaStore& store, Scheduler& scheduler);

@@ -18,8 +18,4 @@ Result<void> WlrSession::openDisplays(OriginalGammaStore&, Scheduler& scheduler)
     return {};
 }
 
-std::unique_ptr<HotKeyService> WlrSession::makeHotKeys(DescriptorWatch&, Scheduler&) {
-    return std::make_unique<NoHotKeys>(kNoShortcut);
-}
-
 }  // namespace dravo

@@ -25,7 +25,6 @@ public:
     GrayscaleService& grayscale() override { return grayscale_; }
     bool isGuarded() const override { return true; }
     void listen(DescriptorWatch& watch, Scheduler&) override { displays_->listen(watch); }
-    std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) override;
 
 private:
     explicit WlrSession(std::unique_ptr<wayland::Compositor> compositor) : compositor_(std::move(compositor)) {}

@@ -25,7 +25,7 @@ Result<void> X11Session::openDisplays(OriginalGammaStore& store, Scheduler& sche
     return {};
 }
 
-std::unique_ptr<HotKeyService> X11Session::makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) {
+std::unique_ptr<HotKeyService> X11Session::makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler, dbus::Bus&) {
     return std::make_unique<x11::X11HotKeyService>(kUsualServer, watch, scheduler);
 }
 

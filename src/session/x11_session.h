@@ -24,7 +24,8 @@ public:
     GrayscaleService& grayscale() override { return device_->grayscale(); }
     bool isGuarded() const override { return device_->isGuarded(); }
     void listen(DescriptorWatch& watch, Scheduler& scheduler) override { device_->listen(watch, scheduler); }
-    std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) override;
+    std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler,
+                                               dbus::Bus& sessionBus) override;
 
 private:
     std::unique_ptr<x11::EmergencyRestore> emergency_;

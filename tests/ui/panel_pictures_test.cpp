@@ -80,6 +80,19 @@ const std::vector<Section>& sections() {
              world.settle();
              world.click("Change…");
          }},
+        {"settings-desktop-keys",
+         [](PanelWorld& world) {
+             openSettings(world);
+             world.hotKeys.become({.keys = "Super+Shift+F9", .canConfigure = true});
+         }},
+        {"settings-command",
+         [](PanelWorld& world) {
+             openSettings(world);
+             world.hotKeys.become(
+                 {.finding = {.problem = {textKey("this desktop reserves no keys for programs")},
+                              .remedy = {textKey("Bind this command to a key in the desktop's own settings")},
+                              .command = "dravo toggle"}});
+         }},
         {"editor",
          [](PanelWorld& world) {
              world.click("Save current settings as a preset");

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <QClipboard>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenu>
@@ -385,6 +386,41 @@ TEST(PanelTest, RecorderTakesTheKeysByTheirPlaceTabAndSpaceToo) {
     pressScan(23, Qt::Key_Tab, Qt::ControlModifier);
     EXPECT_EQ(world.preferences.shortcutKeyCode(), 48);
     EXPECT_EQ(recorder->text(), "⌃⇥");
+}
+
+TEST(PanelTest, ShowsTheKeysThatTheDesktopChoseOrWhichCommandToBind) {
+    PanelWorld world;
+    world.hotKeys.become({.keys = "Super+F9", .canConfigure = true, .finding = {.adapter = "portal"}});
+    world.open();
+    world.click("Settings");
+    EXPECT_TRUE(world.sees("Super+F9"));
+    EXPECT_FALSE(world.find<QAbstractButton>(ui::shortcutText(14, 4608, {}).spoken)) << "nothing can be recorded";
+    world.click("Change…");
+    EXPECT_EQ(world.hotKeys.configurations, 1);
+    world.click("Global Shortcut");
+    EXPECT_FALSE(world.preferences.shortcutEnabled());
+    EXPECT_FALSE(world.sees("Super+F9"));
+    world.click("Global Shortcut");
+
+    const Sentence why{textKey("nobody reserves keys")};
+    world.hotKeys.become({.finding = {{}, why, {textKey("try again")}}});
+    world.settle();
+    EXPECT_TRUE(world.sees("nobody reserves keys\ntry again"));
+    EXPECT_FALSE(world.sees("Copy"));
+    world.hotKeys.become({.finding = {{}, why, {textKey("bind this")}, "dravo toggle"}});
+    world.settle();
+    EXPECT_TRUE(world.sees("bind this"));
+    EXPECT_TRUE(world.sees("dravo toggle"));
+    world.click("Copy");
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), "dravo toggle");
+    EXPECT_TRUE(world.sees("Copied"));
+
+    world.preferences.setHasSeenOnboarding(false);
+    world.settle();
+    EXPECT_TRUE(world.sees("Toggle from anywhere with a key that you bind in your desktop's settings"));
+    world.hotKeys.become({.keys = "Super+F9"});
+    world.settle();
+    EXPECT_TRUE(world.sees("Toggle with Super+F9 from anywhere"));
 }
 
 }  // namespace

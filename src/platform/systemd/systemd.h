@@ -92,6 +92,7 @@ DRAVO_SYSTEMD(sd_bus_message_open_container);
 DRAVO_SYSTEMD(sd_bus_message_peek_type);
 DRAVO_SYSTEMD(sd_bus_message_read);
 DRAVO_SYSTEMD(sd_bus_message_read_array);
+DRAVO_SYSTEMD(sd_bus_message_read_basic);
 DRAVO_SYSTEMD(sd_bus_message_ref);
 DRAVO_SYSTEMD(sd_bus_message_set_auto_start);
 DRAVO_SYSTEMD(sd_bus_message_set_expect_reply);

@@ -60,6 +60,7 @@ void MenuBarView::watch() {
         subscriptions_.push_back(changes->onWillChange([this] { markStale(); }));
     }
     subscriptions_.push_back(parts_.displays.onListChange([this] { markStale(); }));
+    subscriptions_.push_back(parts_.shortcutManager.service().onDesktopKeysChange([this] { markStale(); }));
     subscriptions_.push_back(parts_.calendar.onZoneChange([this] { markStale(); }));
 }
 

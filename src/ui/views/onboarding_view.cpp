@@ -48,9 +48,16 @@ OnboardingView::OnboardingView(const PanelParts& parts, std::function<void()> on
 
 void OnboardingView::refresh() {
     const auto& preferences = parts_.preferences;
+    const QString sentence = text("Toggle with %@ from anywhere");
+    const auto* const desktops = parts_.shortcutManager.service().desktopKeys();
+    if (desktops) {
+        shortcut_->setText(desktops->keys.empty()
+                               ? text("Toggle from anywhere with a key that you bind in your desktop's settings")
+                               : filled(sentence, toQt(desktops->keys)));
+        return;
+    }
     const auto shortcut =
         shortcutText(preferences.shortcutKeyCode(), preferences.shortcutModifiers(), shortcut_->font());
-    const QString sentence = text("Toggle with %@ from anywhere");
     shortcut_->setText(filled(sentence, shortcut.shown));
     shortcut_->setAccessibleName(filled(sentence, shortcut.spoken));
 }

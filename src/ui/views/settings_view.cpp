@@ -5,7 +5,7 @@
 #include "ui/controls/row.h"
 #include "ui/texts.h"
 #include "ui/views/schedule_view.h"
-#include "ui/views/shortcut_recorder_view.h"
+#include "ui/views/shortcut_view.h"
 
 namespace dravo::ui {
 
@@ -23,10 +23,8 @@ SettingsView::SettingsView(const PanelParts& parts, std::function<void(AppLangua
     column->addWidget(launchAtLogin_);
     loginProblem_ = new Label({}, TextStyle::caption, Tone::orange);
     column->addWidget(loginProblem_->wrapped());
-    shortcut_ = new ToggleRow(text("Global Shortcut"), [this](bool isOn) { parts_.shortcutManager.setEnabled(isOn); });
+    shortcut_ = new ShortcutView(parts);
     column->addWidget(shortcut_);
-    shortcutRow_ = makeShortcutRow();
-    column->addWidget(shortcutRow_);
     schedule_ = new ScheduleView(parts);
     column->addWidget(schedule_);
     column->addWidget(makeLanguageRow());
@@ -59,15 +57,6 @@ void SettingsView::choose(AppLanguage language) {
     refresh();
 }
 
-QWidget* SettingsView::makeShortcutRow() {
-    recorder_ = new RecorderButton(parts_);
-    auto* const reset = new IconButton(Icon::reset, text("Reset to Control Shift E"), [this] {
-        recorder_->cancel();
-        parts_.shortcutManager.resetToDefault();
-    });
-    return rowOf({recorder_, reset});
-}
-
 void SettingsView::appeared() {
     showLogin({});
     chosenLanguage_ = AppLanguage::current(parts_.preferences);
@@ -81,10 +70,7 @@ void SettingsView::showLogin(const Result<void>& changed) {
 }
 
 void SettingsView::refresh() {
-    const bool isEnabled = parts_.preferences.shortcutEnabled();
-    shortcut_->setOn(isEnabled);
-    recorder_->refresh();
-    shortcutRow_->setVisible(isEnabled);
+    shortcut_->refresh();
     schedule_->refresh();
     language_->setChoice(toQt(chosenLanguage_.displayName()));
 }

@@ -8,8 +8,8 @@
 
 namespace dravo::ui {
 
-class RecorderButton;
 class ScheduleView;
+class ShortcutView;
 
 /// The few settings, unfolded below the footer. What the desktop keeps for us is read whenever it opens.
 class SettingsView : public View {
@@ -22,16 +22,13 @@ protected:
     void appeared() override;
 
 private:
-    [[nodiscard]] QWidget* makeShortcutRow();
     [[nodiscard]] QWidget* makeLanguageRow();
     void choose(AppLanguage language);
     void showLogin(const Result<void>& changed);
 
     ToggleRow* launchAtLogin_;
     Label* loginProblem_;
-    ToggleRow* shortcut_;
-    RecorderButton* recorder_ = nullptr;
-    QWidget* shortcutRow_;
+    ShortcutView* shortcut_;
     ScheduleView* schedule_;
     MenuButton* language_ = nullptr;
     AppLanguage chosenLanguage_;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "app/hot_key_service.h"
+#include "base/observable.h"
 
 namespace dravo::memory {
 
@@ -22,6 +23,18 @@ public:
         return Subscription([this] { registered.reset(); });
     }
 
+    const DesktopKeys* desktopKeys() const override { return desktops ? &*desktops : nullptr; }
+    Subscription onDesktopKeysChange(std::function<void()> callback) override {
+        return changes_.add(std::move(callback));
+    }
+    void configure() override { ++configurations; }
+
+    /// The desktop tells of other keys.
+    void become(DesktopKeys keys) {
+        desktops = std::move(keys);
+        changes_.deliver();
+    }
+
     /// Somebody presses this combination.
     void press(HotKey hotKey) {
         if (hotKey != registered) return;
@@ -32,9 +45,12 @@ public:
     std::vector<HotKey> takenByOthers;
     std::optional<HotKey> registered;
     int registrations = 0;  ///< How many succeeded.
+    int configurations = 0;
+    std::optional<DesktopKeys> desktops;  ///< Where the desktop chooses the keys.
 
 private:
     std::function<void()> onPress_;
+    SubscriberList<> changes_;
 };
 
 }  // namespace dravo::memory
