@@ -34,6 +34,7 @@ struct DesktopShellParts {
     PanelParts panel;
     std::function<void()> onServerLoss;  ///< The toolkit is about to end the process: its display server is gone.
     std::function<void(const std::string& why)> onFailure;  ///< The same: it cannot start.
+    bool isWayland = false;                                 ///< What shows its windows; else an X server.
 };
 
 /// The name of the function through which the desktop module makes its shell, and its type. The

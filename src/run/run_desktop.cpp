@@ -9,6 +9,7 @@
 #include "platform/dbus/portal_appearance.h"
 #include "platform/files/autostart_login_item.h"
 #include "platform/files/desktop_settings.h"
+#include "session/wayland_socket.h"
 
 namespace dravo {
 
@@ -52,7 +53,8 @@ void RunDesktop::startPanel(const std::function<void(const std::string& why)>& o
           shortcutManager_, *launchAtLogin_, loop, engine_.calendar, *appearance_, *systemSettings_, *updater_,
           actions_.relaunch, actions_.quit},
          actions_.onServerLoss,
-         onFailure});
+         onFailure,
+         isWaylandSession(std::getenv)});
     if (panel) {
         panel_ = std::move(*panel);
     } else {

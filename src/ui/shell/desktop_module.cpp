@@ -50,6 +50,8 @@ public:
         // With two screens the toolkit forgets the desktop's bars otherwise.
         variables_.push_back(bars_);
         variables_.push_back(bus_.data());
+        // A toolkit that knows this outlives a compositor that starts anew.
+        variables_.push_back(reconnect_);
         variables_.push_back(nullptr);
         environ = variables_.data();
     }
@@ -66,7 +68,7 @@ private:
             const double factor = QByteArray(variable.data() + kScale.size()).toDouble();
             return factor >= 0.25 && factor <= 8;
         }
-        for (const std::string_view ours : {"QT_QPA_", "QT_STYLE_OVERRIDE=", "XDG_CURRENT_DESKTOP=",
+        for (const std::string_view ours : {"QT_QPA_", "QT_WAYLAND_", "QT_STYLE_OVERRIDE=", "XDG_CURRENT_DESKTOP=",
                                             "QT_RELY_ON_NET_WORKAREA_ATOM=", "DBUS_SESSION_BUS_ADDRESS="})
             if (variable.starts_with(ours)) return false;
         return true;
@@ -75,6 +77,7 @@ private:
     char** processes_ = environ;
     char noDesktop_[25] = "XDG_CURRENT_DESKTOP=none";
     char bars_[31] = "QT_RELY_ON_NET_WORKAREA_ATOM=1";
+    char reconnect_[23] = "QT_WAYLAND_RECONNECT=1";
     QByteArray bus_ = "DBUS_SESSION_BUS_ADDRESS=" + sessionBusAddress();
     std::vector<char*> variables_;
 };
@@ -108,7 +111,8 @@ private:
 
 class Toolkit {
 public:
-    explicit Toolkit(std::function<void(const std::string&)> onFailure) {
+    Toolkit(bool isWayland, std::function<void(const std::string&)> onFailure)
+        : words_{name_, platform_, isWayland ? wayland_ : xcb_, nullptr} {
         const ToolkitEnvironment environment;
         const ToolkitComplaints complaints(std::move(onFailure));
         application_ = std::make_unique<QApplication>(count_, words_);
@@ -126,7 +130,8 @@ private:
     char name_[6] = "dravo";
     char platform_[10] = "-platform";
     char xcb_[4] = "xcb";
-    char* words_[4] = {name_, platform_, xcb_, nullptr};
+    char wayland_[8] = "wayland";
+    char* words_[4];
     int count_ = 3;
     std::unique_ptr<QApplication> application_;
 };
@@ -135,7 +140,7 @@ class Shell : public DesktopShell {
 public:
     explicit Shell(const DesktopShellParts& parts)
         : parts_(parts.panel),
-          toolkit_(parts.onFailure),
+          toolkit_(parts.isWayland, parts.onFailure),
           loop_(parts.loop),
           tray_(parts.panel.scheduler),
           window_(parts.panel.scheduler, {[this] { return tray_.geometry(); }, [this] { adoptAppearance(); },

@@ -25,13 +25,17 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// How long a tray's host may take to pass on a click. A click that follows is known by its own press.
+// How long a tray's host may take to pass on a click. A click that follows is known by its own press; where presses
+// cannot be watched it must not be taken for the first one.
 constexpr auto kHostPatience = 2s;
+constexpr auto kHostPatienceUnwatched = 400ms;
 // How soon the focus follows what a person does by touch or keyboard.
 constexpr auto kFocusDelay = 200ms;
 // The first content loads the typefaces, which takes longer than all else about the first opening.
 constexpr auto kQuietAfterStart = 1s;
 constexpr int kGap = 8;
+// What a desktop's bars may take of a screen that nobody tells the rest of.
+constexpr int kUnknownBars = 64;
 
 // By their numbers on an X server: Return, Space and the keypad's Enter activate what has the keyboard, such as an icon
 // of the tray. Both Alt and both Super keys are held to switch windows.
@@ -121,12 +125,13 @@ void PopoverWindow::appear() {
     scroll_.verticalScrollBar()->setValue(0);
     content_.widget->setVisible(true);
     fitToContent();
-    standApart(winId());
+    standApart(*this);
     // From the first moment that a press can find the panel open: drawing it the first time takes a while.
     isPressed_ = isSwitchKeyHeld_ = false;
     latestTurn_ = {};
     endClosingClick();
     inputWatch_.setWatching(true);
+    openedHeight_ = height();
     setVisible(true);
 }
 
@@ -163,7 +168,8 @@ void PopoverWindow::closeFromOutside() {
 }
 
 void PopoverWindow::awaitNextClick() {
-    closingClickEnds_ = scheduler_.after(kHostPatience, [this] { endClosingClick(); });
+    closingClickEnds_ = scheduler_.after(inputWatch_.canWatch() ? kHostPatience : kHostPatienceUnwatched,
+                                         [this] { endClosingClick(); });
 }
 
 void PopoverWindow::endClosingClick() {
@@ -230,18 +236,29 @@ void PopoverWindow::fitToContent() {
     measureAnew(*content);
     const int width = std::clamp(content->sizeHint().width(), content->minimumWidth(), content->maximumWidth());
     const int wanted = content->hasHeightForWidth() ? content->heightForWidth(width) : content->sizeHint().height();
-    const int height = std::min(wanted, available_.height() - 2 * kGap);
+    const int height = std::min(wanted, roomHeight());
     scroll_.setVerticalScrollBarPolicy(wanted > height ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
     const int bar = wanted > height ? scroll_.verticalScrollBar()->sizeHint().width() : 0;
     // Measuring asks for what has just been done.
     QCoreApplication::removePostedEvents(content, QEvent::LayoutRequest);
     const QSize size(width + bar, height);
-    setGeometry(QRect(placeFor(size), size));
+    if (placesWindows()) {
+        setGeometry(QRect(placeFor(size), size));
+    } else {
+        setFixedSize(size);
+    }
     if (!testAttribute(Qt::WA_TranslucentBackground)) {
         setMask(roundedRegion(size));
     } else {
         clearMask();
     }
+}
+
+// Who puts a window into the middle leaves its top where it is when it grows.
+int PopoverWindow::roomHeight() const {
+    if (placesWindows()) return available_.height() - 2 * kGap;
+    const int whole = available_.height() - kUnknownBars;
+    return (isVisible() ? (whole + openedHeight_) / 2 : whole) - kGap;
 }
 
 QPoint PopoverWindow::placeFor(QSize size) const {

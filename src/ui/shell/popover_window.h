@@ -56,6 +56,7 @@ private:
     void awaitNextClick();
     void endClosingClick();
     void leaveIfForsaken();
+    [[nodiscard]] int roomHeight() const;
     [[nodiscard]] QPoint placeFor(QSize size) const;
     void chooseAnchor();
 
@@ -63,8 +64,9 @@ private:
     Needs needs_;
     QScrollArea scroll_;
     Content content_;
-    QRect anchor_;     ///< what the panel hangs from: the icon, or a corner of the screen
-    QRect available_;  ///< what the screen of the anchor leaves free
+    QRect anchor_;          ///< what the panel hangs from: the icon, or a corner of the screen
+    QRect available_;       ///< what the screen of the anchor leaves free
+    int openedHeight_ = 0;  ///< as high as it was when it appeared
     InputWatch inputWatch_;
     bool isPressed_ = false;
     bool isSwitchKeyHeld_ = false;

@@ -20,13 +20,6 @@ TraySelection::~TraySelection() {
     if (connection_ && qGuiApp) qGuiApp->removeNativeEventFilter(this);
 }
 
-bool TraySelection::hasOwner() const {
-    if (!connection_) return false;
-    const auto cookie = xcb_get_selection_owner(connection_, selection_);
-    const X11Reply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(connection_, cookie, nullptr));
-    return reply && reply->owner != XCB_WINDOW_NONE;
-}
-
 bool TraySelection::nativeEventFilter(const QByteArray&, void* message, qintptr*) {
     const auto* const event = static_cast<const xcb_generic_event_t*>(message);
     if ((event->response_type & 0x7f) != XCB_CLIENT_MESSAGE) return false;

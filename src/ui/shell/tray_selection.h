@@ -5,6 +5,8 @@
 #include <QAbstractNativeEventFilter>
 #include <functional>
 
+#include "ui/shell/x11_connection.h"
+
 namespace dravo::ui {
 
 /// The X selection that an XEmbed tray owns for as long as it is there.
@@ -18,7 +20,7 @@ public:
     TraySelection(const TraySelection&) = delete;
     TraySelection& operator=(const TraySelection&) = delete;
 
-    [[nodiscard]] bool hasOwner() const;
+    [[nodiscard]] bool hasOwner() const { return isOwned(selection_); }
 
 private:
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;

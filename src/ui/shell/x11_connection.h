@@ -2,8 +2,6 @@
 
 #include <xcb/xcb.h>
 
-#include <cstdlib>
-#include <memory>
 #include <string_view>
 
 namespace dravo::ui {
@@ -17,11 +15,8 @@ namespace dravo::ui {
 /// The root window of the toolkit's screen.
 [[nodiscard]] xcb_window_t x11Root();
 
-struct FreeReply {
-    void operator()(void* reply) const { std::free(reply); }
-};
-/// What the server answered.
-template <typename Answer>
-using X11Reply = std::unique_ptr<Answer, FreeReply>;
+/// Whether somebody owns a selection: how trays, compositors and the like show that they are there. False without an X
+/// server. Waits for the server.
+[[nodiscard]] bool isOwned(xcb_atom_t selection);
 
 }  // namespace dravo::ui
