@@ -30,11 +30,11 @@ TEST(HandOverTest, ComesBackAsItWentAndNothingElseIsTakenForOne) {
 TEST(HandOverTest, ThePauseOfThePredecessorEndsInTime) {
     FilterWorld paused;
     auto parts = paused.parts();
-    parts.continued.emplace().pausedUntil = FilterWorld::kNoon + 10min;
+    parts.continued.emplace().pausedUntil = FilterWorld::kNoon + 10min + 10s;
     paused.state.emplace(parts);
-    paused.scheduler.advance(9min);
+    paused.scheduler.advance(10min + 9s);
     EXPECT_TRUE(paused.showsOwn());
-    paused.scheduler.advance(2min);
+    paused.scheduler.advance(1s);
     EXPECT_TRUE(paused.state->isEnabled);
 }
 
