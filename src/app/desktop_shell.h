@@ -32,7 +32,8 @@ public:
 struct DesktopShellParts {
     GuestLoop& loop;
     PanelParts panel;
-    std::function<void()> onServerLoss;  ///< The toolkit is about to end the process: its display server is gone.
+    /// The toolkit is about to end the process: its display server is gone. Need not return.
+    std::function<void()> onServerLoss;
     std::function<void(const std::string& why)> onFailure;  ///< The same: it cannot start.
     bool isWayland = false;                                 ///< What shows its windows; else an X server.
 };

@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <string>
@@ -11,6 +13,12 @@
 #include "platform/posix/end_interceptor.h"
 
 namespace dravo {
+namespace {
+
+// A little longer than the displays wait for it, who then say that it is gone.
+constexpr std::chrono::seconds kCompositorPatience{130};
+
+}  // namespace
 
 cli::ExitCode FilterRun::run(RunKind kind, const std::optional<ControlRequest>& first) {
     session_ = std::make_unique<RunSession>();
@@ -19,13 +27,10 @@ cli::ExitCode FilterRun::run(RunKind kind, const std::optional<ControlRequest>& 
     if (const auto launched = engine_->launch(); !launched) return giveUp(launched.error());
     if (const auto loaded = loadSystemd(); !loaded) return giveUp(loaded.error());
     listen();
-    desktop_ = std::make_unique<RunDesktop>(
-        *session_, *engine_,
-        RunDesktop::Actions{[this] { return engine_->restore(); }, [this] { quit(); }, [this] { relaunch(); },
-                            [this] {
-                                serverIsGone();
-                                ::_exit(static_cast<int>(cli::ExitCode::NoDisplayServer));
-                            }});
+    desktop_ =
+        std::make_unique<RunDesktop>(*session_, *engine_,
+                                     RunDesktop::Actions{[this] { return engine_->restore(); }, [this] { quit(); },
+                                                         [this] { relaunch(); }, [this] { outliveToolkit(); }});
     const auto& inherited = session_->inherited;
     if (first && !inherited) desktop_->carryOut(*first);
     if (kind != RunKind::headless && (!inherited || inherited->hasPanel)) startPanel();
@@ -107,6 +112,29 @@ void FilterRun::serverIsGone() {
     if (!isServerGone_) report(textKey("the display server is gone"));
     isServerGone_ = true;
     session_->loop.quit(static_cast<int>(cli::ExitCode::NoDisplayServer));
+}
+
+// From here nothing returns to the toolkit, which would end the process. An X server is gone for good. A Wayland
+// compositor may start anew: the loop goes on as without a panel until it does, and the successor has one again.
+void FilterRun::outliveToolkit() {
+    auto& loop = session_->loop;
+    int code = static_cast<int>(cli::ExitCode::NoDisplayServer);
+    if (session_->isWayland && !loop.isTurning()) {
+        desktop_->loseToolkit();
+        auto& displays = session_->session->displays();
+        const Subscription back = displays.onListChange([&] {
+            const auto list = displays.list();
+            const auto isReady = [](const DisplayDescription& display) { return display.state == DisplayState::ready; };
+            if (list && std::ranges::any_of(*list, isReady)) loop.post([this] { relaunch(); });
+        });
+        const Timer patience = loop.after(kCompositorPatience, [this] { serverIsGone(); });
+        code = loop.run();
+    } else {
+        serverIsGone();
+    }
+    guard().standStillIfEnding();
+    std::fflush(nullptr);
+    ::_exit(code);
 }
 
 }  // namespace dravo

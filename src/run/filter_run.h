@@ -35,6 +35,7 @@ private:
     int startSuccessor(posix::ProgramReplacement& successor);
     void relaunch();
     void serverIsGone();
+    [[noreturn]] void outliveToolkit();
     [[nodiscard]] posix::TerminationGuard& guard() const { return **session_->guard; }
 
     std::unique_ptr<RunSession> session_;

@@ -9,7 +9,6 @@
 #include "platform/dbus/portal_appearance.h"
 #include "platform/files/autostart_login_item.h"
 #include "platform/files/desktop_settings.h"
-#include "session/wayland_socket.h"
 
 namespace dravo {
 
@@ -54,7 +53,7 @@ void RunDesktop::startPanel(const std::function<void(const std::string& why)>& o
           actions_.relaunch, actions_.quit},
          actions_.onServerLoss,
          onFailure,
-         isWaylandSession(std::getenv)});
+         session_.isWayland});
     if (panel) {
         panel_ = std::move(*panel);
     } else {
@@ -65,7 +64,7 @@ void RunDesktop::startPanel(const std::function<void(const std::string& why)>& o
 int RunDesktop::run(RunKind kind) { return panel_ ? panel_->run(kind) : session_.loop.run(); }
 
 Result<void> RunDesktop::showPanel() {
-    if (!panel_) return Error{ErrorCode::Unsupported, textKey("the running Dravo has no panel")};
+    if (!panel_ || isToolkitLost_) return Error{ErrorCode::Unsupported, textKey("the running Dravo has no panel")};
     panel_->show();
     return {};
 }

@@ -42,6 +42,9 @@ public:
     /// Runs until the loop is ended; its exit code.
     int run(RunKind kind);
 
+    /// The toolkit can do nothing any more.
+    void loseToolkit() { isToolkitLost_ = true; }
+
 private:
     Result<void> showPanel();
 
@@ -61,6 +64,7 @@ private:
     std::unique_ptr<UpdateFeed> updateFeed_;
     std::unique_ptr<Updater> updater_;
     std::unique_ptr<PanelRun> panel_;
+    bool isToolkitLost_ = false;
 };
 
 }  // namespace dravo

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdlib>
 #include <memory>
 #include <optional>
 
@@ -16,6 +17,7 @@
 #include "platform/posix/sd_event_loop.h"
 #include "platform/posix/termination_guard.h"
 #include "session/session.h"
+#include "session/wayland_socket.h"
 
 namespace dravo {
 
@@ -34,6 +36,7 @@ struct RunSession {
     const DataFolder folder = DataFolder::ofThisUser();
     posix::SdEventLoop loop;
     OriginalGammaStore originalGamma{folder};
+    const bool isWayland = isWaylandSession(std::getenv);
     std::unique_ptr<Session> session;
     std::optional<HandOver> inherited;  ///< From the program that this one replaced.
     std::unique_ptr<files::TomlUserDefaults> defaults;

@@ -113,7 +113,9 @@ int SdEventLoop::descriptor() {
 
 bool SdEventLoop::turn() {
     if (exitCode()) return false;
+    isTurning_ = true;
     const int result = sd_event_run(event(), 0);
+    isTurning_ = false;
     require(result, "turn");
     return result > 0;
 }

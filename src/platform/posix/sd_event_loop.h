@@ -46,6 +46,8 @@ public:
     // Instead of `run()`.
     [[nodiscard]] int descriptor() override;
     bool turn() override;
+    /// Whether that is running: then nothing else can run it.
+    [[nodiscard]] bool isTurning() const { return isTurning_; }
     [[nodiscard]] std::optional<int> exitCode() override;
 
 private:
@@ -65,6 +67,7 @@ private:
     Source readySource_;
     SteadyTime armedFor_ = SteadyTime::max();
     bool readyArmed_ = false;
+    bool isTurning_ = false;
 };
 
 }  // namespace dravo::posix

@@ -24,9 +24,17 @@ namespace {
 
 std::function<void()> onServerLoss;
 
-// When its connection breaks, the toolkit prints a line and calls exit(1).
+// When its connection to an X server breaks, the toolkit prints a line and calls exit(1).
 void endOfProcess() {
     if (onServerLoss) onServerLoss();
+}
+
+QtMessageHandler usualMessages = nullptr;
+
+// Of one to a Wayland compositor it prints this line and ends the process without any handler.
+void hearOfLoss(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    if (text.startsWith(QLatin1String("The Wayland connection"))) endOfProcess();
+    usualMessages(type, context, text);
 }
 
 /// Where the session bus is, in every place in which a program looks. Left to look itself, the toolkit would at last
@@ -50,8 +58,6 @@ public:
         // With two screens the toolkit forgets the desktop's bars otherwise.
         variables_.push_back(bars_);
         variables_.push_back(bus_.data());
-        // A toolkit that knows this outlives a compositor that starts anew.
-        variables_.push_back(reconnect_);
         variables_.push_back(nullptr);
         environ = variables_.data();
     }
@@ -77,7 +83,6 @@ private:
     char** processes_ = environ;
     char noDesktop_[25] = "XDG_CURRENT_DESKTOP=none";
     char bars_[31] = "QT_RELY_ON_NET_WORKAREA_ATOM=1";
-    char reconnect_[23] = "QT_WAYLAND_RECONNECT=1";
     QByteArray bus_ = "DBUS_SESSION_BUS_ADDRESS=" + sessionBusAddress();
     std::vector<char*> variables_;
 };
@@ -148,7 +153,11 @@ public:
         adoptAppearance();
         appearance_ = parts_.appearance.onChange([this] { adoptAppearance(); });
         onServerLoss = parts.onServerLoss;
-        static_cast<void>(std::atexit(endOfProcess));
+        if (parts.isWayland) {
+            usualMessages = qInstallMessageHandler(hearOfLoss);
+        } else {
+            static_cast<void>(std::atexit(endOfProcess));
+        }
     }
     ~Shell() override { onServerLoss = nullptr; }
 
