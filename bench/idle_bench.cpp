@@ -1,17 +1,19 @@
 // What the program costs while nothing changes: it runs on three displays, and the kernel's own books are read before
 // and after, beside a program that does nothing but wake once a second. `idle_bench [SECONDS]`, 60 if not given; it
-// runs that long four times, without a panel: with the filter on and off, and the same again with breaks and a schedule
-// on. panel_bench does the first with a panel.
+// runs that long five times, without a panel: with the filter on and off, the same again with breaks and a schedule on,
+// and with the filter on where Mutter drives the displays. panel_bench does the first with a panel.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <optional>
 #include <string>
 #include <thread>
 
 #include "figures.h"
 #include "process_usage.h"
 #include "support/private_bus.h"
+#include "support/private_mutter.h"
 #include "support/private_x_server.h"
 #include "support/process_under_test.h"
 
@@ -28,6 +30,7 @@ struct Case {
     const char* timeAim;
     const char* switchesAim;
     const char* memoryAim;
+    bool isOnMutter = false;
 };
 
 std::string preferencesFor(const Case& row) {
@@ -45,13 +48,18 @@ std::string preferencesFor(const Case& row) {
 void measure(const Case& row, int seconds) {
     testing::PrivateXServer xServer(kDisplays);
     testing::PrivateBus bus;
+    std::optional<testing::PrivateMutter> mutter;
+    testing::Environment session{{"DISPLAY", xServer.address()},
+                                 {"DBUS_SESSION_BUS_ADDRESS", bus.address()},
+                                 {"DBUS_SYSTEM_BUS_ADDRESS", bus.address()}};
+    if (row.isOnMutter) {
+        session["XDG_SESSION_TYPE"] = "wayland";
+        session["DBUS_SESSION_BUS_ADDRESS"] = mutter.emplace(xServer).bus().address();
+    }
     testing::TestHome home;
     home.writePreferences(preferencesFor(row));
     const auto neutral = xServer.displays().ramps();
-    testing::ProcessUnderTest program(home, {"--headless"},
-                                      {{"DISPLAY", xServer.address()},
-                                       {"DBUS_SESSION_BUS_ADDRESS", bus.address()},
-                                       {"DBUS_SYSTEM_BUS_ADDRESS", bus.address()}});
+    testing::ProcessUnderTest program(home, {"--headless"}, session);
     testing::ChildProcess ticker(BARE_TICKER, {});
     std::this_thread::sleep_for(6s);  // the start, the looks after it, and threads that end again
     need(program.isRunning(), "the program ended:\n" + program.standardError());
@@ -68,11 +76,11 @@ void measure(const Case& row, int seconds) {
 
     const char* how = "`idle_bench`";
     std::printf(
-        "| `--headless`, filter %s%s, three displays, a bus, %d s of nothing: processor time | %s | %.1f ms (a bare "
+        "| `--headless`, filter %s%s, three displays, %s, %d s of nothing: processor time | %s | %.1f ms (a bare "
         "ticker: "
         "%.1f) | %s |\n",
-        row.filterIsOn ? "on" : "off", row.hasBreaksAndSchedule ? ", breaks and a schedule on" : "", seconds,
-        row.timeAim, used.milliseconds, tickerTime, how);
+        row.filterIsOn ? "on" : "off", row.hasBreaksAndSchedule ? ", breaks and a schedule on" : "",
+        row.isOnMutter ? "driven by Mutter" : "a bus", seconds, row.timeAim, used.milliseconds, tickerTime, how);
     std::printf(
         "| the same: context switches of all threads | %s | %ld, and %ld where others took the processor | %s |\n",
         row.switchesAim, used.waits, used.preemptions, how);
@@ -92,5 +100,6 @@ int main(int argc, char** argv) {
         measure({false, false, "", "", "4 MB"}, seconds);
         measure({true, true, "10 ms", "", "4 MB"}, seconds);
         measure({false, true, "10 ms", "", "4 MB"}, seconds);
+        measure({true, false, "", "as many as events", "4 MB", true}, seconds);
     });
 }
