@@ -8,8 +8,7 @@ namespace dravo {
 
 namespace {
 
-constexpr std::uint32_t kVcgtSignature = 0x76636774;
-constexpr std::size_t kTagCountOffset = 128;
+constexpr std::uint32_t kVcgtSignature = iccSignature("vcgt");
 constexpr std::size_t kTagEntrySize = 12;
 constexpr std::size_t kMaxTags = 1024;
 constexpr std::size_t kMaxEntries = 4096;
@@ -21,21 +20,6 @@ using Bytes = std::span<const std::uint8_t>;
 std::uint32_t u16(Bytes bytes, std::size_t at) { return static_cast<std::uint32_t>(bytes[at]) << 8 | bytes[at + 1]; }
 std::uint32_t u32(Bytes bytes, std::size_t at) { return u16(bytes, at) << 16 | u16(bytes, at + 2); }
 double s15Fixed16(Bytes bytes, std::size_t at) { return static_cast<std::int32_t>(u32(bytes, at)) / 65536.0; }
-
-Bytes findTag(Bytes profile, std::uint32_t signature) {
-    if (profile.size() < kTagCountOffset + 4) return {};
-    const std::size_t room = (profile.size() - kTagCountOffset - 4) / kTagEntrySize;
-    const std::size_t count = std::min<std::size_t>({u32(profile, kTagCountOffset), room, kMaxTags});
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::size_t entry = kTagCountOffset + 4 + i * kTagEntrySize;
-        if (u32(profile, entry) != signature) continue;
-        const std::size_t offset = u32(profile, entry + 4);
-        const std::size_t size = u32(profile, entry + 8);
-        if (offset > profile.size() || size > profile.size() - offset) return {};
-        return profile.subspan(offset, size);
-    }
-    return {};
-}
 
 std::optional<GammaTable> readTable(Bytes tag) {
     constexpr std::size_t kData = 18;
@@ -82,8 +66,25 @@ std::optional<GammaTable> readFormula(Bytes tag) {
 
 }  // namespace
 
+std::vector<IccTag> tagsOfProfile(std::span<const std::uint8_t> profile) {
+    if (profile.size() < kIccHeaderSize + 4) return {};
+    const std::size_t room = (profile.size() - kIccHeaderSize - 4) / kTagEntrySize;
+    const std::size_t count = std::min<std::size_t>({u32(profile, kIccHeaderSize), room, kMaxTags});
+    std::vector<IccTag> tags;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t entry = kIccHeaderSize + 4 + i * kTagEntrySize;
+        const std::size_t offset = u32(profile, entry + 4);
+        const std::size_t size = u32(profile, entry + 8);
+        if (offset <= profile.size() && size <= profile.size() - offset)
+            tags.push_back({u32(profile, entry), profile.subspan(offset, size)});
+    }
+    return tags;
+}
+
 std::optional<GammaTable> calibrationOfProfile(std::span<const std::uint8_t> profile) {
-    const Bytes tag = findTag(profile, kVcgtSignature);
+    const auto tags = tagsOfProfile(profile);
+    const auto found = std::ranges::find(tags, kVcgtSignature, &IccTag::signature);
+    const Bytes tag = found == tags.end() ? Bytes{} : found->data;
     if (tag.size() < 12 || u32(tag, 0) != kVcgtSignature) return std::nullopt;
     switch (u32(tag, 8)) {
         case 0:

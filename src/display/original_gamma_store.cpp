@@ -34,7 +34,11 @@ bool OriginalGammaStore::restoreIfNeeded() {
     // A file that does not say may be of a version that never did.
     mayHaveLeftNightLightOff_ = saved_.nightLightIsOurs;
     mayHaveLeftGray_ = isLost() || (!ours_.empty() && saved_.grayIsOurs.value_or(true));
-    return !ours_.empty();
+    return !ours_.empty() && !holdsOnlyProfiles();
+}
+
+bool OriginalGammaStore::holdsOnlyProfiles() const {
+    return saved_.own.empty() && saved_.grayIsOurs == false && !saved_.nightLightIsOurs && !saved_.profiles.empty();
 }
 
 std::vector<DisplayId> OriginalGammaStore::knownDisplays() const {
@@ -44,9 +48,27 @@ std::vector<DisplayId> OriginalGammaStore::knownDisplays() const {
 }
 
 Result<void> OriginalGammaStore::saveIfAbsent(const std::map<DisplayId, GammaTable>& own) {
+    isBehind_ = add(own) || isBehind_;
+    return writeIfBehind();
+}
+
+Result<void> OriginalGammaStore::saveProfiles(const std::map<DisplayId, SavedProfile>& own) {
+    for (const auto& [display, profile] : own) {
+        SavedProfile& saved = saved_.profiles[display];
+        isBehind_ = isBehind_ || saved != profile;
+        saved = profile;
+    }
+    return writeIfBehind();
+}
+
+void OriginalGammaStore::forgetProfiles(std::span<const DisplayId> displays) {
+    for (const DisplayId display : displays) isBehind_ = saved_.profiles.erase(display) > 0 || isBehind_;
+}
+
+Result<void> OriginalGammaStore::writeIfBehind() {
     if (!damaged_.empty()) return {};
     if (!saved_.grayIsOurs) saved_.grayIsOurs = false;
-    isBehind_ = add(own) || isBehind_ || ours_.empty();
+    isBehind_ = isBehind_ || ours_.empty();
     return isBehind_ ? write() : Result<void>{};
 }
 
@@ -78,11 +100,13 @@ void OriginalGammaStore::writeNote() {
 }
 
 void OriginalGammaStore::clear() {
-    for (const auto& path : ours_) static_cast<void>(removeFile(path));
     for (const auto& path : damaged_) static_cast<void>(setAsideAsBad(path));
+    damaged_.clear();
+    saved_ = {{}, false, false, std::move(saved_.profiles)};
+    if (holdsOnlyProfiles()) return static_cast<void>(write());
+    for (const auto& path : ours_) static_cast<void>(removeFile(path));
     saved_ = {};
     ours_.clear();
-    damaged_.clear();
     isBehind_ = false;
 }
 
@@ -110,6 +134,7 @@ void OriginalGammaStore::takeOver(const std::filesystem::path& path) {
     }
     // The folder in the home directory comes first, and its entries win.
     saved_.own.merge(tables->own);
+    saved_.profiles.merge(tables->profiles);
     // Gray that one of two runs has left is gray.
     saved_.nightLightIsOurs = saved_.nightLightIsOurs || tables->nightLightIsOurs;
     if (tables->grayIsOurs) saved_.grayIsOurs = saved_.grayIsOurs.value_or(false) || *tables->grayIsOurs;

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -13,13 +14,14 @@
 
 namespace dravo {
 
-/// Keeps the displays' own tables in a file for as long as we may have written others, and whether we switched
-/// everything to gray or a night light off: a file that is still there at the next start is the mark of an unclean end,
-/// and says what to give back. It knows no display server.
+/// Keeps the displays' own tables or profiles in a file for as long as we may have written others, and whether we
+/// switched everything to gray or a night light off: a file that is still there at the next start is the mark of an
+/// unclean end, and says what to give back. It knows no display server.
 ///
 /// The file is `original_gamma.json` in `~/.dravo`, or in the runtime folder where that cannot be written; the text
 /// is that of `encodeTables`, in native lengths. It is written whole or not at all, and a file that this object has
-/// neither read nor written is never replaced. Entries once in it do not change before `clear`.
+/// neither read nor written is never replaced. Tables once in it do not change before `clear`. A profile stays until
+/// its display has it back, also over the ends of runs that cannot reach that display.
 ///
 /// A write is in place for every later process at once, so that it protects the load that follows it without delay; the
 /// sync against a power cut, which costs milliseconds, may wait behind that load (`onUnsynced`).
@@ -35,11 +37,14 @@ public:
     /// Called with a file just written that has yet to be synced; without it, every write is synced at once.
     std::function<void(const std::filesystem::path&)> onUnsynced;
 
-    /// Reads what an earlier run has left. True if there was a file that could be understood. One that could not be
-    /// makes `isLost` true and stays untouched until `clear`.
+    /// Reads what an earlier run has left. True if there was a file that could be understood, with more in it than
+    /// profiles, which their displays show for themselves. One that could not be understood makes `isLost` true and
+    /// stays untouched until `clear`.
     bool restoreIfNeeded();
 
     [[nodiscard]] const std::map<DisplayId, GammaTable>& tables() const { return saved_.own; }
+    [[nodiscard]] const std::map<DisplayId, SavedProfile>& profiles() const { return saved_.profiles; }
+    /// Those with a table.
     [[nodiscard]] std::vector<DisplayId> knownDisplays() const;
     /// A run ended uncleanly, and what it saved cannot be understood.
     [[nodiscard]] bool isLost() const { return !damaged_.empty(); }
@@ -51,7 +56,12 @@ public:
     /// Errors: those of `writeFileAtomically`; the next call tries again.
     Result<void> saveIfAbsent(const std::map<DisplayId, GammaTable>& own);
 
-    /// The same, whoever may have removed or changed the file meanwhile.
+    /// The same for profiles; but what is told replaces what the file says of these displays.
+    Result<void> saveProfiles(const std::map<DisplayId, SavedProfile>& own);
+    /// These displays have their profiles back. The file follows with its next write, or `clear`.
+    void forgetProfiles(std::span<const DisplayId> displays);
+
+    /// `saveIfAbsent`, whoever may have removed or changed the file meanwhile.
     /// Errors: also `InvalidInput` (a damaged file is in its place).
     [[nodiscard]] Result<void> saveAgain(const std::map<DisplayId, GammaTable>& own);
 
@@ -67,14 +77,17 @@ public:
     /// Whether something is known that could not be written.
     [[nodiscard]] bool isBehind() const { return isBehind_ && damaged_.empty(); }
 
-    /// Removes the file: the displays have been given back, and the server has confirmed it. One that could not be
-    /// understood is kept as `.bad`, as it may be all that is known of a calibration.
+    /// The displays have been given back, and the server has confirmed it: removes the file, or all of it but profiles
+    /// that have not been given back. One that could not be understood is kept as `.bad`, as it may be all that is
+    /// known of a calibration.
     void clear();
 
 private:
     [[nodiscard]] std::vector<std::filesystem::path> paths() const;
     void takeOver(const std::filesystem::path& path);
     bool add(const std::map<DisplayId, GammaTable>& own);
+    [[nodiscard]] bool holdsOnlyProfiles() const;
+    Result<void> writeIfBehind();
     Result<void> write();
     void writeNote();
 

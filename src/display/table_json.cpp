@@ -1,6 +1,7 @@
 #include "display/table_json.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdint>
 #include <nlohmann/json.hpp>
@@ -22,6 +23,9 @@ constexpr std::array<std::pair<const char*, std::vector<float> GammaTable::*>, 3
 
 constexpr std::string_view kGrayscale = "grayscale";
 constexpr std::string_view kNightLight = "nightLightPaused";
+constexpr std::string_view kProfiles = "profiles";
+constexpr std::array<std::pair<const char*, std::string SavedProfile::*>, 2> kProfileTexts{
+    {{"path", &SavedProfile::path}, {"source", &SavedProfile::source}}};
 
 // Written so that NaN fails the comparison and becomes 0.
 float level(float value) { return value > 0 ? std::min(value, 1.0F) : 0.0F; }
@@ -82,6 +86,44 @@ Result<GammaTable> decodeEntry(std::optional<DisplayId> display, const Json& ent
     return table;
 }
 
+std::string quoted(const std::string& text) {
+    // What is not UTF-8 is no path that a compositor told us.
+    return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+void appendProfiles(std::string& text, const std::map<DisplayId, SavedProfile>& profiles) {
+    char opening = '{';
+    for (const auto& [display, profile] : profiles) {
+        text += opening;
+        text += '"' + std::to_string(static_cast<std::uint32_t>(display)) + "\":";
+        char inner = '{';
+        for (const auto& [name, member] : kProfileTexts) {
+            text += inner;
+            text += '"' + std::string(name) + "\":" + quoted(profile.*member);
+            inner = ',';
+        }
+        text += '}';
+        opening = ',';
+    }
+    text += '}';
+}
+
+Result<std::map<DisplayId, SavedProfile>> decodeProfiles(const Json& entries) {
+    std::map<DisplayId, SavedProfile> profiles;
+    if (!entries.is_object()) return Error{ErrorCode::InvalidInput, "the profiles are not an object"};
+    for (const auto& [key, entry] : entries.items()) {
+        SavedProfile profile;
+        for (const auto& [name, member] : kProfileTexts) {
+            const auto found = entry.find(name);
+            if (found == entry.end() || !found->is_string())
+                return Error{ErrorCode::InvalidInput, "a profile has no text \"" + std::string(name) + "\""};
+            profile.*member = found->get<std::string>();
+        }
+        if (const auto display = displayIdFor(key)) profiles.insert_or_assign(*display, std::move(profile));
+    }
+    return profiles;
+}
+
 }  // namespace
 
 std::string encodeTable(const GammaTable& table) {
@@ -108,6 +150,10 @@ std::string encodeTables(const SavedTables& tables) {
         addKey(kNightLight);
         text += "true";
     }
+    if (!tables.profiles.empty()) {
+        addKey(kProfiles);
+        appendProfiles(text, tables.profiles);
+    }
     return text.empty() ? "{}" : text + "}";
 }
 
@@ -123,6 +169,12 @@ Result<SavedTables> decodeTables(std::string_view text) {
         }
         if (key == kNightLight && entry.is_boolean()) {
             tables.nightLightIsOurs = entry.get<bool>();
+            continue;
+        }
+        if (key == kProfiles) {
+            auto profiles = decodeProfiles(entry);
+            if (!profiles) return profiles.error();
+            tables.profiles = std::move(*profiles);
             continue;
         }
         const auto display = displayIdFor(key);

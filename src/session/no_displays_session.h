@@ -9,7 +9,7 @@ namespace dravo {
 /// line work as anywhere, and whoever looks for the displays finds the reason.
 class NoDisplaysSession final : public Session {
 public:
-    NoDisplaysSession() = default;
+    explicit NoDisplaysSession(TextKey why) : displays_(why) {}
 
     std::string backend() const override { return "wayland"; }
     bool isExclusive() const override { return false; }
@@ -27,6 +27,10 @@ private:
     /// Takes every wish and shows none.
     class NoDisplays final : public Displays {
     public:
+        explicit NoDisplays(TextKey reason) : why(reason) {}
+
+        const TextKey why;
+
         std::string backend() const override { return "wayland"; }
         DisplayTraits traits() const override { return {}; }
         /// One row that stands for all of them.

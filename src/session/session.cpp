@@ -1,20 +1,39 @@
 #include "session/session.h"
 
+#include "base/report.h"
 #include "platform/gnome/gnome_night_light.h"
+#include "platform/plasma/profile_desk.h"
+#include "platform/wayland/wayland_module.h"
 #include "session/absent_ports.h"
 #include "session/gnome_session.h"
 #include "session/no_displays_session.h"
+#include "session/plasma_session.h"
 #include "session/wayland_socket.h"
 #include "session/wlr_session.h"
 #include "session/x11_session.h"
 
 namespace dravo {
+namespace {
+
+constexpr TextKey kNoWay = textKey("this Wayland session offers no way to tint the screen");
+constexpr TextKey kPlasmaIsTooOld = textKey("Plasma lets a program tint the screen from version 6.0 on");
+
+}  // namespace
 
 std::unique_ptr<Session> Session::choose(Guarding guarding, const Environment& environment) {
     if (!isWaylandSession(environment)) return std::make_unique<X11Session>(guarding);
-    if (auto session = WlrSession::find()) return session;
-    if (auto gnome = GnomeSession::find(guarding)) return gnome;
-    return std::make_unique<NoDisplaysSession>();
+    auto compositor = wayland::askCompositor(DRAVO_VERSION);
+    // A compositor that does not answer is told of by whoever needs it.
+    if (!compositor && compositor.error().code != ErrorCode::Disconnected)
+        reportOnce("wayland", compositor.error().message);
+    if (compositor && (*compositor)->handsOutTables()) return std::make_unique<WlrSession>(std::move(*compositor));
+    const std::uint32_t management = compositor ? (*compositor)->versionOf(plasma::kOutputManagement) : 0;
+    // Whose compositor has said that it is Plasma's needs no question to the bus.
+    if (management == 0)
+        if (auto gnome = GnomeSession::find(guarding)) return gnome;
+    if (management >= plasma::kFirstWithProfiles)
+        if (auto session = PlasmaSession::create()) return session;
+    return std::make_unique<NoDisplaysSession>(management > 0 ? kPlasmaIsTooOld : kNoWay);
 }
 
 std::vector<PortReport> Session::report() {

@@ -33,7 +33,8 @@ public:
     ///     and does nothing with them.
     ///  2. a compositor that hands out its displays' tables by wlr-gamma-control.
     ///  3. GNOME, where its compositor is on the session bus.
-    ///  4. none of these: a session whose displays cannot be filtered, where everything else works.
+    ///  4. Plasma from 6.0 on, by the colour profiles of its displays.
+    ///  5. none of these: a session whose displays cannot be filtered, where everything else works.
     /// REQUIRES with `byLastWord`: no other thread yet.
     [[nodiscard]] static std::unique_ptr<Session> choose(Guarding guarding, const Environment& environment);
 

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "platform/wayland/wayland_module.h"
 #include "session/absent_ports.h"
@@ -13,8 +14,8 @@ namespace dravo {
 /// and its family, by wlr-gamma-control. Nothing outlives us, and nobody can write over ours.
 class WlrSession final : public Session {
 public:
-    /// The session of the compositor that the environment names; none if it hands out no tables or does not answer.
-    [[nodiscard]] static std::unique_ptr<Session> find();
+    /// REQUIRES: the compositor hands out tables.
+    explicit WlrSession(std::unique_ptr<wayland::Compositor> compositor) : compositor_(std::move(compositor)) {}
 
     std::string backend() const override { return "wlroots"; }
     bool isExclusive() const override { return true; }
@@ -28,8 +29,6 @@ public:
     std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) override;
 
 private:
-    explicit WlrSession(std::unique_ptr<wayland::Compositor> compositor) : compositor_(std::move(compositor)) {}
-
     std::unique_ptr<wayland::Compositor> compositor_;
     std::unique_ptr<wayland::CompositorDisplays> displays_;
     NoLastWord lastWord_;

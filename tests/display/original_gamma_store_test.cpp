@@ -64,6 +64,27 @@ TEST(OriginalGammaStoreTest, TriesAgainWhenTheFileCouldNotBeWritten) {
     EXPECT_EQ(saved(homeFile(world)).size(), 1U);
 }
 
+TEST(OriginalGammaStoreTest, KeepsAProfileUntilItsDisplayHasItBack) {
+    const testing::TemporaryFolder home;
+    const auto anew = [&home] { return OriginalGammaStore(DataFolder{home / ".dravo", {}}); };
+    auto store = anew();
+    const SavedProfile first{"/first.icc", "icc"};
+    const SavedProfile second{"/second.icc", "icc"};
+    EXPECT_TRUE(store.saveProfiles({{DisplayId{1}, first}, {DisplayId{2}, {}}}));
+    EXPECT_TRUE(store.saveProfiles({{DisplayId{1}, second}}));
+    store.forgetProfiles(std::vector{DisplayId{2}});
+    store.clear();
+
+    auto later = anew();
+    EXPECT_FALSE(later.restoreIfNeeded()) << "what is owed to a display is no sign of a crash";
+    EXPECT_EQ(later.profiles(), (std::map<DisplayId, SavedProfile>{{DisplayId{1}, second}}));
+    EXPECT_TRUE(later.saveIfAbsent({{DisplayId{3}, GammaTable::identity()}}));
+    EXPECT_TRUE(anew().restoreIfNeeded());
+    later.forgetProfiles(std::vector{DisplayId{1}});
+    later.clear();
+    EXPECT_FALSE(std::filesystem::exists(home / ".dravo/original_gamma.json"));
+}
+
 TEST(OriginalGammaStoreTest, HandsNothingOverWhatIsNotSavedAndNothingInMotion) {
     EngineWorld world;
     world.run->launch(kDark);

@@ -21,6 +21,14 @@ TEST(TableJsonTest, WritesTheShortestNumbers) {
     EXPECT_EQ(encodeTables({}), "{}");
 }
 
+TEST(TableJsonTest, ReadsProfilesBackWhateverTheirPathsAre) {
+    SavedTables tables;
+    tables.profiles = {{DisplayId{1}, {"/home/j\xC3\xBCrg/a \"b\"\\c\n.icc", "icc"}}, {DisplayId{9}, {}}};
+    const auto decoded = decodeTables(encodeTables(tables));
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(*decoded, tables);
+}
+
 TEST(TableJsonTest, TakesWhatAPersonMayHaveEdited) {
     const std::string good = entry("[0,1]", "[0,0.5]", "[0,0.25]");
     const auto decoded =
@@ -60,6 +68,8 @@ TEST(TableJsonTest, RefusesTheWholeOfADamagedText) {
         {"broken entry of nobody", good + R"("x\n":[]})", "no display's is not an object"},
         {"too large for the type", good + R"("2":)" + entry("[0,1e39]", "[0,1]", "[0,1]") + "}", "1e39"},
         {"infinity", good + R"("2":)" + entry("[0,Infinity]", "[0,1]", "[0,1]") + "}", "line 1"},
+        {"profiles are a list", R"({"profiles":[]})", "profiles are not an object"},
+        {"profile without a path", R"({"profiles":{"1":{"source":"icc"}}})", "no text \"path\""},
         {"deep", std::string(200000, '['), "line 1"},
         {"deep and closed", "{\"1\":" + std::string(200000, '[') + std::string(200000, ']') + "}", "not an object"},
     };

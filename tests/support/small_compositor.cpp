@@ -1,27 +1,16 @@
 #include "support/small_compositor.h"
 
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 #include <wayland-server.h>
 #include <wlr-gamma-control-server.h>
 
 #include <algorithm>
-#include <atomic>
-#include <functional>
-#include <future>
-#include <mutex>
 #include <stdexcept>
-#include <thread>
 #include <utility>
 
 namespace dravo::testing {
 namespace {
-
-using namespace std::chrono_literals;
 
 template <typename T>
 T* of(wl_resource* resource) {
@@ -29,16 +18,6 @@ T* of(wl_resource* resource) {
 }
 
 void destroy(wl_client*, wl_resource* resource) { wl_resource_destroy(resource); }
-
-int listenAt(const std::string& path) {
-    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(descriptor, 128) != 0)
-        throw std::runtime_error("no socket at " + path);
-    return descriptor;
-}
 
 }  // namespace
 
@@ -79,70 +58,7 @@ struct SmallCompositor::Inside {
         }
     };
 
-    /// Has `action` done between two turns of the thread's loop, and waits for what it returns.
-    template <typename Action>
-    auto run(Action action) {
-        auto task =
-            std::make_shared<std::packaged_task<decltype(action(*this))()>>([this, &action] { return action(*this); });
-        auto result = task->get_future();
-        {
-            const std::lock_guard lock(mutex);
-            tasks.push_back([task] { (*task)(); });
-        }
-        ::eventfd_write(wakeUp, 1);
-        return result.get();
-    }
-
-    Inside(Kind itsKind, std::string socketPath) : kind(itsKind), path(std::move(socketPath)) {
-        open();
-        thread = std::thread([this] { loop(); });
-    }
-    ~Inside() {
-        isFrozen = false;
-        run([](Inside& self) {
-            self.close();
-            self.isEnding = true;
-        });
-        thread.join();
-        ::close(wakeUp);
-    }
-
-    void open() {
-        wl_log_set_handler_server([](const char*, va_list) {});
-        display = wl_display_create();
-        wl_display_add_socket_fd(display, listenAt(path));
-        const auto nothing = [](int, std::uint32_t, void*) { return 0; };
-        asking = wl_event_loop_add_fd(wl_display_get_event_loop(display), wakeUp, WL_EVENT_READABLE, nothing, nullptr);
-        if (kind.handsOutTables)
-            wl_global_create(display, &zwlr_gamma_control_manager_v1_interface, 1, this, bindManager);
-    }
-    void close() {
-        if (!display) return;
-        wl_display_destroy_clients(display);
-        wl_event_source_remove(asking);
-        wl_display_destroy(display);
-        display = nullptr;
-        outputs.clear();
-        ::unlink(path.c_str());
-    }
-
-    void loop() {
-        while (!isEnding) {
-            pollfd asked{wakeUp, POLLIN, 0};
-            display ? wl_event_loop_dispatch(wl_display_get_event_loop(display), -1) : ::poll(&asked, 1, -1);
-            std::this_thread::sleep_for(delay.load());
-            eventfd_t count = 0;
-            ::eventfd_read(wakeUp, &count);
-            std::vector<std::function<void()>> due;
-            {
-                const std::lock_guard lock(mutex);
-                due.swap(tasks);
-            }
-            for (auto& task : due) task();
-            while (isFrozen) std::this_thread::sleep_for(1ms);
-            if (display) wl_display_flush_clients(display);
-        }
-    }
+    explicit Inside(Kind itsKind) : kind(itsKind) {}
 
     Output& find(const std::string& name) {
         for (const auto& output : outputs)
@@ -233,27 +149,31 @@ struct SmallCompositor::Inside {
     }
 
     const Kind kind;
-    const std::string path;
-    const int wakeUp = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     wl_display* display = nullptr;
-    wl_event_source* asking = nullptr;
     std::vector<std::unique_ptr<Output>> outputs;
     Books books;
     int passedOver = 0;
     Loads answer = Loads::taken;
-    bool isEnding = false;
-    std::atomic<bool> isFrozen = false;
-    std::atomic<std::chrono::milliseconds> delay{0ms};
-    std::mutex mutex;
-    std::vector<std::function<void()>> tasks;
-    std::thread thread;
 };
 
-SmallCompositor::SmallCompositor(Kind kind) : inside_(std::make_unique<Inside>(kind, address())) {}
-SmallCompositor::~SmallCompositor() = default;
+SmallCompositor::SmallCompositor(Kind kind) : inside_(std::make_unique<Inside>(kind)) { start(); }
+SmallCompositor::~SmallCompositor() { end(); }
+
+void SmallCompositor::open(wl_display* display) {
+    inside_->display = display;
+    if (inside_->kind.handsOutTables)
+        wl_global_create(display, &zwlr_gamma_control_manager_v1_interface, 1, inside_.get(), Inside::bindManager);
+}
+
+void SmallCompositor::closed() { inside_->outputs.clear(); }
+
+template <typename Action>
+auto SmallCompositor::inside(Action action) {
+    return run([this, &action] { return action(*inside_); });
+}
 
 void SmallCompositor::plug(const std::string& name, std::size_t size, const std::string& model) {
-    inside_->run([&](Inside& self) {
+    inside([&](Inside& self) {
         auto output = std::make_unique<Inside::Output>(Inside::Output{name, size, model});
         output->global = wl_global_create(self.display, &wl_output_interface, 4, output.get(), Inside::bindOutput);
         self.outputs.push_back(std::move(output));
@@ -261,7 +181,7 @@ void SmallCompositor::plug(const std::string& name, std::size_t size, const std:
 }
 
 void SmallCompositor::unplug(const std::string& name) {
-    inside_->run([&](Inside& self) {
+    inside([&](Inside& self) {
         Inside::Output& output = self.find(name);
         for (wl_resource* const resource : output.bound) wl_resource_set_user_data(resource, nullptr);
         if (Inside::Control* const holder = output.holder)
@@ -275,11 +195,11 @@ void SmallCompositor::unplug(const std::string& name) {
 std::optional<RampLevels> SmallCompositor::table(const std::string& name) { return shown(name).back(); }
 
 std::vector<std::optional<RampLevels>> SmallCompositor::shown(const std::string& name) {
-    return inside_->run([&](Inside& self) { return self.find(name).shown; });
+    return inside([&](Inside& self) { return self.find(name).shown; });
 }
 
 pid_t SmallCompositor::holder(const std::string& name) {
-    return inside_->run([&](Inside& self) {
+    return inside([&](Inside& self) {
         pid_t process = 0;
         if (const Inside::Control* const control = self.find(name).holder)
             wl_client_get_credentials(wl_resource_get_client(control->resource), &process, nullptr, nullptr);
@@ -288,25 +208,14 @@ pid_t SmallCompositor::holder(const std::string& name) {
 }
 
 SmallCompositor::Books SmallCompositor::books() {
-    return inside_->run([](Inside& self) { return self.books; });
+    return inside([](Inside& self) { return self.books; });
 }
 
 void SmallCompositor::answerLoads(Loads how) {
-    inside_->run([how](Inside& self) { self.answer = how; });
+    inside([how](Inside& self) { self.answer = how; });
 }
 void SmallCompositor::passOver(int requests) {
-    inside_->run([requests](Inside& self) { self.passedOver = requests; });
-}
-void SmallCompositor::slowDown(std::chrono::milliseconds delay) { inside_->delay = delay; }
-void SmallCompositor::freeze() {
-    inside_->run([](Inside& self) { self.isFrozen = true; });
-}
-void SmallCompositor::thaw() { inside_->isFrozen = false; }
-void SmallCompositor::die() {
-    inside_->run([](Inside& self) { self.close(); });
-}
-void SmallCompositor::start() {
-    inside_->run([](Inside& self) { self.open(); });
+    inside([requests](Inside& self) { self.passedOver = requests; });
 }
 
 }  // namespace dravo::testing

@@ -10,15 +10,13 @@
 #include <vector>
 
 #include "display/ramp_levels.h"
-#include "support/temporary_folder.h"
+#include "support/wayland_server.h"
 
 namespace dravo::testing {
 
-/// A Wayland compositor that has outputs and hands out their transfer tables, and nothing else. It runs in a thread of
-/// its own; what a test asks of it is done when the call returns. What clients did shows in its books.
-///
-/// Faults of starting it throw std::runtime_error, which fails the test.
-class SmallCompositor {
+/// A Wayland compositor that has outputs and hands out their transfer tables, and nothing else. What a test asks of it
+/// is done when the call returns. What clients did shows in its books.
+class SmallCompositor final : public WaylandServer {
 public:
     /// In what the compositors of the family differ.
     struct Kind {
@@ -43,12 +41,7 @@ public:
     static Kind niri() { return {.readsFromOffset = true, .wrongLength = Kind::WrongLength::fails}; }
 
     explicit SmallCompositor(Kind kind = sway());
-    ~SmallCompositor();
-    SmallCompositor(const SmallCompositor&) = delete;
-    SmallCompositor& operator=(const SmallCompositor&) = delete;
-
-    /// For WAYLAND_DISPLAY.
-    [[nodiscard]] std::string address() const { return folder_ / "wayland"; }
+    ~SmallCompositor() override;
 
     /// An output with a table of `size` entries, or none; of one make, `model` for a model.
     void plug(const std::string& name, std::size_t size = 256, const std::string& model = "Model");
@@ -74,19 +67,15 @@ public:
     void answerLoads(Loads how);
     /// Tells this many clients nothing about the tables that they ask for.
     void passOver(int requests);
-    /// Lets everything wait for so long before it is answered.
-    void slowDown(std::chrono::milliseconds delay);
-    void freeze();
-    void thaw();
-
-    /// Ends as a crash does, outputs and all; `start` begins anew at the same address.
-    void die();
-    void start();
-
     struct Inside;
 
 private:
-    TemporaryFolder folder_;
+    void open(wl_display* display) override;
+    /// Outputs and all.
+    void closed() override;
+    template <typename Action>
+    auto inside(Action action);
+
     std::unique_ptr<Inside> inside_;
 };
 

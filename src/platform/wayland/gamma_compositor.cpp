@@ -23,6 +23,11 @@ Result<std::unique_ptr<Compositor>> GammaCompositor::create() {
     return std::unique_ptr<Compositor>(std::move(compositor));
 }
 
+std::uint32_t GammaCompositor::versionOf(std::string_view interface) const {
+    const auto found = std::ranges::find(globals_, interface, &Connection::Global::interface);
+    return found == globals_.end() ? 0 : found->version;
+}
+
 bool GammaCompositor::handsOutTables() const { return std::ranges::any_of(globals_, GammaClient::isManager); }
 
 std::unique_ptr<CompositorDisplays> GammaCompositor::takeDisplays(Scheduler& scheduler) {

@@ -15,6 +15,7 @@ public:
     /// Connects, and waits for the list of what is offered. Errors: `Disconnected`.
     [[nodiscard]] static Result<std::unique_ptr<Compositor>> create();
 
+    std::uint32_t versionOf(std::string_view interface) const override;
     bool handsOutTables() const override;
     std::unique_ptr<CompositorDisplays> takeDisplays(Scheduler& scheduler) override;
 

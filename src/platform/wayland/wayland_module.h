@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "base/descriptor_watch.h"
 #include "base/result.h"
@@ -24,6 +26,9 @@ public:
 class Compositor {
 public:
     virtual ~Compositor() = default;
+
+    /// The version in which it offers a global of this interface; 0: it does not.
+    [[nodiscard]] virtual std::uint32_t versionOf(std::string_view interface) const = 0;
 
     /// Whether clients may load tables into its outputs (zwlr_gamma_control_manager_v1).
     [[nodiscard]] virtual bool handsOutTables() const = 0;
