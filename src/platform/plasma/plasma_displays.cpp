@@ -279,24 +279,27 @@ PlasmaDisplays::Steps PlasmaDisplays::dueSteps() {
 void PlasmaDisplays::bringWish() {
     if (!client_ || !client_->isComplete() || !hasBeenTold_ || !underWay_.empty()) return send();
     retry_.cancel();
+    Steps steps = dueSteps();
+    if (steps.empty()) return send();
+    for (const auto& step : steps) find(step.display)->carriesOurs = true;
+    if (!publishGuard()) return;
     std::map<DisplayId, SavedProfile> own;
     std::vector<OutputClient::Change> changes;
-    for (auto& step : dueSteps()) {
+    for (auto& step : steps) {
         Display& display = *find(step.display);
         if (step.levels) {
             if (const auto written = writeProfile(display, step); !written) {
+                observe(display);
                 refuse(display, written.error().message);
                 continue;
             }
             own.emplace(display.id, saved(display.own));
-            display.carriesOurs = true;
         }
         changes.push_back(step.change);
         underWay_.push_back(std::move(step));
     }
     if (changes.empty()) return send();
     if (!own.empty()) static_cast<void>(store_.saveProfiles(own));
-    publishGuard();
     client_->configure(changes);
     send();
 }
@@ -330,11 +333,17 @@ void PlasmaDisplays::noteAnswer(const Result<void>& answer) {
         if (!isDone) noteContest(*display);
         display->refusal = {};
         display->attempts = 0;
-        if (!display->carriesOurs) store_.forgetProfiles(std::span(&display->id, 1));
     }
     publishGuard();
-    // Also those of displays that are away: without its file such a profile does nothing when its display comes back.
-    if (!wish_ && std::ranges::none_of(displays_, &Display::carriesOurs)) files_.remove();
+    forgetWhatIsGivenBack();
+}
+
+// The files of displays that are away go, too: without its file such a profile does nothing when its display comes
+// back. What is saved of them stays.
+void PlasmaDisplays::forgetWhatIsGivenBack() {
+    for (const auto& display : displays_)
+        if (!display.carriesOurs) store_.forgetProfiles(std::span(&display.id, 1));
+    if (!wish_ && underWay_.empty() && std::ranges::none_of(displays_, &Display::carriesOurs)) files_.remove();
 }
 
 void PlasmaDisplays::refuse(Display& display, Sentence why) {
@@ -343,12 +352,13 @@ void PlasmaDisplays::refuse(Display& display, Sentence why) {
     display.notBefore = attempt < kRetries.size() ? scheduler_.steadyNow() + kRetries[attempt] : SteadyTime::max();
 }
 
-void PlasmaDisplays::publishGuard() {
-    if (!client_) return;
+// False at a sudden end, which is the guard's.
+bool PlasmaDisplays::publishGuard() {
+    if (!client_) return false;
     std::map<std::string, ProfileSetting> own;
     for (const auto& display : displays_)
         if (display.carriesOurs) own.emplace(display.output.connector, restorable(display.own));
-    lastWord_.guard(std::move(own), client_->connection().descriptor());
+    return lastWord_.guard(std::move(own), client_->connection().descriptor());
 }
 
 PlasmaDisplays::Display* PlasmaDisplays::find(DisplayId id) {
@@ -379,6 +389,7 @@ Result<void> PlasmaDisplays::giveBack(GivingBack how) {
     bringWish();
     auto outcome = settle();
     isGivenBack_ = how == GivingBack::forGood;
+    forgetWhatIsGivenBack();
     const auto refused = std::ranges::find_if(displays_, &Display::carriesOurs);
     if (outcome && refused != displays_.end()) outcome = Error{ErrorCode::PermissionDenied, refused->refusal};
     tell();
@@ -406,6 +417,7 @@ Result<std::vector<LastingDisplays::Restored>> PlasmaDisplays::restoreAll() {
     bringWish();
     const auto settled = settle();
     if (!settled && settled.error().code == ErrorCode::Disconnected) return settled.error();
+    forgetWhatIsGivenBack();
     std::vector<Restored> restored;
     for (const auto& [id, source] : sources) {
         const Display* const display = find(id);

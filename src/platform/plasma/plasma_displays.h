@@ -47,7 +47,7 @@ public:
     Result<std::vector<Restored>> restoreAll() override;
 
     std::string backend() const override { return "plasma"; }
-    DisplayTraits traits() const override { return {.tablesOutliveUs = true, .needsLooks = false}; }
+    DisplayTraits traits() const override { return {.tablesOutliveUs = true}; }
     Result<std::vector<DisplayDescription>> list() override;
     std::vector<Result<GammaTable>> held(std::span<const DisplayId> displays) override;
     void show(const std::optional<GammaTable>& wish, Fade fade) override;
@@ -97,7 +97,8 @@ private:
     [[nodiscard]] static bool canBeFiltered(const Display& display);
     void refuse(Display& display, Sentence why);
     void tryAllAgain();
-    void publishGuard();
+    bool publishGuard();
+    void forgetWhatIsGivenBack();
     [[nodiscard]] Result<void> settle();
     [[nodiscard]] Display* find(DisplayId id);
     [[nodiscard]] DisplayDescription describe(const Display& display) const;

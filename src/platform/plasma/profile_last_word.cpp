@@ -27,12 +27,13 @@ bool serveUntil(OutputClient& client, std::chrono::steady_clock::time_point dead
 
 }  // namespace
 
-void ProfileLastWord::guard(std::map<std::string, ProfileSetting> own, int engineConnection) {
+bool ProfileLastWord::guard(std::map<std::string, ProfileSetting> own, int engineConnection) {
     auto targets = std::make_shared<Targets>();
     targets->own = std::move(own);
     targets->engineConnection = UniqueFd(::fcntl(engineConnection, F_DUPFD_CLOEXEC, 0));
     const std::lock_guard lock(mutex_);
     targets_ = std::move(targets);
+    return !isSpoken_;
 }
 
 void ProfileLastWord::speak() {
@@ -40,6 +41,7 @@ void ProfileLastWord::speak() {
     {
         const std::lock_guard lock(mutex_);
         targets = targets_;
+        isSpoken_ = true;
     }
     if (!targets || targets->own.empty()) return;
     const auto deadline = std::chrono::steady_clock::now() + kPatience;

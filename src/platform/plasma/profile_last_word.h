@@ -28,9 +28,10 @@ public:
     /// applied them, two seconds at most. Does nothing before the first call of `guard`.
     void speak() override;
 
-    /// What belongs to displays that carry ours, by connector, and the engine's connection. Called before the first
-    /// request that would give one of ours to a display.
-    void guard(std::map<std::string, ProfileSetting> own, int engineConnection);
+    /// What belongs to displays that carry ours, by connector, and the engine's connection. Comes before a request that
+    /// gives one of ours to a display. False once the last word is being spoken: then no such request may follow, on
+    /// whatever connection.
+    [[nodiscard]] bool guard(std::map<std::string, ProfileSetting> own, int engineConnection);
 
 private:
     struct Targets {
@@ -41,6 +42,7 @@ private:
     ProfileFiles files_;
     std::mutex mutex_;
     std::shared_ptr<const Targets> targets_;
+    bool isSpoken_ = false;
 };
 
 }  // namespace dravo::plasma
