@@ -33,6 +33,7 @@
 #include "platform/posix/system_calendar.h"
 #include "platform/posix/termination_guard.h"
 #include "platform/posix/zone_position.h"
+#include "run/command_examination.h"
 #include "run/filter_run.h"
 #include "session/session.h"
 
@@ -100,6 +101,13 @@ public:
         if (const auto connected = connect(); !connected) return connected.error();
         if (auto* const lasting = session_->lasting()) lasting->begin(LastingDisplays::Beginning::looking);
         return &session_->displays();
+    }
+
+    bool wouldTakeDisplays() override { return session().isExclusive(); }
+
+    std::vector<PortReport> examine() override {
+        const bool isRunThere = runningInstance().isThere();
+        return CommandExamination{loop_, session(), store(), folder(), isRunThere}.run();
     }
 
     Result<std::vector<FilterPreset>> userPresets() override {
@@ -182,10 +190,9 @@ private:
         return *session_;
     }
 
-    Result<void> connect() {
-        if (!saved_) saved_.emplace(folder());
-        return session().openDisplays(*saved_, loop_);
-    }
+    OriginalGammaStore& store() { return saved_ ? *saved_ : saved_.emplace(folder()); }
+
+    Result<void> connect() { return session().openDisplays(store(), loop_); }
 
     std::optional<DefaultsValue> stored(std::string_view key) {
         const auto path = files::TomlUserDefaults::pathIn(folder().settings);

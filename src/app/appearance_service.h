@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 
+#include "base/probe.h"
 #include "base/subscription.h"
 
 namespace dravo {
@@ -25,10 +26,8 @@ struct Appearance {
 /// values above.
 ///
 /// Thread: main thread.
-class AppearanceService {
+class AppearanceService : public Probed {
 public:
-    virtual ~AppearanceService() = default;
-
     [[nodiscard]] virtual Appearance appearance() const = 0;
 
     /// `callback` comes after every change, the first answer of the desktop included.

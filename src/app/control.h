@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "app/control_request.h"
+#include "app/examination.h"
 #include "base/subscription.h"
 
 namespace dravo {
@@ -23,13 +24,14 @@ public:
     /// Errors: `InvalidInput` or `NotFound`, with a sentence for whoever asked; nothing has changed then. Others as the
     /// request says.
     virtual Result<ControlAnswer> carryOut(const ControlRequest& request) = 0;
+
+    /// Looks whether everything works here; `onDone` as in `Examination::run`.
+    [[nodiscard]] virtual Subscription examine(Examination::Told onDone) = 0;
 };
 
 /// Makes a target reachable from outside this process.
-class ControlService {
+class ControlService : public Probed {
 public:
-    virtual ~ControlService() = default;
-
     /// Starts to serve, from the loop; never waits. What is missing for it is said in one line on standard error, and
     /// the program goes on without. Call once. Lifetime: `target` outlives this.
     virtual void serve(ControlTarget& target) = 0;

@@ -9,6 +9,7 @@
 
 #include "app/control_state.h"
 #include "base/result.h"
+#include "display/held_display.h"
 #include "schedule/location_service.h"
 
 namespace dravo {
@@ -97,6 +98,8 @@ struct Activate {};
 struct Restore {};
 /// Answered first; the program ends in the loop's next turn.
 struct Quit {};
+/// Tells what every display holds.
+struct ListDisplays {};
 
 }  // namespace request
 
@@ -105,12 +108,14 @@ using ControlRequest =
                  request::PauseUntilMorning, request::Resume, request::SelectPreset, request::SetAdjustments,
                  request::RevertToPreset, request::SetSchedule, request::SetLocation, request::SetBreaks,
                  request::DismissBreak, request::ImportPresets, request::ExportPresets, request::Activate,
-                 request::Restore, request::Quit>;
+                 request::Restore, request::Quit, request::ListDisplays>;
 
 /// What a request is answered with; empty for most.
 struct ControlAnswer {
     std::vector<std::string> ids = {};  ///< Of what `ImportPresets` added.
     std::string json = {};              ///< Of what `ExportPresets` asked for.
+    std::string backend = {};           ///< As `Displays::backend`, for `ListDisplays`.
+    std::vector<HeldDisplay> displays = {};
 };
 
 /// Whether a request may be carried out, as far as that shows in itself. The message names the value and its range.

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "app/panel_parts.h"
 #include "app/popover.h"
 #include "app/status_item.h"
 #include "base/guest_loop.h"
+#include "base/probe.h"
 #include "base/scheduler.h"
 
 namespace dravo {
@@ -40,5 +42,10 @@ struct DesktopShellParts {
 /// caller owns the shell. It answers null if the module was not built for `version` of the program.
 inline constexpr const char* kDesktopModuleEntry = "dravoDesktop";
 using DesktopModuleEntry = DesktopShell* (*)(const char* version, const DesktopShellParts& parts);
+
+/// The same of the function that tells, without starting it, whether the toolkit could start here. It leaves `finding`
+/// as it is if the module was not built for `version`.
+inline constexpr const char* kDesktopModuleProbe = "dravoDesktopProbe";
+using DesktopModuleProbe = void (*)(const char* version, std::optional<Finding>& finding);
 
 }  // namespace dravo

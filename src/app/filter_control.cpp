@@ -172,6 +172,12 @@ Answer perform(const request::Quit&, Parts& parts) {
     return done();
 }
 
+Answer perform(const request::ListDisplays&, Parts& parts) {
+    auto displays = heldDisplays(parts.displays);
+    if (!displays) return displays.error();
+    return ControlAnswer{.backend = parts.displays.backend(), .displays = std::move(*displays)};
+}
+
 }  // namespace
 
 WallTime nextMorning(WallTime now, const Calendar& calendar) {
@@ -227,6 +233,8 @@ ControlState FilterControl::controlState() const {
     state.lacksGrayscale = grayscaleProblem(filter.selectedPreset, parts_.grayscale).has_value();
     return state;
 }
+
+Subscription FilterControl::examine(Examination::Told onDone) { return parts_.examine(std::move(onDone)); }
 
 Result<ControlAnswer> FilterControl::carryOut(const ControlRequest& request) {
     if (auto refused = validate(request); !refused) return refused.error();

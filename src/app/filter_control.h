@@ -28,9 +28,10 @@ struct FilterControlParts {
     const GrayscaleSwitch& grayscale;
     Scheduler& scheduler;
     const Calendar& calendar;
-    std::function<Result<void>()> activate;  ///< As `request::Activate`.
-    std::function<void()> quit;              ///< Ends the program; called in a turn of its own.
-    std::function<Result<void>()> restore;   ///< As `request::Restore`.
+    std::function<Result<void>()> activate;                  ///< As `request::Activate`.
+    std::function<void()> quit;                              ///< Ends the program; called in a turn of its own.
+    std::function<Result<void>()> restore;                   ///< As `request::Restore`.
+    std::function<Subscription(Examination::Told)> examine;  ///< As `Examination::run`.
 };
 
 /// The filter as control from outside sees it: the controller's operations under the rules that hold for callers who do
@@ -45,6 +46,7 @@ public:
     Subscription onStateChange(std::function<void()> callback) override;
 
     Result<ControlAnswer> carryOut(const ControlRequest& request) override;
+    Subscription examine(Examination::Told onDone) override;
 
 private:
     void somethingChanges();

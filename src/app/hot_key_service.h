@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 
+#include "base/probe.h"
 #include "base/result.h"
 #include "base/subscription.h"
 
@@ -20,10 +21,8 @@ struct HotKey {
 /// A key combination that the desktop delivers to this program, whichever program is in front.
 ///
 /// Thread: main thread. Lifetime: outlives the registration it handed out.
-class HotKeyService {
+class HotKeyService : public Probed {
 public:
-    virtual ~HotKeyService() = default;
-
     /// Takes `hotKey` until the handle ends. `onPress` comes from the loop: once for each press, however long the key
     /// is held, and whatever Caps Lock and its like say. It may end the registration and make another.
     /// REQUIRES: no other registration of this service lives.

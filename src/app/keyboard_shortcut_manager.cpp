@@ -37,7 +37,19 @@ void KeyboardShortcutManager::holdBack() {
     isHeldBack_ = true;
 }
 
+Subscription KeyboardShortcutManager::probe(Found found) {
+    if (!refusal_ || !preferences_.shortcutEnabled()) return service_.probe(std::move(found));
+    found(*refusal_);
+    return {};
+}
+
 Result<void> KeyboardShortcutManager::request() {
+    const auto registered = requestStored();
+    refusal_ = registered ? std::nullopt : std::optional(findingOf(registered.error()));
+    return registered;
+}
+
+Result<void> KeyboardShortcutManager::requestStored() {
     eventHotKey_.reset();
     const std::int64_t keyCode = preferences_.shortcutKeyCode();
     const std::int64_t modifiers = preferences_.shortcutModifiers();

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "app/hot_key_service.h"
 #include "base/scheduler.h"
@@ -15,7 +16,7 @@ namespace dravo {
 /// shortcut from outside takes effect at once.
 ///
 /// Thread: main thread. Lifetime: everything passed in outlives it; its end ends the registration.
-class KeyboardShortcutManager {
+class KeyboardShortcutManager : public Probed {
 public:
     KeyboardShortcutManager(HotKeyService& service, PreferencesStore& preferences, Scheduler& scheduler);
     KeyboardShortcutManager(const KeyboardShortcutManager&) = delete;
@@ -36,17 +37,22 @@ public:
     /// Stores whether the shortcut is wanted, and acts on it.
     void setEnabled(bool enabled);
 
+    /// Whether the shortcut is delivered, or could be where it is not wanted.
+    Subscription probe(Found found) override;
+
     /// Stores Control Shift E, and registers it if the shortcut is enabled.
     void resetToDefault();
 
 private:
     [[nodiscard]] Result<void> request();
+    [[nodiscard]] Result<void> requestStored();
     void pressed();
 
     HotKeyService& service_;
     PreferencesStore& preferences_;
     Scheduler& scheduler_;
     Subscription eventHotKey_;
+    std::optional<Finding> refusal_;  ///< Of what was asked for last.
     bool isHeldBack_ = false;
     Subscription outsideChanges_;
     std::shared_ptr<const char> life_ = std::make_shared<const char>();  ///< Ends with this; posted calls look.

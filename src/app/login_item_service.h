@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/probe.h"
 #include "base/result.h"
 
 namespace dravo {
@@ -8,7 +9,7 @@ namespace dravo {
 /// the program keeps no setting of its own for it.
 ///
 /// Thread: main thread.
-class LoginItemService {
+class LoginItemService : public Probed {
 public:
     enum class Status {
         notRegistered,
@@ -16,8 +17,6 @@ public:
         requiresApproval,  ///< Listed, but switched off for this desktop.
         notFound,          ///< Listed, but what it would start is not there.
     };
-
-    virtual ~LoginItemService() = default;
 
     /// What holds now, asked anew each time.
     [[nodiscard]] virtual Status status() = 0;

@@ -4,6 +4,7 @@
 
 #include "app/appearance_service.h"
 #include "app/control.h"
+#include "app/examination.h"
 #include "app/keyboard_shortcut_manager.h"
 #include "app/launch_at_login.h"
 #include "app/system_settings.h"
@@ -43,6 +44,7 @@ struct PanelParts {
     Updater& updater;                ///< Its state is what a card shows; views start a check through `UpdaterBridge`.
     std::function<void()> relaunch;  ///< Starts the program again in its place; the displays keep what they show.
     std::function<void()> quit;      ///< Gives the displays back, then ends the program.
+    std::function<Subscription(Examination::Told)> examine;  ///< As `Examination::run`.
 };
 
 }  // namespace dravo

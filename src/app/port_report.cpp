@@ -20,7 +20,7 @@ Json jsonOf(const Sentence& sentence) {
 Json jsonOf(const PortReport& report) {
     const Finding& finding = report.finding;
     return {{"port", nameOf(report)},
-            {"display", orNull(report.display)},
+            {"subject", orNull(report.subject)},
             {"works", finding.works()},
             {"adapter", orNull(finding.adapter)},
             {"problem", jsonOf(finding.problem)},
@@ -35,8 +35,8 @@ std::string_view nameOf(const PortReport& report) {
     return key.substr(key.find('.') + 1);
 }
 
-std::string titleOf(const PortReport& report) {
-    return report.display.empty() ? localized(report.port) : report.display;
+Sentence titleOf(const PortReport& report) {
+    return report.subject.empty() ? Sentence(report.port) : Sentence(report.subject);
 }
 
 bool allWork(std::span<const PortReport> reports) {

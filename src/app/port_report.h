@@ -14,7 +14,7 @@ namespace dravo {
 /// it, the part of its key behind "port.", and a title for a person.
 struct PortReport {
     TextKey port;              ///< One of those below.
-    std::string display = {};  ///< Which display, where it is one's own; else empty.
+    std::string subject = {};  ///< Which one, where there are several: a display's connector; else empty.
     Finding finding = {};
 
     bool operator==(const PortReport&) const = default;
@@ -40,8 +40,8 @@ inline constexpr TextKey kNeighbourPort = textKey("port.neighbour", "Other progr
 /// The name for programs, e.g. "displays".
 [[nodiscard]] std::string_view nameOf(const PortReport& report);
 
-/// The title for a person, of one display its connector.
-[[nodiscard]] std::string titleOf(const PortReport& report);
+/// The title for a person: of one among several its own.
+[[nodiscard]] Sentence titleOf(const PortReport& report);
 
 [[nodiscard]] bool allWork(std::span<const PortReport> reports);
 

@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "base/probe.h"
 #include "base/result.h"
 #include "base/subscription.h"
 
@@ -22,11 +23,9 @@ inline constexpr std::size_t kMaxFeedBytes = std::size_t{64} * 1024;
 /// person, and never makes the main thread wait.
 ///
 /// Thread: main thread.
-class UpdateFeed {
+class UpdateFeed : public Probed {
 public:
     using Answer = std::function<void(const Result<std::string>&)>;
-
-    virtual ~UpdateFeed() = default;
 
     /// Fetches the whole text at `address`, in http or https as that says; sent on elsewhere it follows to https alone.
     /// `answer` comes once, from the loop, and may end the subscription, whose end gives the transfer up. It may take

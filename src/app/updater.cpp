@@ -67,4 +67,10 @@ void Updater::dismiss() {
     state_ = Idle{};
 }
 
+Subscription Updater::probe(Found found) {
+    if (address_ && !address_->empty()) return feed_.probe(std::move(found));
+    found(address_ ? Finding{"packages"} : findingOf(address_.error()));
+    return {};
+}
+
 }  // namespace dravo

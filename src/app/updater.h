@@ -21,7 +21,7 @@ namespace dravo {
 /// and installs nothing.
 ///
 /// Thread: main thread. Lifetime: what it is given outlives it; gone, it gives up what is under way.
-class Updater : public Observable {
+class Updater : public Observable, public Probed {
 public:
     /// This version, or an older one, is the newest.
     struct UpToDate {
@@ -58,6 +58,9 @@ public:
 
     /// Forgets the outcome. A check under way is given up, and its callbacks never come.
     void dismiss();
+
+    /// Whether a check could be made; makes none.
+    Subscription probe(Found found) override;
 
     [[nodiscard]] const Property<State>& state() const { return state_; }
 

@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 
+#include "base/probe.h"
 #include "base/result.h"
 
 namespace dravo {
@@ -24,10 +25,8 @@ struct Notification {
 ///
 /// Thread: main thread. Answers come from the loop, never inside the call; the caller guards its own lifetime in
 /// `answer`. A service that ends drops the answers it still owes.
-class NotificationService {
+class NotificationService : public Probed {
 public:
-    virtual ~NotificationService() = default;
-
     /// What holds now; never asks the person.
     virtual void permission(std::function<void(NotificationPermission)> answer) = 0;
 

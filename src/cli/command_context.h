@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "app/control.h"
+#include "app/port_report.h"
 #include "base/calendar.h"
 #include "base/result.h"
 #include "cli/exit_code.h"
@@ -47,6 +48,13 @@ public:
 
     /// Errors: `NotFound` (no display server to talk to), `Unsupported` (one that cannot do it), `PermissionDenied`.
     virtual Result<Displays*> displays() = 0;
+
+    /// Whether `displays` would take them from whoever has them. Then they are not asked for.
+    virtual bool wouldTakeDisplays() = 0;
+
+    /// What works on this desktop, as the running Dravo says, or as can be found out without it. Takes two seconds at
+    /// most, whatever hangs.
+    virtual std::vector<PortReport> examine() = 0;
 
     /// The person's own presets; none if there is no file of them.
     /// Errors: `InvalidInput`, `PermissionDenied`, `Internal` (there is one that cannot be used).

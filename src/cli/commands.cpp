@@ -13,8 +13,8 @@ std::vector<const Command*> allCommands() {
     std::vector<const Command*> rows;
     for (const Command& row : controlCommands()) rows.push_back(&row);
     for (const Command* const row :
-         {&kPresetsCommand, &kTableCommand, &kPreviewCommand, &kDisplaysCommand, &kRestoreCommand, &kSunCommand,
-          &kMelanopicCommand, &kImportCommand, &kExportCommand, &kHelpCommand})
+         {&kPresetsCommand, &kTableCommand, &kPreviewCommand, &kDisplaysCommand, &kDoctorCommand, &kRestoreCommand,
+          &kSunCommand, &kMelanopicCommand, &kImportCommand, &kExportCommand, &kHelpCommand})
         rows.push_back(row);
     return rows;
 }

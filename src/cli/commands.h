@@ -15,6 +15,7 @@ extern const Command kPresetsCommand;
 extern const Command kTableCommand;
 extern const Command kPreviewCommand;
 extern const Command kDisplaysCommand;
+extern const Command kDoctorCommand;
 extern const Command kRestoreCommand;
 extern const Command kSunCommand;
 extern const Command kMelanopicCommand;

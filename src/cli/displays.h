@@ -5,21 +5,23 @@
 #include <vector>
 
 #include "cli/command.h"
-#include "display/displays.h"
+#include "display/held_display.h"
 
 namespace dravo::cli {
 
-/// One display and the table it holds.
-struct DisplayRow {
-    DisplayDescription description;
-    GammaTable table;          ///< Empty when it has none or could not be read.
-    std::optional<Rgb> white;  ///< The table's last entry.
+/// What the displays hold now.
+struct DisplayList {
+    std::string backend;  ///< As `Displays::backend`.
+    std::vector<HeldDisplay> displays;
 };
 
-/// Every display that is on, with what it holds now, read in one go. A display that cannot be read is listed with the
-/// reason as its problem.
-/// Errors: `Disconnected`.
-[[nodiscard]] Result<std::vector<DisplayRow>> listDisplays(Displays& displays);
+/// Reads it from the display server; where that would take the displays from whoever has them, asks the running Dravo.
+/// What goes wrong is written to standard error; then `code` says how to end and the list is empty.
+struct DisplayListOutcome {
+    std::optional<DisplayList> list;
+    ExitCode code = ExitCode::Ok;
+};
+[[nodiscard]] DisplayListOutcome listDisplays(const Call& call);
 
 /// "256 entries".
 [[nodiscard]] std::string entriesText(std::size_t count);

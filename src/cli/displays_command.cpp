@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "app/control_state.h"
 #include "app/display_problems.h"
@@ -24,17 +25,18 @@ std::string hexColour(const Rgb& colour) {
     return result;
 }
 
-std::string whiteText(const DisplayRow& row) {
-    if (!row.white) return localized(row.description.problem);
-    const std::string levels =
-        fixed(row.white->red, 3) + " " + fixed(row.white->green, 3) + " " + fixed(row.white->blue, 3);
-    return filled(localized("white %1$@ (%2$@)"), {hexColour(*row.white), levels});
+std::string whiteText(const HeldDisplay& row) {
+    const auto white = row.white();
+    if (!white) return localized(row.description.problem);
+    const std::string levels = fixed(white->red, 3) + " " + fixed(white->green, 3) + " " + fixed(white->blue, 3);
+    return filled(localized("white %1$@ (%2$@)"), {hexColour(*white), levels});
 }
 
-std::string listing(const std::string& backend, const std::vector<DisplayRow>& displays) {
+std::string listing(const DisplayList& list) {
+    const auto& [backend, displays] = list;
     if (displays.empty()) return backend + "  " + localized("no display is on") + "\n";
     std::vector<std::vector<std::string>> lines;
-    for (const DisplayRow& row : displays) {
+    for (const HeldDisplay& row : displays) {
         const auto& display = row.description;
         lines.push_back({backend, display.name, "ID " + std::to_string(static_cast<std::uint32_t>(display.id)),
                          entriesText(display.tableSize),
@@ -52,62 +54,57 @@ std::string whiteJson(const std::optional<Rgb>& white) {
     return R"(,"white":[)" + level(white->red) + "," + level(white->green) + "," + level(white->blue) + "]";
 }
 
-std::string listJson(const std::string& backend, const std::vector<DisplayRow>& displays, bool lacksGrayscale) {
-    std::string list;
-    for (const DisplayRow& row : displays)
-        list += (list.empty() ? "" : ",") + displayJson(controlled(row.description), whiteJson(row.white));
-    return R"({"backend":")" + backend + R"(","displays":[)" + list + R"(],"lacksGrayscale":)" +
+std::string listJson(const DisplayList& list, bool lacksGrayscale) {
+    std::string rows;
+    for (const HeldDisplay& row : list.displays)
+        rows += (rows.empty() ? "" : ",") + displayJson(controlled(row.description), whiteJson(row.white()));
+    return R"({"backend":")" + list.backend + R"(","displays":[)" + rows + R"(],"lacksGrayscale":)" +
            (lacksGrayscale ? "true}\n" : "false}\n");
 }
 
-/// What the running Dravo cannot show on any display.
-bool lacksGrayscale(CommandContext& context) {
-    if (!context.runningInstance().isThere()) return false;
-    const auto state = context.control().state();
+/// What the running Dravo cannot show on any display. One that hangs has cost the person a wait, and is told of.
+bool lacksGrayscale(const Call& call) {
+    if (!call.context.runningInstance().isThere()) return false;
+    const auto state = call.context.control().state();
+    if (!state && state.error().code == ErrorCode::Busy)
+        call.context.err.write(saidBy("dravo displays", printable(localized(state.error().message))));
     return state && state->lacksGrayscale;
 }
 
+DisplayListOutcome askForDisplays(const Call& call) {
+    const auto answer = call.context.control().ask(request::ListDisplays{});
+    if (answer) return {DisplayList{answer->backend, answer->displays}};
+    if (answer.error().code == ErrorCode::NotFound && !call.context.runningInstance().isThere()) {
+        return {{},
+                fail(call, ExitCode::Refused,
+                     textKey("a look at the displays would take them from the program that has them; a running "
+                             "Dravo could tell what they hold"))};
+    }
+    return {{}, failToAsk(call, answer.error())};
+}
+
 ExitCode runDisplays(const Call& call) {
-    const auto server = call.context.displays();
-    if (!server) return failForDisplays(call, server.error());
-    const auto displays = listDisplays(**server);
-    if (!displays) return failForDisplays(call, displays.error());
-    const std::string backend = (*server)->backend();
-    const bool isGrayMissing = lacksGrayscale(call.context);
+    const auto [list, code] = listDisplays(call);
+    if (!list) return code;
+    const bool isGrayMissing = lacksGrayscale(call);
     if (call.arguments.has("json")) {
-        call.context.out.write(listJson(backend, *displays, isGrayMissing));
+        call.context.out.write(listJson(*list, isGrayMissing));
         return ExitCode::Ok;
     }
-    call.context.out.write(listing(backend, *displays));
+    call.context.out.write(listing(*list));
     if (isGrayMissing) call.context.out.write(localized(kNoGrayscale) + "\n");
     return ExitCode::Ok;
 }
 
 }  // namespace
 
-Result<std::vector<DisplayRow>> listDisplays(Displays& displays) {
-    const auto descriptions = displays.list();
-    if (!descriptions) return descriptions.error();
-    std::vector<DisplayRow> rows;
-    std::vector<DisplayId> readable;
-    for (const DisplayDescription& description : *descriptions) {
-        rows.push_back({description, {}, {}});
-        if (description.problem.empty()) readable.push_back(description.id);
-    }
-    auto tables = displays.held(readable);
-    auto table = tables.begin();
-    for (DisplayRow& row : rows) {
-        if (!row.description.problem.empty() || table == tables.end()) continue;
-        const Result<GammaTable>& read = *table++;
-        if (!read) {
-            if (read.error().code == ErrorCode::Disconnected) return read.error();
-            row.description.problem = Sentence{textKey("it cannot be read")};
-            continue;
-        }
-        row.table = *read;
-        if (row.table.size() > 0) row.white = Rgb{row.table.red.back(), row.table.green.back(), row.table.blue.back()};
-    }
-    return rows;
+DisplayListOutcome listDisplays(const Call& call) {
+    if (call.context.wouldTakeDisplays()) return askForDisplays(call);
+    const auto server = call.context.displays();
+    if (!server) return {{}, failForDisplays(call, server.error())};
+    auto held = heldDisplays(**server);
+    if (!held) return {{}, failForDisplays(call, held.error())};
+    return {DisplayList{(*server)->backend(), std::move(*held)}};
 }
 
 std::string entriesText(std::size_t count) {

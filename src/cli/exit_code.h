@@ -6,6 +6,7 @@ namespace dravo::cli {
 enum class ExitCode {
     Ok = 0,
     FileTrouble = 1,      ///< A file, or standard output, could not be read, understood or written.
+    SomethingFails = 1,   ///< What 'dravo doctor' examined does not all work.
     WrongUsage = 2,       ///< The command line makes no sense; nothing was done.
     NoDisplayServer = 3,  ///< No display server answered, or it went away.
     Refused = 4,          ///< The display server, or the running Dravo, is there and said no.

@@ -42,9 +42,9 @@ PresetCell presetCell(const FilterPreset& preset) {
     return {preset.localizedName(), preset.id, presetNote(preset), preset.swatchColor(), tableOf(choice)};
 }
 
-DisplayCell displayCell(const DisplayRow& row) {
+DisplayCell displayCell(const HeldDisplay& row) {
     constexpr std::size_t kEntries = 256;
-    if (!row.white) return {row.description.name, localized(row.description.problem), {}};
+    if (row.table.size() == 0) return {row.description.name, localized(row.description.problem), {}};
     const std::string note =
         "ID " + std::to_string(static_cast<std::uint32_t>(row.description.id)) + " · " + entriesText(row.table.size());
     return {row.description.name, note, resample(row.table, kEntries)};
@@ -84,13 +84,11 @@ ExitCode drawAllPresets(const Call& call, PictureService& pictures) {
 }
 
 ExitCode drawDisplays(const Call& call, PictureService& pictures) {
-    const auto server = call.context.displays();
-    if (!server) return failForDisplays(call, server.error());
-    const auto displays = listDisplays(**server);
-    if (!displays) return failForDisplays(call, displays.error());
+    const auto [list, code] = listDisplays(call);
+    if (!list) return code;
     std::vector<DisplayCell> cells;
     const PictureLanguage language;
-    for (const DisplayRow& row : *displays) cells.push_back(displayCell(row));
+    for (const HeldDisplay& row : list->displays) cells.push_back(displayCell(row));
     return save(call, pictures, pictures.beforeAndAfter(cells), call.arguments.operands()[0]);
 }
 

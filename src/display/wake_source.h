@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "base/probe.h"
 #include "base/subscription.h"
 
 namespace dravo {
@@ -9,9 +10,8 @@ namespace dravo {
 /// Tells that the machine woke from sleep.
 ///
 /// Thread: main thread. A system that cannot tell never calls.
-class WakeSource {
+class WakeSource : public Probed {
 public:
-    virtual ~WakeSource() = default;
     [[nodiscard]] virtual Subscription onWake(std::function<void()> callback) = 0;
 };
 

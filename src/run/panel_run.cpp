@@ -8,16 +8,32 @@
 
 namespace dravo {
 
+namespace {
+
+constexpr const char* kModule = "dravo-desktop.so";
+
+Error ofAnotherVersion() {
+    return {ErrorCode::Unsupported, Sentence(textKey("%@ belongs to another version of Dravo"), {kModule})};
+}
+
+}  // namespace
+
+Finding PanelRun::probe() {
+    const auto found = posix::findInModule(kModule, kDesktopModuleProbe);
+    if (!found) return findingOf(found.error());
+    std::optional<Finding> finding;
+    reinterpret_cast<DesktopModuleProbe> (*found)(DRAVO_VERSION, finding);
+    return finding ? *finding : findingOf(ofAnotherVersion());
+}
+
 Result<std::unique_ptr<PanelRun>> PanelRun::create(const DesktopShellParts& parts) {
     // The toolkit waits for good for a thread that it does not get.
     if (const auto granted = posix::tryThreads(2); !granted) return granted.error();
-    const auto found = posix::findInModule("dravo-desktop.so", kDesktopModuleEntry);
+    const auto found = posix::findInModule(kModule, kDesktopModuleEntry);
     if (!found) return found.error();
     const auto entry = reinterpret_cast<DesktopModuleEntry>(*found);
     std::unique_ptr<DesktopShell> shell(entry(DRAVO_VERSION, parts));
-    if (!shell)
-        return Error{ErrorCode::Unsupported,
-                     Sentence(textKey("%@ belongs to another version of Dravo"), {"dravo-desktop.so"})};
+    if (!shell) return ofAnotherVersion();
     return std::unique_ptr<PanelRun>(new PanelRun(std::move(shell), parts.panel));
 }
 

@@ -19,6 +19,9 @@ public:
     /// without a panel. A toolkit that cannot start calls `onFailure` and ends the process.
     [[nodiscard]] static Result<std::unique_ptr<PanelRun>> create(const DesktopShellParts& parts);
 
+    /// Whether `create` could make one.
+    [[nodiscard]] static Finding probe();
+
     /// Runs the loops until the program's own is ended; its exit code.
     int run(RunKind kind);
 

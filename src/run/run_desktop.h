@@ -13,6 +13,7 @@
 #include "run/panel_run.h"
 #include "run/run_engine.h"
 #include "run/run_session.h"
+#include "session/desktop_examination.h"
 
 namespace dravo {
 
@@ -44,6 +45,8 @@ public:
 
 private:
     Result<void> showPanel();
+    [[nodiscard]] Subscription examine(Examination::Told onDone);
+    [[nodiscard]] Finding panelFinding() const;
 
     RunSession& session_;
     RunEngine& engine_;
@@ -52,8 +55,6 @@ private:
     KeyboardShortcutManager shortcutManager_;
     FilterControl control_;
     dbus::BusControlService controlService_;
-
-    // For the panel.
     std::unique_ptr<AppearanceService> appearance_;
     std::unique_ptr<SystemSettings> systemSettings_;
     std::unique_ptr<LoginItemService> loginItems_;
@@ -61,6 +62,7 @@ private:
     std::unique_ptr<UpdateFeed> updateFeed_;
     std::unique_ptr<Updater> updater_;
     std::unique_ptr<PanelRun> panel_;
+    std::unique_ptr<DesktopExamination> examination_;  ///< Once somebody has asked.
 };
 
 }  // namespace dravo

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "base/probe.h"
 #include "base/result.h"
 #include "base/subscription.h"
 
@@ -37,10 +38,8 @@ enum class LocationAuthorization {
 /// request. Callbacks come from the loop, never inside a call of this interface.
 ///
 /// Thread: main thread. Lifetime: outlives its subscriptions.
-class LocationService {
+class LocationService : public Probed {
 public:
-    virtual ~LocationService() = default;
-
     /// What is known so far, without asking anybody.
     [[nodiscard]] virtual LocationAuthorization authorization() const = 0;
 

@@ -34,10 +34,16 @@ inline constexpr TextKey kNoShortcut = textKey("in this Wayland session no key c
 
 /// A shortcut that nobody delivers to programs, for this reason.
 class NoHotKeys final : public HotKeyService {
+    static constexpr TextKey kBindCommand = textKey("Bind this command to a key in the desktop's own settings");
+
 public:
     explicit NoHotKeys(TextKey why) : why_(why) {}
     Result<Subscription> registerHotKey(HotKey, std::function<void()>) override {
         return Error{ErrorCode::Unsupported, why_};
+    }
+    Subscription probe(Found found) override {
+        found({{}, Sentence{why_}, Sentence{kBindCommand}, "dravo toggle"});
+        return {};
     }
 
 private:

@@ -78,6 +78,9 @@ public:
     [[nodiscard]] virtual std::unique_ptr<NightLight> makeNightLight(dbus::Bus& sessionBus, Scheduler& scheduler,
                                                                      OriginalGammaStore& store);
 
+    /// Whether a bar embeds windows as tray icons now: an X server's.
+    [[nodiscard]] virtual bool embedsTrayIcons() { return false; }
+
     /// For a command: the same as `report`, from a look at displays that were not opened yet. Takes none from anybody.
     [[nodiscard]] std::vector<PortReport> look(OriginalGammaStore& store, Scheduler& scheduler);
 

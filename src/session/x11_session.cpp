@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/x11/x11_hot_key_service.h"
+#include "platform/x11/x11_tray.h"
 
 namespace dravo {
 namespace {
@@ -24,6 +25,8 @@ Result<void> X11Session::openDisplays(OriginalGammaStore& store, Scheduler& sche
     displays_.emplace(*device_, store, scheduler);
     return {};
 }
+
+bool X11Session::embedsTrayIcons() { return x11::hasEmbeddingTray(kUsualServer); }
 
 std::unique_ptr<HotKeyService> X11Session::makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) {
     return std::make_unique<x11::X11HotKeyService>(kUsualServer, watch, scheduler);

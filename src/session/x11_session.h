@@ -24,6 +24,7 @@ public:
     GrayscaleService& grayscale() override { return device_->grayscale(); }
     bool isGuarded() const override { return device_->isGuarded(); }
     void listen(DescriptorWatch& watch, Scheduler& scheduler) override { device_->listen(watch, scheduler); }
+    bool embedsTrayIcons() override;
     std::unique_ptr<HotKeyService> makeHotKeys(DescriptorWatch& watch, Scheduler& scheduler) override;
 
 private:

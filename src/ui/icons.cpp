@@ -13,9 +13,9 @@ namespace dravo::ui {
 namespace {
 
 constexpr std::array kFiles{
-    "add",      "adjustments",  "bell-off", "cancel", "chosen",    "disclosure", "edit",    "eye",
-    "keyboard", "location-off", "moon",     "more",   "open-menu", "pause",      "paused",  "presets",
-    "quit",     "delete",       "reset",    "revert", "settings",  "sunset",     "warning",
+    "add",     "adjustments", "bell-off",     "cancel", "chosen", "copy",      "disclosure", "edit",
+    "eye",     "keyboard",    "location-off", "moon",   "more",   "open-menu", "pause",      "paused",
+    "presets", "quit",        "delete",       "reset",  "revert", "settings",  "sunset",     "warning",
 };
 
 QByteArray drawingOf(Icon icon, const QColor& colour) {

@@ -13,6 +13,7 @@ enum class Icon {
     bellOff,
     cancel,
     chosen,
+    copy,
     disclosure,
     edit,
     eye,

@@ -27,7 +27,7 @@ protected:
     Result<void> shown;
     FilterControl control{{start(), preferences, customPresets, breakTimer, locationProvider, displays, grayscaleSwitch,
                            scheduler, calendar, [this] { return shown; }, [this] { ++quits; },
-                           [] { return Result<void>(); }}};
+                           [] { return Result<void>(); }, [](const auto&) { return Subscription(); }}};
 };
 
 TEST_F(FilterControlTest, MorningIsTheNextEightOClockThatIsMoreThanAnHourAway) {

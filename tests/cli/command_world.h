@@ -57,6 +57,8 @@ class CommandWorld {
 public:
     memory::VirtualDesk desk;
     bool hasDisplayServer = true;
+    bool isExclusive = false;
+    std::vector<PortReport> reports;
     std::vector<FilterPreset> ownPresets;
     Result<bool> runningInstanceSays = false;
     FakeControlClient control;
@@ -117,6 +119,8 @@ private:
             const auto found = displays(LastingDisplays::Beginning::looking);
             return found ? Result<Displays*>(*found) : found.error();
         }
+        bool wouldTakeDisplays() override { return world.isExclusive; }
+        std::vector<PortReport> examine() override { return world.reports; }
         Result<LastingDisplays*> displaysToRestore() override { return displays(LastingDisplays::Beginning::doubtful); }
         Result<std::vector<FilterPreset>> userPresets() override { return world.ownPresets; }
         CustomPresetStore& presetStore() override { return store.emplace(world.dataFolder().home); }

@@ -80,6 +80,21 @@ const std::vector<Section>& sections() {
              world.settle();
              world.click("Change…");
          }},
+        {"settings-doctor",
+         [](PanelWorld& world) {
+             constexpr TextKey kTints = textKey("%@ changes the colours of the screen, too");
+             world.reports = {{kDisplaysPort, {}, {"x11"}},
+                              {kDisplayPort, "DP-1", {"x11"}},
+                              {kGrayscalePort, {}, {{}, Sentence{textKey("this desktop has no grayscale mode")}}},
+                              {kNeighbourPort,
+                               {},
+                               {{},
+                                Sentence{kTints, {"gammastep"}},
+                                Sentence{textKey("Stop it while Dravo is to tint")},
+                                "systemctl --user disable --now gammastep.service"}}};
+             openSettings(world);
+             world.click("What Works Here");
+         }},
         {"editor",
          [](PanelWorld& world) {
              world.click("Save current settings as a preset");

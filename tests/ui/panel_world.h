@@ -5,6 +5,8 @@
 #include <QLayout>
 #include <memory>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "app/filter_control.h"
 #include "app/keyboard_shortcut_manager.h"
@@ -24,12 +26,14 @@ struct PanelWorld : FilterWorld {
     explicit PanelWorld(DefaultsValues stored = {{std::string(preference::kHasSeenOnboarding), true}})
         : FilterWorld(std::move(stored)) {
         start();
+        const auto examine = [this](Examination::Told onDone) { return examination.run(std::move(onDone)); };
         control.emplace(FilterControlParts{*state, preferences, customPresets, breakTimer, locationProvider, displays,
                                            grayscaleSwitch, scheduler, calendar, [] { return Result<void>(); }, [] {},
-                                           [] { return Result<void>(); }});
-        parts.emplace(PanelParts{*state, preferences, customPresets, breakTimer, notifier, locationProvider, applicator,
-                                 grayscaleSwitch, displays, *control, shortcutManager, launchAtLogin, scheduler,
-                                 calendar, appearance, systemSettings, updater, [] {}, [] {}});
+                                           [] { return Result<void>(); }, examine});
+        parts.emplace(PanelParts{*state,           preferences,   customPresets,   breakTimer, notifier,
+                                 locationProvider, applicator,    grayscaleSwitch, displays,   *control,
+                                 shortcutManager,  launchAtLogin, scheduler,       calendar,   appearance,
+                                 systemSettings,   updater,       [] {},           [] {},      examine});
         ui::setTheme(ui::Theme::of({}));
     }
 
@@ -88,6 +92,11 @@ struct PanelWorld : FilterWorld {
     LaunchAtLogin launchAtLogin{loginItem};
     std::optional<FilterControl> control;
     std::optional<PanelParts> parts;
+    std::vector<PortReport> reports;  ///< What an examination finds.
+    const Examination examination{scheduler, {{kDisplaysPort, [this](const Examination::Told& told) {
+                                                   told(reports);
+                                                   return Subscription();
+                                               }}}};
     std::unique_ptr<ui::MenuBarView> panel;
 };
 

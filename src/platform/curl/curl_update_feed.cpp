@@ -19,6 +19,8 @@ constexpr std::chrono::seconds kPatience{60};
 constexpr const char* kReportFormat = "\n%{http_code} %{errormsg}";
 constexpr std::size_t kMostReportBytes = 1024;
 
+constexpr TextKey kNoCurl = textKey("update.no_curl", "To check for updates, the program curl has to be installed.");
+
 struct Report {
     std::string text;
     std::string status;  ///< The server's last one, such as "200"; "000" if there was none.
@@ -83,8 +85,7 @@ Result<std::string> textOf(const Result<std::string>& output) {
         const Error& error = output.error();
         switch (error.code) {
             case ErrorCode::NotFound:
-                return Error{ErrorCode::Unsupported,
-                             textKey("update.no_curl", "To check for updates, the program curl has to be installed.")};
+                return Error{ErrorCode::Unsupported, kNoCurl};
             case ErrorCode::Busy:
                 return failureOf(28, {});
             case ErrorCode::InvalidInput:
@@ -129,6 +130,14 @@ Subscription CurlUpdateFeed::fetch(const std::string& address, Answer answer) {
     if (parsed && parsed->isLoopback()) words.insert(words.end(), {"--noproxy", "*"});
     return posix::readChildOutput(watch_, scheduler_, words, {kPatience, kMaxFeedBytes + kMostReportBytes},
                                   [answer = std::move(answer)](const auto& output) { answer(textOf(output)); });
+}
+
+Subscription CurlUpdateFeed::probe(Found found) {
+    return posix::readChildOutput(watch_, scheduler_, {"curl", "-q", "--version"}, {kPatience},
+                                  [found = std::move(found)](const auto& output) {
+                                      const bool isThere = output || output.error().code != ErrorCode::NotFound;
+                                      found(isThere ? Finding{"curl"} : Finding{{}, Sentence{kNoCurl}});
+                                  });
 }
 
 }  // namespace dravo::curl

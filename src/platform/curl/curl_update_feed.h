@@ -20,6 +20,7 @@ public:
         : watch_(watch), scheduler_(scheduler), userAgent_(std::move(userAgent)) {}
 
     Subscription fetch(const std::string& address, Answer answer) override;
+    Subscription probe(Found found) override;
 
 private:
     DescriptorWatch& watch_;

@@ -109,6 +109,8 @@ bool Bus::open() {
     sd_bus* bus = nullptr;
     if ((kind_ == Kind::session ? sd_bus_open_user(&bus) : sd_bus_open_system(&bus)) < 0) return false;
     bus_.reset(bus);
+    // Or the loop's end would wait for a bus that hangs. What is sent is on its way by then.
+    sd_bus_set_close_on_exit(bus, 0);
     if (sd_bus_attach_event(bus, loop_.event(), SD_EVENT_PRIORITY_NORMAL) < 0) {
         bus_.reset();
         return false;
@@ -117,6 +119,17 @@ bool Bus::open() {
     disconnected_ = onSignal(ruleFor(kLocal, "/org/freedesktop/DBus/Local", kLocal, "Disconnected"),
                              [this](sd_bus_message*) { lost_.deliver(); });
     return true;
+}
+
+Subscription Bus::probe(Found found) {
+    if (!open()) {
+        found({{}, Sentence{textKey("there is no session bus to find Dravo on")}});
+        return {};
+    }
+    return call(newCall(kBus, kBusPath, kBus, "GetId"), kNameTimeout, [found = std::move(found)](const Answer& answer) {
+        constexpr TextKey kUnreachable = textKey("the session bus cannot be reached");
+        found(answer ? Finding{"dbus"} : Finding{{}, Sentence{kUnreachable}});
+    });
 }
 
 Subscription Bus::call(Message message, std::chrono::milliseconds timeout,
@@ -180,6 +193,32 @@ Subscription Bus::watchName(const std::string& name, const std::function<void(bo
                             callback(isOwned != 0);
                         });
     return Subscription([watch] { *watch = {}; });
+}
+
+// Both questions are on their way at once; the answers come in their order.
+Subscription Bus::findService(const std::string& name, std::chrono::milliseconds timeout,
+                              const std::function<void(bool)>& callback) {
+    struct Search {
+        bool isOwned = false;
+        Subscription owner;
+        Subscription startable;
+    };
+    auto search = std::make_shared<Search>();
+    search->owner = call(newCall(kBus, kBusPath, kBus, "NameHasOwner", "s", name.c_str()), timeout,
+                         [raw = search.get()](const Answer& answer) {
+                             int isOwned = 0;
+                             if (answer) sd_bus_message_read(*answer, "b", &isOwned);
+                             raw->isOwned = isOwned != 0;
+                         });
+    search->startable = call(newCall(kBus, kBusPath, kBus, "ListActivatableNames"), timeout,
+                             [raw = search.get(), name, callback](const Answer& answer) {
+                                 bool isThere = raw->isOwned;
+                                 const char* each = nullptr;
+                                 if (answer && sd_bus_message_enter_container(*answer, 'a', "s") > 0)
+                                     while (sd_bus_message_read(*answer, "s", &each) > 0) isThere |= name == each;
+                                 callback(isThere);
+                             });
+    return Subscription([search] { *search = {}; });
 }
 
 }  // namespace dravo::dbus

@@ -6,6 +6,7 @@
 
 #include "base/observable.h"
 #include "base/owned.h"
+#include "base/probe.h"
 #include "base/result.h"
 #include "base/scheduler.h"
 #include "base/subscription.h"
@@ -49,7 +50,7 @@ template <typename... Arguments>
 ///
 /// A bus that goes away does no harm: calls under way end in an error, watched names vanish, and nothing more comes.
 /// Thread: main thread. Lifetime: outlives its subscriptions; loop and scheduler outlive it.
-class Bus {
+class Bus : public Probed {
 public:
     enum class Kind { session, system };
     using Answer = Result<sd_bus_message*>;  ///< The message is the callback's for as long as it runs.
@@ -60,6 +61,9 @@ public:
 
     /// Connects, unless that was done or tried before. False when there is no such bus; the caller goes on without.
     bool open();
+
+    /// Whether it answers.
+    Subscription probe(Found found) override;
 
     /// For what has no function here. Null before `open` and without a bus.
     [[nodiscard]] sd_bus* handle() const { return bus_.get(); }
@@ -83,6 +87,10 @@ public:
 
     /// `callback` hears whether somebody owns the name: once soon, then at each change. REQUIRES: `open` was true.
     [[nodiscard]] Subscription watchName(const std::string& name, const std::function<void(bool isOwned)>& callback);
+
+    /// `callback` hears, once, whether the name is owned or something can be started for it; starts nothing.
+    [[nodiscard]] Subscription findService(const std::string& name, std::chrono::milliseconds timeout,
+                                           const std::function<void(bool isThere)>& callback);
 
     [[nodiscard]] Subscription onLost(std::function<void()> callback) { return lost_.add(std::move(callback)); }
 

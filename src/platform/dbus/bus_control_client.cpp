@@ -15,7 +15,7 @@ constexpr std::uint64_t kForever = UINT64_MAX;
 
 Error notRunning() { return {ErrorCode::NotFound, textKey("Dravo is not running")}; }
 
-Error noAnswer() { return {ErrorCode::Busy, textKey("Dravo is running and does not answer")}; }
+Error noAnswer() { return {ErrorCode::Busy, kSilent}; }
 
 Error fromReply(const sd_bus_error& error) {
     const std::string_view name = error.name ? error.name : "";

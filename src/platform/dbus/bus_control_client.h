@@ -8,6 +8,8 @@
 
 namespace dravo::dbus {
 
+inline constexpr TextKey kSilent = textKey("Dravo is running and does not answer");
+
 /// Speaks to the running program over the session bus; connects with the first call and never starts anything.
 class BusControlClient final : public ControlClient {
 public:

@@ -1,8 +1,13 @@
 #include "platform/dbus/bus_control_service.h"
 
+#include <memory>
+#include <string_view>
+#include <utility>
+
 #include "base/localized.h"
 #include "base/report.h"
 #include "platform/dbus/control_interface.h"
+#include "platform/dbus/report_message.h"
 
 namespace dravo::dbus {
 
@@ -12,6 +17,9 @@ using namespace std::chrono_literals;
 
 constexpr auto kAnnouncementInterval = 50ms;
 constexpr std::uint32_t kInQueueForName = 2;
+constexpr auto kPatience = 5s;
+constexpr TextKey kNameIsHeld =
+    textKey("another program holds org.dravo.Dravo on the session bus and gets our commands");
 
 }  // namespace
 
@@ -25,7 +33,7 @@ void BusControlService::serve(ControlTarget& target) {
 
 void BusControlService::connect() {
     if (!bus_.open()) {
-        reportOnce("session-bus", textKey("there is no session bus: commands cannot reach this program"));
+        fail(textKey("there is no session bus: commands cannot reach this program"));
         return;
     }
     static const auto table = makeTable();
@@ -33,28 +41,50 @@ void BusControlService::connect() {
     sd_bus_slot* slot = nullptr;
     if (sd_bus_add_object_vtable(bus_.handle(), &slot, control::kObjectPath, control::kInterface, table.data(), this) <
         0) {
-        reportOnce("session-bus", textKey("the session bus cannot be served: commands cannot reach this program"));
+        fail(textKey("the session bus cannot be served: commands cannot reach this program"));
         return;
     }
     object_.reset(slot);
     targetChanges_ = target_->onStateChange([this] { changes_.trigger(); });
     lost_ = bus_.onLost([this] {
         targetChanges_.reset();
-        reportOnce("session-bus", textKey("the session bus is gone: commands cannot reach this program any more"));
+        examinations_.clear();
+        fail(textKey("the session bus is gone: commands cannot reach this program any more"));
     });
 
     const auto onName = [](sd_bus_message* reply, void*, sd_bus_error*) {
         std::uint32_t outcome = 0;
         if (sd_bus_message_is_method_error(reply, nullptr) || sd_bus_message_read(reply, "u", &outcome) < 0 ||
             outcome == kInQueueForName)
-            reportOnce("bus-name",
-                       textKey("another program holds org.dravo.Dravo on the session bus and gets our commands"));
+            reportOnce(kNameIsHeld.key, kNameIsHeld);
         return 0;
     };
     slot = nullptr;
     // In the queue, so that commands reach this program as soon as the other one ends.
     sd_bus_request_name_async(bus_.handle(), &slot, control::kBusName, SD_BUS_NAME_QUEUE, onName, this);
     name_.reset(slot);
+}
+
+void BusControlService::fail(const TextKey& why) {
+    failure_ = why;
+    reportOnce(why.key, why);
+}
+
+Subscription BusControlService::probe(Found found) {
+    if (failure_) {
+        found({{}, Sentence{*failure_}});
+        return {};
+    }
+    constexpr const char* kBus = "org.freedesktop.DBus";
+    return bus_.call(bus_.newCall(kBus, "/org/freedesktop/DBus", kBus, "GetNameOwner", "s", control::kBusName),
+                     kPatience, [this, found = std::move(found)](const Bus::Answer& answer) {
+                         const char* owner = "";
+                         const char* self = "";
+                         if (answer) sd_bus_message_read(*answer, "s", &owner);
+                         sd_bus_get_unique_name(bus_.handle(), &self);
+                         const bool isOurs = std::string_view(owner) == self;
+                         found(isOurs ? Finding{"dbus"} : Finding{{}, Sentence{kNameIsHeld}});
+                     });
 }
 
 void BusControlService::announce() {
@@ -99,6 +129,22 @@ int BusControlService::onCall(sd_bus_message* call, void* self, sd_bus_error* er
     return sd_bus_send(nullptr, made, nullptr);
 }
 
+// The one question that is not answered at once.
+int BusControlService::onExamine(sd_bus_message* call, void* self, sd_bus_error*) {
+    auto& service = *static_cast<BusControlService*>(self);
+    auto& running = service.examinations_[call];
+    running = service.target_->examine([&service, question = std::make_shared<Message>(sd_bus_message_ref(call))](
+                                           const std::vector<PortReport>& reports) {
+        sd_bus_message* made = nullptr;
+        const auto examination = service.examinations_.extract(question->get());
+        if (sd_bus_message_new_method_return(question->get(), &made) < 0) return;
+        const Message reply(made);
+        control::append(made, reports);
+        sd_bus_send(nullptr, made, nullptr);
+    });
+    return 1;
+}
+
 std::vector<sd_bus_vtable> BusControlService::makeTable() {
     std::vector<sd_bus_vtable> table;
     table.push_back(startOfBusTable());
@@ -114,6 +160,8 @@ std::vector<sd_bus_vtable> BusControlService::makeTable() {
             SD_BUS_METHOD(method.name, method.arguments, method.answer, onCall, SD_BUS_VTABLE_UNPRIVILEGED));
         table.back().x.method.names = method.names;
     }
+    table.push_back(SD_BUS_METHOD(control::kExamine, "", control::kReports, onExamine, SD_BUS_VTABLE_UNPRIVILEGED));
+    table.back().x.method.names = SD_BUS_PARAM(ports);
     table.push_back(SD_BUS_VTABLE_END);
     return table;
 }

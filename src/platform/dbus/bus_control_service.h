@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+#include <optional>
 #include <vector>
 
 #include "app/control.h"
@@ -19,20 +21,24 @@ public:
     BusControlService(Bus& sessionBus, Scheduler& scheduler);
 
     void serve(ControlTarget& target) override;
+    Subscription probe(Found found) override;
 
 private:
     static int onCall(sd_bus_message* call, void* self, sd_bus_error* error);
+    static int onExamine(sd_bus_message* call, void* self, sd_bus_error* error);
     static int onGet(sd_bus* bus, const char* path, const char* interface, const char* name, sd_bus_message* reply,
                      void* self, sd_bus_error* error);
     static std::vector<sd_bus_vtable> makeTable();
 
     void connect();
     void announce();
+    void fail(const TextKey& why);
     [[nodiscard]] const ControlState& stateFor(sd_bus_message* call);
 
     Bus& bus_;
     Scheduler& scheduler_;
     ControlTarget* target_ = nullptr;
+    std::optional<TextKey> failure_;
     ControlState announced_;
     ControlState answer_;  ///< To `answered_`, the call that asked last.
     Message answered_;
@@ -42,6 +48,7 @@ private:
     Slot name_;
     Subscription targetChanges_;
     Subscription lost_;
+    std::map<sd_bus_message*, Subscription> examinations_;  ///< By the calls to answer.
 };
 
 }  // namespace dravo::dbus

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/dbus/bus.h"
+#include "platform/dbus/report_message.h"
 
 namespace dravo::dbus::control {
 
@@ -35,6 +36,9 @@ struct Place {
     Position position;
 };
 
+using control::append;
+using control::read;
+
 // How values travel: a signature, and both ways. Negative is the bus library's error; what reads an element of an array
 // gives 0 behind the last one.
 
@@ -53,6 +57,8 @@ const char* signatureOf(const NextChange&) { return "(xs)"; }
 const char* signatureOf(const ControlledDisplay&) { return "(usus)"; }
 const char* signatureOf(const std::vector<ControlledDisplay>&) { return "a(usus)"; }
 const char* signatureOf(const Place&) { return "sdd"; }
+const char* signatureOf(const HeldDisplay&) { return kHeldDisplay; }
+constexpr const char* kDisplayList = "sa(usu(ssas)adadad)";
 
 template <typename Number>
 requires std::is_arithmetic_v<Number>
@@ -222,11 +228,11 @@ Error badArguments() { return refused("the call's arguments cannot be read"); }
 
 /// A request without arguments.
 template <typename Request>
-Method order(const char* name) {
+Method order(const char* name, const char* answer = "", const char* names = "") {
     return {name,
             "",
-            "",
-            "",
+            answer,
+            names,
             [](sd_bus_message*, const ControlRequest&) { return 0; },
             [](sd_bus_message*) -> Result<ControlRequest> { return ControlRequest(Request{}); }};
 }
@@ -374,6 +380,7 @@ Methods makeMethods() {
         order<request::Activate>("Activate"),
         order<request::Restore>("Restore"),
         order<request::Quit>("Quit"),
+        order<request::ListDisplays>("ListDisplays", kDisplayList, SD_BUS_PARAM(backend) SD_BUS_PARAM(displays)),
     };
 }
 
@@ -408,6 +415,10 @@ void appendAnswer(const Method& method, sd_bus_message* reply, const ControlAnsw
     const std::string_view form = method.answer;
     if (form == signatureOf(answer.ids)) append(reply, answer.ids);
     if (form == signatureOf(answer.json)) append(reply, answer.json);
+    if (form == kDisplayList) {
+        append(reply, answer.backend);
+        append(reply, answer.displays);
+    }
 }
 
 ControlAnswer readAnswer(const Method& method, sd_bus_message* reply) {
@@ -415,6 +426,10 @@ ControlAnswer readAnswer(const Method& method, sd_bus_message* reply) {
     const std::string_view form = method.answer;
     if (form == signatureOf(answer.ids)) read(reply, answer.ids);
     if (form == signatureOf(answer.json)) read(reply, answer.json);
+    if (form == kDisplayList) {
+        read(reply, answer.backend);
+        read(reply, answer.displays);
+    }
     return answer;
 }
 

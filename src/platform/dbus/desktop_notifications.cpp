@@ -15,11 +15,6 @@ constexpr const char* kGnomeSwitch =
     "org.gnome.desktop.notifications.application:/org/gnome/desktop/notifications/application/dravo/";
 constexpr std::chrono::seconds kPatience{5};
 
-bool isGnome(sd_bus_message* serverInformation) {
-    const char* name = nullptr;
-    return sd_bus_message_read(serverInformation, "s", &name) > 0 && std::strcmp(name, "gnome-shell") == 0;
-}
-
 bool readsMarkup(sd_bus_message* capabilities) {
     bool found = false;
     const char* capability = nullptr;
@@ -52,13 +47,35 @@ std::string escapedMarkup(std::string_view text) {
 }
 
 void DesktopNotifications::permission(std::function<void(NotificationPermission)> answer) {
-    ask("GetServerInformation", [this, answer = std::move(answer)](const Bus::Answer& server) {
-        if (!server) {
-            answer(NotificationPermission::undetermined);
-        } else if (isGnome(*server)) {
-            askGnome(answer);
+    askServer(
+        [answer = std::move(answer)](const std::string&, NotificationPermission permission) { answer(permission); });
+}
+
+Subscription DesktopNotifications::probe(Found found) {
+    auto wanted = std::make_shared<Found>(std::move(found));
+    askServer([ending = std::weak_ptr(wanted)](const std::string& server, NotificationPermission permission) {
+        const auto still = ending.lock();
+        if (!still) return;
+        constexpr TextKey kAbsent = textKey("there is no notification server");
+        constexpr TextKey kInstall = textKey("Install one, such as dunst or mako");
+        constexpr TextKey kOff = textKey("the desktop's settings switch Dravo's notifications off");
+        constexpr TextKey kSwitchOn = textKey("Switch them on in the desktop's settings");
+        if (server.empty()) return (*still)({{}, Sentence{kAbsent}, Sentence{kInstall}});
+        const bool isOff = permission == NotificationPermission::denied;
+        (*still)(isOff ? Finding{{}, Sentence{kOff}, Sentence{kSwitchOn}} : Finding{server});
+    });
+    return Subscription([wanted] {});
+}
+
+void DesktopNotifications::askServer(Answer answer) {
+    ask("GetServerInformation", [this, answer = std::move(answer)](const Bus::Answer& information) {
+        if (!information) return answer({}, NotificationPermission::undetermined);
+        const char* server = kService;
+        sd_bus_message_read(*information, "s", &server);
+        if (std::strcmp(server, "gnome-shell") == 0) {
+            askGnome(server, answer);
         } else {
-            answer(NotificationPermission::authorised);
+            answer(server, NotificationPermission::authorised);
         }
     });
 }
@@ -74,15 +91,15 @@ void DesktopNotifications::requestPermission(std::function<void(Result<bool>)> a
 }
 
 // GNOME keeps one switch for each program, by the name of its desktop entry; what it cannot tell is on.
-void DesktopNotifications::askGnome(std::function<void(NotificationPermission)> answer) {
+void DesktopNotifications::askGnome(const std::string& server, Answer answer) {
     const int number = ++lastNumber_;
-    pending_[number] =
-        posix::readChildOutput(watch_, scheduler_, {"gsettings", "get", kGnomeSwitch, "enable"}, {kPatience},
-                               [this, number, answer = std::move(answer)](const Result<std::string>& text) {
-                                   const auto answered = pending_.extract(number);
-                                   const bool isOff = text && text->starts_with("false");
-                                   answer(isOff ? NotificationPermission::denied : NotificationPermission::authorised);
-                               });
+    pending_[number] = posix::readChildOutput(
+        watch_, scheduler_, {"gsettings", "get", kGnomeSwitch, "enable"}, {kPatience},
+        [this, number, server, answer = std::move(answer)](const Result<std::string>& text) {
+            const auto answered = pending_.extract(number);
+            const bool isOff = text && text->starts_with("false");
+            answer(server, isOff ? NotificationPermission::denied : NotificationPermission::authorised);
+        });
 }
 
 void DesktopNotifications::post(const Notification& notification) {

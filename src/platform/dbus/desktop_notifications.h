@@ -27,11 +27,15 @@ public:
     void permission(std::function<void(NotificationPermission)> answer) override;
     void requestPermission(std::function<void(Result<bool>)> answer) override;
     void post(const Notification& notification) override;
+    Subscription probe(Found found) override;
 
 private:
     /// Calls a method without arguments.
     void ask(const char* member, std::function<void(const Bus::Answer&)> onAnswer);
-    void askGnome(std::function<void(NotificationPermission)> answer);
+    /// The server's name, empty without one, and its permission.
+    using Answer = std::function<void(const std::string& server, NotificationPermission permission)>;
+    void askServer(Answer answer);
+    void askGnome(const std::string& server, Answer answer);
     void notify(const Notification& notification, bool readsMarkup);
 
     Bus& bus_;

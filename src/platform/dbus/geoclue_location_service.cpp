@@ -56,6 +56,23 @@ Subscription GeoclueLocationService::onFailure(std::function<void(const Error&)>
     return failures_.add(std::move(callback));
 }
 
+// What it grants shows only when it is asked for a position; so this tells of the last refusal.
+Subscription GeoclueLocationService::probe(Found found) {
+    if (authorization_ == LocationAuthorization::denied) {
+        constexpr TextKey kDenied = textKey("the desktop does not let Dravo ask for it");
+        constexpr TextKey kAllow = textKey("Allow it in the desktop's settings for privacy");
+        found({{}, Sentence{kDenied}, Sentence{kAllow}});
+        return {};
+    }
+    bus_.open();  // on an absent bus there is no service either
+    return bus_.findService(kService, kAnswerTimeout, [found = std::move(found)](bool isThere) {
+        constexpr TextKey kAbsent = textKey("there is no location service");
+        constexpr TextKey kInstall =
+            textKey("Install GeoClue, type your position in the panel, or take the time zone's");
+        found(isThere ? Finding{"geoclue"} : Finding{{}, Sentence{kAbsent}, Sentence{kInstall}, "dravo location zone"});
+    });
+}
+
 void GeoclueLocationService::begin() {
     if (std::exchange(isRunning_, true)) return;
     // From the loop, as every answer: opening the bus is no part of anybody's start either.

@@ -31,6 +31,8 @@ public:
     Subscription onAuthorizationChange(std::function<void()> callback) override;
     Subscription onLocations(std::function<void(const std::vector<Position>&)> callback) override;
     Subscription onFailure(std::function<void(const Error&)> callback) override;
+    /// Asks for no position.
+    Subscription probe(Found found) override;
 
 private:
     void begin();

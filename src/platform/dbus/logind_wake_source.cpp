@@ -30,6 +30,20 @@ Subscription LogindWakeSource::onWake(std::function<void()> callback) {
     return wakes_.add(std::move(callback));
 }
 
+Subscription LogindWakeSource::probe(Found found) {
+    bus_.open();  // an absent bus answers like an absent service
+    return bus_.call(bus_.newCall(kService, kManagerPath, kManager, "GetSession", "s", kOwnSession), kTimeout,
+                     [found = std::move(found)](const Bus::Answer& answer) {
+                         // It tells of sleep also where it knows no session of ours.
+                         const bool isThere = answer || (answer.error().code != ErrorCode::NotFound &&
+                                                         answer.error().code != ErrorCode::Disconnected);
+                         constexpr TextKey kAbsent =
+                             textKey("there is no login manager; only a jump of the clock tells");
+                         constexpr TextKey kInstall = textKey("Install systemd-logind or elogind");
+                         found(isThere ? Finding{"logind"} : Finding{{}, Sentence{kAbsent}, Sentence{kInstall}});
+                     });
+}
+
 void LogindWakeSource::connect() {
     watchClock();
     if (!bus_.open()) return;

@@ -18,6 +18,7 @@ public:
     LogindWakeSource(Bus& systemBus, Scheduler& scheduler, DescriptorWatch& descriptors);
 
     Subscription onWake(std::function<void()> callback) override;
+    Subscription probe(Found found) override;
 
 private:
     void connect();

@@ -48,6 +48,23 @@ Subscription PortalAppearance::onChange(std::function<void()> callback) {
     return changes_.add(std::move(callback));
 }
 
+Subscription PortalAppearance::probe(Found found) {
+    bus_.open();  // an absent bus answers like an absent portal
+    return bus_.call(
+        bus_.newCall(kService, kPath, kSettings, "ReadAll", "as", 1, kAppearance), kTimeout,
+        [found = std::move(found)](const Bus::Answer& answer) {
+            constexpr TextKey kNoPortal = textKey("there is no desktop portal; the panel stays dark");
+            constexpr TextKey kNobody = textKey("the desktop portal knows no colours; the panel stays dark");
+            constexpr TextKey kInstall = textKey("Install xdg-desktop-portal and the backend for this desktop");
+            const bool isAbsent = !answer && (answer.error().code == ErrorCode::NotFound ||
+                                              answer.error().code == ErrorCode::Disconnected);
+            if (isAbsent) return found({{}, Sentence{kNoPortal}, Sentence{kInstall}});
+            const bool isTold = answer && sd_bus_message_enter_container(*answer, 'a', "{sa{sv}}") > 0 &&
+                                sd_bus_message_at_end(*answer, 0) == 0;
+            found(isTold ? Finding{"portal"} : Finding{{}, Sentence{kNobody}, Sentence{kInstall}});
+        });
+}
+
 void PortalAppearance::connect() {
     if (!bus_.open()) return;
     changed_ = bus_.onSignal(ruleFor(kService, kPath, kSettings, "SettingChanged"), [this](sd_bus_message* signal) {

@@ -21,6 +21,7 @@ public:
 
     Appearance appearance() const override { return appearance_; }
     Subscription onChange(std::function<void()> callback) override;
+    Subscription probe(Found found) override;
 
 private:
     struct Told {

@@ -19,6 +19,8 @@ constexpr const char* kFolder = "autostart";
 constexpr const char* kFile = "dravo.desktop";
 constexpr std::size_t kMaxBytes = 64 * 1024;
 
+constexpr TextKey kNoFolder = textKey("there is no home folder with programs to start at login");
+
 constexpr const char* kHidden = "Hidden";
 /// What desktops write for "do not start" instead.
 constexpr const char* kSwitches[] = {"X-GNOME-Autostart-enabled", "X-MATE-Autostart-enabled"};
@@ -57,8 +59,7 @@ AutostartLoginItem::AutostartLoginItem(AutostartPlace place)
 
 // `InvalidInput`: there is a file, and it is no entry.
 Result<DesktopEntry> AutostartLoginItem::ownEntry() const {
-    if (own_.empty())
-        return Error{ErrorCode::NotFound, textKey("there is no home folder with programs to start at login")};
+    if (own_.empty()) return Error{ErrorCode::NotFound, kNoFolder};
     const auto text = readFile(own_, kMaxBytes);
     if (!text) return text.error();
     if (auto entry = DesktopEntry::parse(*text)) return std::move(*entry);
@@ -148,6 +149,19 @@ Result<void> AutostartLoginItem::unregisterItem() {
     if (!entry) return entry.error();
     entry->set(kHidden, "true");
     return write(*entry);
+}
+
+Subscription AutostartLoginItem::probe(Found found) {
+    if (own_.empty()) {
+        found({{}, Sentence{kNoFolder}});
+    } else if (status() == Status::notFound) {
+        found({{},
+               Sentence{textKey("what %@ starts is not there"), {own_.string()}},
+               Sentence{textKey("Switch Launch at Login off and on again")}});
+    } else {
+        found({"autostart"});
+    }
+    return {};
 }
 
 Result<void> AutostartLoginItem::write(const DesktopEntry& entry) const {

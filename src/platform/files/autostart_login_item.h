@@ -35,6 +35,7 @@ public:
     Status status() override;
     Result<void> registerItem() override;
     Result<void> unregisterItem() override;
+    Subscription probe(Found found) override;
 
 private:
     [[nodiscard]] Result<DesktopEntry> ownEntry() const;

@@ -113,6 +113,7 @@ DRAVO_SYSTEMD(sd_bus_request_name_async);
 DRAVO_SYSTEMD(sd_bus_send);
 DRAVO_SYSTEMD(sd_bus_set_address);
 DRAVO_SYSTEMD(sd_bus_set_bus_client);
+DRAVO_SYSTEMD(sd_bus_set_close_on_exit);
 DRAVO_SYSTEMD(sd_bus_set_method_call_timeout);
 DRAVO_SYSTEMD(sd_bus_slot_unref);
 DRAVO_SYSTEMD(sd_bus_start);

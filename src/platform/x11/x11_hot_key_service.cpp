@@ -38,6 +38,12 @@ Result<Subscription> X11HotKeyService::registerHotKey(HotKey hotKey, std::functi
     });
 }
 
+Subscription X11HotKeyService::probe(Found found) {
+    const auto connected = ensureConnection();
+    found(connected ? Finding{"x11"} : findingOf(connected.error()));
+    return {};
+}
+
 // A combination that has just been recorded is still held, and its repeats reach the new grab. Its release does only
 // if one of them did.
 void X11HotKeyService::watchForRelease() {

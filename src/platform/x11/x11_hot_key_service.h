@@ -27,6 +27,7 @@ public:
     X11HotKeyService& operator=(const X11HotKeyService&) = delete;
 
     Result<Subscription> registerHotKey(HotKey hotKey, std::function<void()> onPress) override;
+    Subscription probe(Found found) override;
 
 private:
     /// What the server is asked for.

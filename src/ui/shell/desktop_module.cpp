@@ -4,6 +4,8 @@
 #include <QDBusConnection>
 #include <cstdlib>
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -13,6 +15,7 @@
 #include "ui/shell/popover_window.h"
 #include "ui/shell/toolkit_language.h"
 #include "ui/shell/toolkit_loop.h"
+#include "ui/shell/toolkit_platform.h"
 #include "ui/shell/tray_icon.h"
 #include "ui/texts.h"
 #include "ui/theme.h"
@@ -125,8 +128,8 @@ public:
 private:
     char name_[6] = "dravo";
     char platform_[10] = "-platform";
-    char xcb_[4] = "xcb";
-    char* words_[4] = {name_, platform_, xcb_, nullptr};
+    std::string chosen_ = kToolkitPlatform;
+    char* words_[4] = {name_, platform_, chosen_.data(), nullptr};
     int count_ = 3;
     std::unique_ptr<QApplication> application_;
 };
@@ -179,9 +182,14 @@ private:
 
 }  // namespace dravo::ui
 
-/// The only name that the program looks up in this module.
+// The only names that the program looks up in this module.
 extern "C" __attribute__((visibility("default"))) dravo::DesktopShell* dravoDesktop(
     const char* version, const dravo::DesktopShellParts& parts) {
     if (std::string_view(version) != DRAVO_VERSION) return nullptr;
     return new dravo::ui::Shell(parts);
+}
+
+extern "C" __attribute__((visibility("default"))) void dravoDesktopProbe(const char* version,
+                                                                         std::optional<dravo::Finding>& finding) {
+    if (std::string_view(version) == DRAVO_VERSION) finding = dravo::ui::probeToolkitPlatform();
 }

@@ -4,6 +4,7 @@
 #include "ui/controls/layout.h"
 #include "ui/controls/row.h"
 #include "ui/texts.h"
+#include "ui/views/doctor_view.h"
 #include "ui/views/schedule_view.h"
 #include "ui/views/shortcut_recorder_view.h"
 
@@ -34,6 +35,7 @@ SettingsView::SettingsView(const PanelParts& parts, std::function<void(AppLangua
         if (const auto& act = UpdaterBridge::shared().checkForUpdates) act();
     });
     column->addWidget(check, 0, Qt::AlignLeft);
+    column->addWidget(new DoctorView(parts));
 }
 
 QWidget* SettingsView::makeLanguageRow() {

@@ -8,6 +8,7 @@
 #include "platform/dbus/bus_control_client.h"
 #include "platform/dbus/bus_control_service.h"
 #include "platform/dbus/control_interface.h"
+#include "platform/dbus/report_message.h"
 #include "support/temporary_folder.h"
 
 namespace dravo::dbus {
@@ -48,12 +49,17 @@ public:
         asked = request;
         return answer;
     }
+    Subscription examine(Examination::Told onDone) override {
+        examinations.push_back(std::move(onDone));
+        return {};
+    }
 
     ControlState state = fullState();
     SubscriberList<> changes;
     std::optional<ControlRequest> asked;
     Result<ControlAnswer> answer = ControlAnswer{{"one", "zwö"}, "[]"};
     mutable int readings = 0;
+    std::vector<Examination::Told> examinations;  ///< Those under way.
 };
 
 /// The program in the test's own loop. A client waits for answers, so it asks on a thread beside the loop.
@@ -132,7 +138,12 @@ TEST_F(BusControlTest, EveryRequestArrivesAsItWasAndIsAnswered) {
         Activate{},
         Restore{},
         Quit{},
+        ListDisplays{},
     };
+    const HeldDisplay shown{{DisplayId{7}, "DP-1", 1024}, GammaTable::identity()};
+    const HeldDisplay held{{DisplayId{8}, "DP-2", 0, DisplayState::refused, Sentence{textKey("%@ has it"), {"ü"}}}, {}};
+    target.answer->backend = "wlr";
+    target.answer->displays = {shown, held};
     std::set<std::size_t> kinds;
     for (const auto& request : requests) {
         const std::string name = control::methods()[request.index()].name;
@@ -141,9 +152,31 @@ TEST_F(BusControlTest, EveryRequestArrivesAsItWasAndIsAnswered) {
         EXPECT_TRUE(target.asked == request) << name;
         EXPECT_EQ(answer->ids.size(), name == "ImportPresets" ? 2U : 0U) << name;
         EXPECT_EQ(answer->json, name == "ExportPresets" ? "[]" : "") << name;
+        const bool isList = name == "ListDisplays";
+        EXPECT_EQ(answer->backend, isList ? "wlr" : "") << name;
+        EXPECT_EQ(answer->displays, isList ? target.answer->displays : std::vector<HeldDisplay>()) << name;
         kinds.insert(request.index());
     }
     EXPECT_EQ(kinds.size(), std::variant_size_v<ControlRequest>);
+}
+
+TEST_F(BusControlTest, AnExaminationIsAnsweredWhenItIsDone) {
+    const std::vector<PortReport> reports{
+        {kDisplayPort, "DP-1", {"wlr"}},
+        {kTrayPort,
+         {},
+         {{}, Sentence{textKey("no tray")}, Sentence{textKey("Use %1$@, or %2$@"), {"ä", ""}}, "dravo panel"}}};
+    std::vector<std::optional<Result<std::vector<PortReport>>>> answers(2);
+    std::vector<Subscription> asked;
+    for (auto& answer : answers)
+        asked.push_back(askForReports(caller, 5s, [&](const auto& told) { answer.emplace(told); }));
+    ASSERT_TRUE(runUntil([&] { return target.examinations.size() == 2; }));
+    EXPECT_TRUE(ask(request::Toggle{})) << "it holds nothing else up";
+    target.examinations[1](reports);
+    target.examinations[0]({});
+    ASSERT_TRUE(runUntil([&] { return answers[0] && answers[1]; }));
+    EXPECT_EQ(**answers[0], std::vector<PortReport>());
+    EXPECT_EQ(**answers[1], reports);
 }
 
 TEST_F(BusControlTest, RefusalsCarryTheirSentence) {

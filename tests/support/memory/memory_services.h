@@ -19,11 +19,12 @@
 #include "display/grayscale_service.h"
 #include "display/wake_source.h"
 #include "schedule/location_service.h"
+#include "support/memory/probeable.h"
 
 namespace dravo::memory {
 
 /// A machine whose sleep ends when `wake` is called.
-class MemoryWakeSource final : public WakeSource {
+class MemoryWakeSource final : public Probeable<WakeSource> {
 public:
     Subscription onWake(std::function<void()> callback) override { return wakes_.add(std::move(callback)); }
     void wake() { wakes_.deliver(); }
@@ -53,7 +54,7 @@ public:
 };
 
 /// A desktop of which nothing is known.
-class MemoryAppearance final : public AppearanceService {
+class MemoryAppearance final : public Probeable<AppearanceService> {
 public:
     Appearance appearance() const override { return {}; }
     Subscription onChange(std::function<void()>) override { return {}; }
@@ -71,7 +72,7 @@ public:
 };
 
 /// A desktop whose notifications are a list. What a person or a desktop decides is set in the public members.
-class MemoryNotifications final : public NotificationService {
+class MemoryNotifications final : public Probeable<NotificationService> {
 public:
     explicit MemoryNotifications(Scheduler& scheduler) : scheduler_(scheduler) {}
 
@@ -101,7 +102,7 @@ private:
 };
 
 /// A location service that says what it is told to, and counts what it is asked.
-class MemoryLocationService final : public LocationService {
+class MemoryLocationService final : public Probeable<LocationService> {
 public:
     LocationAuthorization authorization() const override { return authorization_; }
     void requestWhenInUseAuthorization() override { ++permissionRequests; }
@@ -151,7 +152,7 @@ public:
 };
 
 /// A desktop whose keyboard is `press`.
-class MemoryHotKeys final : public HotKeyService {
+class MemoryHotKeys final : public Probeable<HotKeyService> {
 public:
     Result<Subscription> registerHotKey(HotKey hotKey, std::function<void()> onPress) override {
         if (std::ranges::find(takenByOthers, hotKey) != takenByOthers.end())
@@ -178,7 +179,7 @@ private:
 };
 
 /// A desktop's list of programs that start at login, with room for one.
-class MemoryLoginItem final : public LoginItemService {
+class MemoryLoginItem final : public Probeable<LoginItemService> {
 public:
     Status status() override { return held; }
     Result<void> registerItem() override { return change(Status::enabled); }
@@ -196,7 +197,7 @@ private:
 };
 
 /// A feed that answers when it is told to.
-class MemoryUpdateFeed final : public UpdateFeed {
+class MemoryUpdateFeed final : public Probeable<UpdateFeed> {
 public:
     Subscription fetch(const std::string& address, Answer answer) override {
         addresses.push_back(address);
