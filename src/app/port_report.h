@@ -34,8 +34,9 @@ inline constexpr TextKey kLoginPort = textKey("port.login", "Launch at Login");
 inline constexpr TextKey kControlPort = textKey("port.control", "Commands and scripts");
 inline constexpr TextKey kUpdatesPort = textKey("port.updates", "Update check");
 inline constexpr TextKey kPicturesPort = textKey("port.pictures", "Pictures");
-/// Another program that changes the colours of the screen.
+/// Another program that changes the colours of the screen; the desktop's own service that does.
 inline constexpr TextKey kNeighbourPort = textKey("port.neighbour", "Other programs");
+inline constexpr TextKey kNightLightPort = textKey("port.night-light", "Night light");
 
 /// The name for programs, e.g. "displays".
 [[nodiscard]] std::string_view nameOf(const PortReport& report);

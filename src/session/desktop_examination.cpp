@@ -7,16 +7,16 @@
 namespace dravo {
 namespace {
 
-Examination::Reports reportsOn(const std::vector<Finding>& neighbours) {
+Examination::Reports reportsOn(const TextKey& port, const std::vector<Finding>& findings) {
     Examination::Reports reports;
-    for (const Finding& finding : neighbours) reports.push_back({kNeighbourPort, {}, finding});
+    for (const Finding& finding : findings) reports.push_back({port, {}, finding});
     return reports;
 }
 
 Subscription askForProcesses(const Examination::Told& told) {
     auto found = posix::findNeighbours();
     if (found.empty()) found.emplace_back();
-    told(reportsOn(found));
+    told(reportsOn(kNeighbourPort, found));
     return {};
 }
 
@@ -47,12 +47,13 @@ DesktopExamination::DesktopExamination(std::function<Examination::Reports()> loo
                     askWhether(kControlPort, ports.control),
                     askWhether(kUpdatesPort, ports.updates),
                     {kNeighbourPort, askForProcesses},
-                    {kNeighbourPort, [this](Examination::Told told) { return askForNightLights(std::move(told)); }}}) {}
+                    {kNightLightPort, [this](Examination::Told told) { return askForNightLights(std::move(told)); }}}) {
+}
 
 // Only what does tint is told of.
 Subscription DesktopExamination::askForNightLights(Examination::Told told) {
     return nightLights_.probe(
-        [told = std::move(told)](const std::vector<Finding>& findings) { told(reportsOn(findings)); });
+        [told = std::move(told)](const std::vector<Finding>& findings) { told(reportsOn(kNightLightPort, findings)); });
 }
 
 }  // namespace dravo

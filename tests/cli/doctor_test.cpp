@@ -52,7 +52,7 @@ TEST_F(ExclusiveDisplaysTest, ARunningProgramTellsWhatTheyHold) {
     world.runningInstanceSays = true;
     world.control.failure.reset();
     world.control.answer.backend = "wlr";
-    world.control.answer.displays = {{{DisplayId{7}, "DP-1", 256}, GammaTable::identity()}};
+    world.control.answer.displays = {{{DisplayId{7}, "DP-1", 256, DisplayState::ready, {}}, GammaTable::identity()}};
     const Outcome outcome = world.run("displays");
     EXPECT_EQ(outcome.code, ExitCode::Ok);
     EXPECT_EQ(outcome.out, "wlr  DP-1  ID 7  256 entries  ready  white #ffffff (1.000 1.000 1.000)\n");

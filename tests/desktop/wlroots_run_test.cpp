@@ -8,6 +8,7 @@
 
 #include "desktop/random_moments.h"
 #include "display/gamma_table.h"
+#include "support/private_bus.h"
 #include "support/process_under_test.h"
 #include "support/small_compositor.h"
 
@@ -28,10 +29,10 @@ protected:
     }
 
     using Run = std::unique_ptr<ProcessUnderTest>;
+    using Environment = std::map<std::string, std::string>;
+    Environment onCompositor() { return {{"WAYLAND_DISPLAY", compositor.address()}, {"DISPLAY", ":99"}}; }
     Run start() {
-        return std::make_unique<ProcessUnderTest>(
-            home, std::vector<std::string>{"--headless"},
-            std::map<std::string, std::string>{{"WAYLAND_DISPLAY", compositor.address()}, {"DISPLAY", ":99"}});
+        return std::make_unique<ProcessUnderTest>(home, std::vector<std::string>{"--headless"}, onCompositor());
     }
     /// Writes settings with the filter on at this intensity; a run that is there fades to it.
     void prefer(double intensity) {
@@ -147,6 +148,33 @@ TEST_F(WlrootsRunTest, CostsASlowCompositorLittleAndAStormOfPlugsNothingButItsEv
     EXPECT_TRUE(isFiltered());
     EXPECT_LE(switches(*run) - calm, 1500);
     EXPECT_TRUE(ends(*run, SIGUSR2));
+}
+
+TEST_F(WlrootsRunTest, CommandsAboutDisplaysTakeNone) {
+    const PrivateBus bus;
+    auto environment = onCompositor();
+    environment["DBUS_SESSION_BUS_ADDRESS"] = bus.address();
+    const auto command = [&](const char* name) { return runProgram(home, {name}, environment); };
+    EXPECT_EQ(command("displays").status, ExitStatus::exited(4));
+    EXPECT_EQ(command("restore").status, ExitStatus::exited(0));
+    EXPECT_TRUE(command("doctor").out.starts_with("✓ Displays (wlroots)\n    Start Dravo: "));
+    EXPECT_EQ(compositor.books().requests, 0);
+
+    ProcessUnderTest run(home, {"--headless"}, environment);
+    ASSERT_TRUE(waitUntil([&] { return isFiltered() && command("status").status.code == 0; })) << run.standardError();
+    const int asked = compositor.books().requests;
+    const auto listed = command("displays");
+    EXPECT_EQ(listed.status, ExitStatus::exited(0)) << listed.err;
+    EXPECT_NE(listed.out.find("DP-2  "), std::string::npos) << listed.out;
+    EXPECT_NE(listed.out.find("  1024 entries  ready  white #"), std::string::npos) << listed.out;
+    EXPECT_TRUE(command("doctor").out.starts_with("✓ Displays (wlroots)\n✓ DP-1 (wlroots)\n✓ DP-2 (wlroots)\n"));
+    // One that hangs still has them.
+    run.signal(SIGSTOP);
+    EXPECT_EQ(command("displays").status, ExitStatus::exited(4));
+    EXPECT_TRUE(command("doctor").out.starts_with("✗ Displays: Dravo is running and does not answer\n"));
+    run.signal(SIGCONT);
+    EXPECT_EQ(compositor.books().requests, asked);
+    EXPECT_TRUE(isFiltered());
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <QClipboard>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenu>
@@ -362,6 +363,24 @@ TEST(PanelTest, LoginSwitchShowsTheTruthAndSaysWhyItCouldNotBeChanged) {
     world.click("Settings");
     world.click("Settings");
     EXPECT_FALSE(isOn()) << "what the desktop says when the section opens";
+}
+
+TEST(PanelTest, WhatWorksIsLookedAtAnewWheneverItComesIntoSight) {
+    PanelWorld world;
+    world.open();
+    world.reports = {{kLoginPort, {}, {{}, Sentence{"broken"}, Sentence{"Mend it"}, "mend --it"}}};
+    world.click("Settings");
+    EXPECT_FALSE(world.sees("broken")) << "nobody has asked";
+    world.click("What Works Here");
+    EXPECT_TRUE(world.sees("broken") && world.sees("Mend it"));
+    EXPECT_TRUE(world.find<QLabel>("Launch at Login: does not work"));
+    world.click("Copy the Command");
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), "mend --it");
+    world.close();
+    world.reports = {{kLoginPort, {}, {"autostart"}}};
+    world.open();
+    EXPECT_FALSE(world.sees("broken"));
+    EXPECT_TRUE(world.find<QLabel>("Launch at Login: works"));
 }
 
 TEST(PanelTest, RecorderTakesTheKeysByTheirPlaceTabAndSpaceToo) {

@@ -19,17 +19,23 @@ QLayout* indented(QWidget* part) {
     return row;
 }
 
+/// A name or a command, which would begin at the far edge where writing goes the other way.
+QString fromTheStart(const QString& name) {
+    constexpr QChar kRightToLeftMark(0x200f);
+    return QGuiApplication::isRightToLeft() ? kRightToLeftMark + name : name;
+}
+
 Label* captionOf(const QString& text) { return (new Label(text, TextStyle::caption, Tone::secondary))->wrapped(); }
 
 QWidget* commandRow(const QString& command) {
-    return rowOf({captionOf(command), nullptr, new IconButton(Icon::copy, text("Copy the Command"), [command] {
-                      QGuiApplication::clipboard()->setText(command);
-                  })});
+    return rowOf({captionOf(fromTheStart(command)), nullptr,
+                  new IconButton(Icon::copy, text("Copy the Command"),
+                                 [command] { QGuiApplication::clipboard()->setText(command); })});
 }
 
 QWidget* titleRow(const PortReport& report) {
     const bool works = report.finding.works();
-    auto* const title = (new Label(toQt(localized(titleOf(report))), TextStyle::caption))->wrapped();
+    auto* const title = (new Label(fromTheStart(toQt(localized(titleOf(report)))), TextStyle::caption))->wrapped();
     const TextKey outcome = works ? textKey("doctor.works", "works") : textKey("doctor.fails", "does not work");
     title->setAccessibleName(toQt(localized(withDetail(titleOf(report), outcome))));
     return rowOf(

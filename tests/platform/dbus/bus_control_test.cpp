@@ -140,7 +140,7 @@ TEST_F(BusControlTest, EveryRequestArrivesAsItWasAndIsAnswered) {
         Quit{},
         ListDisplays{},
     };
-    const HeldDisplay shown{{DisplayId{7}, "DP-1", 1024}, GammaTable::identity()};
+    const HeldDisplay shown{{DisplayId{7}, "DP-1", 1024, DisplayState::ready, {}}, GammaTable::identity()};
     const HeldDisplay held{{DisplayId{8}, "DP-2", 0, DisplayState::refused, Sentence{textKey("%@ has it"), {"ü"}}}, {}};
     target.answer->backend = "wlr";
     target.answer->displays = {shown, held};

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <set>
+#include <map>
 #include <string>
 
 #include "support/temporary_folder.h"
@@ -27,18 +27,19 @@ TEST(NeighbourProcessesTest, NamesThoseThatTintAndHowEachIsStopped) {
     process("bus", "redshift", "/");
     std::filesystem::create_directory(folder / "23");  // it has just ended
 
-    std::set<std::string> told;
-    for (const auto& finding : findNeighbours(folder.path())) {
-        EXPECT_FALSE(finding.works());
-        const std::string& name = finding.problem.values.at(0).plain;
-        EXPECT_TRUE(told.insert(name).second) << "once for each program: " << name;
-        if (name == "wlsunset") EXPECT_EQ(finding.command, "pkill -x wlsunset");
-    }
-    EXPECT_EQ(told, (std::set<std::string>{"gammastep", "wlsunset"}));
+    const auto commands = [&] {
+        std::map<std::string, std::string> told;
+        for (const auto& finding : findNeighbours(folder.path())) {
+            EXPECT_FALSE(finding.works());
+            const bool isNew = told.emplace(finding.problem.values.at(0).plain, finding.command).second;
+            EXPECT_TRUE(isNew) << "once for each program";
+        }
+        return told;
+    };
+    EXPECT_EQ(commands().size(), 2U);
+    EXPECT_EQ(commands()["wlsunset"], "pkill -x wlsunset");
     std::filesystem::remove_all(folder / "21");
-    for (const auto& finding : findNeighbours(folder.path()))
-        if (finding.problem.values.at(0).plain == "gammastep")
-            EXPECT_EQ(finding.command, "systemctl --user disable --now gammastep.service");
+    EXPECT_EQ(commands()["gammastep"], "systemctl --user disable --now gammastep.service");
 }
 
 }  // namespace
